@@ -1,0 +1,135 @@
+#include "platform/automation/safearray.h"
+
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <new>
+
+namespace {
+
+// Header, bounds and elements are one block; a VARIANT needs the strictest alignment of the three.
+constexpr std::size_t headSize(UINT dimensions) {
+    const std::size_t size = sizeof(SAFEARRAY) + dimensions * sizeof(SAFEARRAYBOUND);
+    return (size + alignof(VARIANT) - 1) / alignof(VARIANT) * alignof(VARIANT);
+}
+
+constexpr std::uint64_t largestSize = std::numeric_limits<std::int32_t>::max();
+
+std::size_t elementCount(const SAFEARRAY& array) {
+    std::size_t count = 1;
+    for (UINT i = 0; i < array.cDims; ++i) count *= array.rgsabound[i].cElements;
+    return count;
+}
+
+} // namespace
+
+SAFEARRAY* SafeArrayCreate(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* bounds) {
+    ULONG elementSize = 0;
+    if (type == VT_VARIANT) elementSize = sizeof(VARIANT);
+    if (type == VT_UI1) elementSize = sizeof(BYTE);
+    if (elementSize == 0 || dimensions == 0 || dimensions > std::numeric_limits<WORD>::max()) return nullptr;
+    std::uint64_t dataSize = elementSize;
+    for (UINT i = 0; i < dimensions; ++i) {
+        const std::int64_t upper = std::int64_t{bounds[i].lLbound} + bounds[i].cElements - 1;
+        if (bounds[i].cElements > largestSize || upper >= std::numeric_limits<LONG>::max()) return nullptr;
+        dataSize *= bounds[i].cElements;
+        if (dataSize > largestSize * sizeof(VARIANT)) return nullptr;
+    }
+
+    auto* block = static_cast<char*>(::operator new(headSize(dimensions) + dataSize));
+    auto* array = new (block) SAFEARRAY{};
+    array->cDims = static_cast<WORD>(dimensions);
+    array->vt = type;
+    array->cbElements = elementSize;
+    array->pvData = block + headSize(dimensions);
+    array->rgsabound = reinterpret_cast<SAFEARRAYBOUND*>(block + sizeof(SAFEARRAY));
+    std::memcpy(array->rgsabound, bounds, dimensions * sizeof(SAFEARRAYBOUND));
+    std::memset(array->pvData, 0, dataSize);
+    return array;
+}
+
+HRESULT SafeArrayDestroy(SAFEARRAY* array) {
+    if (array == nullptr) return S_OK;
+    if (array->vt == VT_VARIANT) {
+        auto* elements = static_cast<VARIANT*>(array->pvData);
+        for (std::size_t i = 0, count = elementCount(*array); i < count; ++i) VariantClear(&elements[i]);
+    }
+    ::operator delete(array);
+    return S_OK;
+}
+
+HRESULT SafeArrayCopy(const SAFEARRAY* array, SAFEARRAY** copy) {
+    *copy = nullptr;
+    if (array == nullptr) return S_OK;
+    SAFEARRAY* made = SafeArrayCreate(array->vt, array->cDims, array->rgsabound);
+    const std::size_t count = elementCount(*array);
+    if (array->vt != VT_VARIANT) {
+        std::memcpy(made->pvData, array->pvData, count * array->cbElements);
+    } else {
+        for (std::size_t i = 0; i < count; ++i) {
+            const HRESULT status = VariantCopy(static_cast<VARIANT*>(made->pvData) + i,
+                                               static_cast<const VARIANT*>(array->pvData) + i);
+            if (status < 0) {
+                SafeArrayDestroy(made);
+                return status;
+            }
+        }
+    }
+    *copy = made;
+    return S_OK;
+}
+
+UINT SafeArrayGetDim(const SAFEARRAY* array) { return array == nullptr ? 0 : array->cDims; }
+
+HRESULT SafeArrayGetVartype(const SAFEARRAY* array, VARTYPE* type) {
+    if (array == nullptr) return E_INVALIDARG;
+    *type = array->vt;
+    return S_OK;
+}
+
+HRESULT SafeArrayGetLBound(const SAFEARRAY* array, UINT dimension, LONG* bound) {
+    if (array == nullptr) return E_INVALIDARG;
+    if (dimension == 0 || dimension > array->cDims) return DISP_E_BADINDEX;
+    *bound = array->rgsabound[dimension - 1].lLbound;
+    return S_OK;
+}
+
+HRESULT SafeArrayGetUBound(const SAFEARRAY* array, UINT dimension, LONG* bound) {
+    if (HRESULT status = SafeArrayGetLBound(array, dimension, bound); status < 0) return status;
+    *bound += static_cast<LONG>(array->rgsabound[dimension - 1].cElements) - 1;
+    return S_OK;
+}
+
+HRESULT SafeArrayGetElement(const SAFEARRAY* array, const LONG* indices, void* element) {
+    if (array == nullptr) return E_INVALIDARG;
+    std::size_t offset = 0;
+    std::size_t stride = 1;
+    for (UINT i = 0; i < array->cDims; ++i) {
+        const SAFEARRAYBOUND& bound = array->rgsabound[i];
+        const std::int64_t index = static_cast<std::int64_t>(indices[i]) - bound.lLbound;
+        if (index < 0 || index >= bound.cElements) return DISP_E_BADINDEX;
+        offset += static_cast<std::size_t>(index) * stride;
+        stride *= bound.cElements;
+    }
+    const char* source = static_cast<const char*>(array->pvData) + offset * array->cbElements;
+    if (array->vt != VT_VARIANT) {
+        std::memcpy(element, source, array->cbElements);
+        return S_OK;
+    }
+    VariantInit(static_cast<VARIANT*>(element));
+    return VariantCopy(static_cast<VARIANT*>(element), reinterpret_cast<const VARIANT*>(source));
+}
+
+HRESULT SafeArrayAccessData(SAFEARRAY* array, void** data) {
+    if (array == nullptr) return E_INVALIDARG;
+    *data = array->pvData;
+    return S_OK;
+}
+
+HRESULT SafeArrayUnaccessData(SAFEARRAY* array) { return array == nullptr ? E_INVALIDARG : S_OK; }
+
+SafeArray::SafeArray(std::size_t count) : array_(nullptr) {
+    if (count > largestSize) return;
+    const SAFEARRAYBOUND bound{static_cast<ULONG>(count), 0};
+    array_ = SafeArrayCreate(VT_VARIANT, 1, &bound);
+}

@@ -1,0 +1,77 @@
+#include "platform/automation/variant.h"
+
+#include "platform/automation/safearray.h"
+
+#include <bit>
+
+static_assert(sizeof(VARIANT) == sizeof(DECIMAL));
+
+DECIMAL decimalOf(const VARIANT& value) { return std::bit_cast<DECIMAL>(value); }
+
+void setDecimal(VARIANT& value, DECIMAL number) {
+    number.wReserved = VT_DECIMAL;
+    value = std::bit_cast<VARIANT>(number);
+}
+
+void VariantInit(VARIANT* value) { *value = VARIANT{}; }
+
+HRESULT VariantClear(VARIANT* value) {
+    if ((value->vt & (VT_VECTOR | VT_RESERVED)) != 0) return DISP_E_BADVARTYPE;
+    if ((value->vt & VT_BYREF) == 0) {
+        if ((value->vt & VT_ARRAY) != 0) {
+            SafeArrayDestroy(value->parray);
+        } else if (value->vt == VT_BSTR) {
+            SysFreeString(value->bstrVal);
+        } else if ((value->vt == VT_DISPATCH || value->vt == VT_UNKNOWN) && value->punkVal != nullptr) {
+            value->punkVal->Release();
+        }
+    }
+    VariantInit(value);
+    return S_OK;
+}
+
+HRESULT VariantCopy(VARIANT* target, const VARIANT* source) {
+    if (target == source) return S_OK;
+    if ((source->vt & (VT_VECTOR | VT_RESERVED)) != 0) return DISP_E_BADVARTYPE;
+    VARIANT copy = *source;
+    if ((source->vt & VT_BYREF) == 0) {
+        if ((source->vt & VT_ARRAY) != 0) {
+            if (HRESULT status = SafeArrayCopy(source->parray, &copy.parray); status < 0) return status;
+        } else if (source->vt == VT_BSTR && source->bstrVal != nullptr) {
+            copy.bstrVal = SysAllocStringLen(source->bstrVal, SysStringLen(source->bstrVal));
+        } else if ((source->vt == VT_DISPATCH || source->vt == VT_UNKNOWN) && source->punkVal != nullptr) {
+            source->punkVal->AddRef();
+        }
+    }
+    VariantClear(target);
+    *target = copy;
+    return S_OK;
+}
+
+Variant Variant::ofString(Bstr text) {
+    Variant value;
+    value.value_.vt = VT_BSTR;
+    value.value_.bstrVal = text.detach();
+    return value;
+}
+
+Variant Variant::ofBool(bool truth) {
+    Variant value;
+    value.value_.vt = VT_BOOL;
+    value.value_.boolVal = truth ? VARIANT_TRUE : VARIANT_FALSE;
+    return value;
+}
+
+Variant Variant::ofArray(SAFEARRAY* array) {
+    Variant value;
+    value.value_.vt = VT_ARRAY | VT_VARIANT;
+    value.value_.parray = array;
+    return value;
+}
+
+Variant Variant::ofDispatch(ComPtr<IDispatch> object) {
+    Variant value;
+    value.value_.vt = VT_DISPATCH;
+    value.value_.pdispVal = object.detach();
+    return value;
+}

@@ -1,0 +1,73 @@
+#include "platform/os/print.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <string>
+
+namespace {
+
+void pad(OutStream& stream, const printing::Piece& piece, std::size_t length) {
+    if (piece.width > 0 && static_cast<std::size_t>(piece.width) > length) {
+        stream.fill(' ', static_cast<std::size_t>(piece.width) - length);
+    }
+}
+
+template <class Number>
+void printNumber(OutStream& stream, const printing::Piece& piece, Number value, int base) {
+    std::array<char, 24> digits{};
+    char* end = std::to_chars(digits.data(), digits.data() + digits.size(), value, base).ptr;
+    for (char& digit : digits) {
+        if (digit >= 'a' && digit <= 'f') digit = static_cast<char>(digit - 'a' + 'A');
+    }
+    const std::string_view text(digits.data(), static_cast<std::size_t>(end - digits.data()));
+    pad(stream, piece, text.size());
+    stream.write(text);
+}
+
+} // namespace
+
+namespace printing {
+
+void printSigned(OutStream& stream, const Piece& piece, std::int64_t value) {
+    printNumber(stream, piece, value, 10);
+}
+
+void printHex(OutStream& stream, const Piece& piece, std::uint32_t value) {
+    printNumber(stream, piece, value, 16);
+}
+
+void printFloat(OutStream& stream, const Piece& piece, double value) {
+    const int length = std::snprintf(nullptr, 0, "%f", value);
+    std::string text(static_cast<std::size_t>(length), '\0');
+    std::snprintf(text.data(), text.size() + 1, "%f", value);
+    pad(stream, piece, text.size());
+    stream.write(text);
+}
+
+void printNarrow(OutStream& stream, const Piece& piece, std::string_view text) {
+    if (piece.precision != none) text = text.substr(0, static_cast<std::size_t>(piece.precision));
+    pad(stream, piece, text.size());
+    stream.write(text);
+}
+
+void printWide(OutStream& stream, const Piece& piece, const char16_t* text) {
+    const std::size_t limit =
+        piece.precision == none ? std::u16string_view::npos : static_cast<std::size_t>(piece.precision);
+    std::size_t length = 0;
+    while (text != nullptr && length < limit && text[length] != u'\0') ++length;
+    pad(stream, piece, length);
+    writeNarrowed(stream, {text, length});
+}
+
+} // namespace printing
+
+void writeNarrowed(OutStream& stream, std::u16string_view text) {
+    while (!text.empty()) {
+        const std::size_t count = std::min(text.size(), OutStream::maxReserve);
+        char* room = stream.reserve(count);
+        for (std::size_t i = 0; i < count; ++i) room[i] = text[i] < 0x100 ? static_cast<char>(text[i]) : '?';
+        stream.commit(count);
+        text.remove_prefix(count);
+    }
+}

@@ -1,0 +1,65 @@
+#include "platform/os/stream.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+void writeAll(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(descriptor, text.data(), text.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+} // namespace
+
+OutStream::OutStream(int descriptor, Flush policy)
+    : descriptor_(descriptor), policy_(policy), buffer_(new char[capacity]) {}
+
+void OutStream::fill(char c, std::size_t count) {
+    while (count > 0) {
+        const std::size_t step = std::min(count, maxReserve);
+        std::memset(reserve(step), c, step);
+        commit(step);
+        count -= step;
+    }
+}
+
+void OutStream::flush() {
+    writeAll(descriptor_, {buffer_.get(), used_});
+    used_ = 0;
+}
+
+void OutStream::writeLarge(std::string_view text) {
+    flush();
+    if (text.size() > capacity) return writeAll(descriptor_, text);
+    write(text);
+}
+
+void OutStream::flushAfterPrint() {
+    if (used_ == 0 || (policy_ == Flush::eachLine && buffer_[used_ - 1] != '\n')) return;
+    if (this == &standardError()) standardOutput().flush();
+    flush();
+}
+
+OutStream& standardOutput() {
+    static OutStream stream(STDOUT_FILENO, ::isatty(STDOUT_FILENO) != 0 ? OutStream::Flush::eachLine
+                                                                        : OutStream::Flush::whenFull);
+    return stream;
+}
+
+OutStream& standardError() {
+    static OutStream stream(STDERR_FILENO, OutStream::Flush::eachPrint);
+    return stream;
+}
+
+void ignoreWriteSignals() {
+    (void)std::signal(SIGPIPE, SIG_IGN);
+    (void)std::signal(SIGXFSZ, SIG_IGN);
+}
