@@ -1,0 +1,75 @@
+#include "platform/metabase/adsi.h"
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+struct RegisteredProvider {
+    std::u16string_view prefix;
+    ComPtr<IADsProvider> provider;
+};
+
+std::vector<RegisteredProvider>& providers() {
+    static std::vector<RegisteredProvider> registry;
+    return registry;
+}
+
+} // namespace
+
+void registerProvider(const OLECHAR* prefix, IADsProvider& provider) {
+    std::erase_if(providers(), [prefix](const auto& entry) { return entry.prefix == prefix; });
+    providers().push_back({prefix, ComPtr<IADsProvider>(&provider)});
+}
+
+HRESULT ADsGetObject(const OLECHAR* path, const IID& wanted, void** object) {
+    *object = nullptr;
+    const std::u16string_view text = path == nullptr ? std::u16string_view() : path;
+    for (const RegisteredProvider& entry : providers()) {
+        if (text.starts_with(entry.prefix)) return entry.provider->GetObject(path, wanted, object);
+    }
+    return MK_E_SYNTAX;
+}
+
+HRESULT ADsBuildEnumerator(IADsContainer* container, IEnumVARIANT** enumerator) {
+    *enumerator = nullptr;
+    ComPtr<IUnknown> made;
+    if (HRESULT status = container->get__NewEnum(made.out()); status < 0) return status;
+    ComPtr<IEnumVARIANT> typed;
+    const HRESULT status = query(*made, typed);
+    *enumerator = typed.detach();
+    return status;
+}
+
+HRESULT ADsEnumerateNext(IEnumVARIANT* enumerator, ULONG count, VARIANT* elements, ULONG* fetched) {
+    return enumerator->Next(count, elements, fetched);
+}
+
+HRESULT ADsFreeEnumerator(IEnumVARIANT* enumerator) {
+    if (enumerator != nullptr) enumerator->Release();
+    return S_OK;
+}
+
+HRESULT ChildEnumerator::build(IADsContainer& container) {
+    free();
+    ended_ = false;
+    return ADsBuildEnumerator(&container, &enumerator_);
+}
+
+HRESULT ChildEnumerator::next(Variant& child) {
+    constexpr int patience = 1000;
+    for (int tries = 0; tries < patience && !ended_; ++tries) {
+        ULONG fetched = 0;
+        const HRESULT status = ADsEnumerateNext(enumerator_, 1, child.out(), &fetched);
+        if (status < 0) return status;
+        ended_ = status == S_FALSE;
+        if (fetched == 1) return S_OK;
+    }
+    child.reset();
+    return ended_ ? S_FALSE : E_UNEXPECTED;
+}
+
+HRESULT ChildEnumerator::free() {
+    return enumerator_ == nullptr ? S_OK : ADsFreeEnumerator(std::exchange(enumerator_, nullptr));
+}

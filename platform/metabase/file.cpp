@@ -1,0 +1,214 @@
+#include "platform/metabase/file.h"
+
+#include "platform/com/text.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+HRESULT statusOf(int error) {
+    switch (error) {
+    case EACCES:
+    case EPERM:
+    case EROFS: return E_ACCESSDENIED;
+    case ENOSPC:
+    case EDQUOT: return STATUS_DISK_FULL;
+    case EFBIG: return STATUS_FILE_TOO_LARGE;
+    case ENOENT: return STATUS_FILE_NOT_FOUND;
+    default: return STATUS_WRITE_FAULT;
+    }
+}
+
+/// Writes all of `text`, or returns false with errno set.
+bool writeAll(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(descriptor, text.data(), text.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+/// Reads up to `size` bytes; fewer only at the end of the file. Negative with errno set on a failure.
+ssize_t readAll(int descriptor, char* buffer, std::size_t size) {
+    std::size_t count = 0;
+    while (count < size) {
+        const ssize_t got = ::read(descriptor, buffer + count, size - count);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return got;
+        if (got == 0) break;
+        count += static_cast<std::size_t>(got);
+    }
+    return static_cast<ssize_t>(count);
+}
+
+/// The file that the path leads to, all links followed; empty if there is none.
+std::string realPathOf(const char* path) {
+    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path, nullptr), &std::free);
+    return real ? real.get() : "";
+}
+
+void syncFolderOf(const std::string& path) {
+    const Descriptor folder(
+        ::open(path.substr(0, path.rfind('/') + 1).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.isOpen()) ::fsync(folder.get());
+}
+
+} // namespace
+
+Descriptor::~Descriptor() {
+    if (isOpen()) ::close(number_);
+}
+
+bool MetabaseFile::Identity::of(int descriptor, Identity& identity) {
+    struct stat info {};
+    if (::fstat(descriptor, &info) != 0) return false;
+    identity = {info.st_dev, info.st_ino, info.st_size, info.st_mtim};
+    return true;
+}
+
+bool MetabaseFile::Identity::of(const char* path, Identity& identity) {
+    struct stat info {};
+    if (::stat(path, &info) != 0) return false;
+    identity = {info.st_dev, info.st_ino, info.st_size, info.st_mtim};
+    return true;
+}
+
+bool MetabaseFile::Identity::operator==(const Identity& other) const {
+    return device == other.device && inode == other.inode && size == other.size &&
+           time.tv_sec == other.time.tv_sec && time.tv_nsec == other.time.tv_nsec;
+}
+
+HRESULT MetabaseFile::failed(HRESULT status, std::string_view what) const {
+    setStatusDetail(status, std::string(path_) + ": " + std::string(what));
+    return status;
+}
+
+HRESULT MetabaseFile::failedSystem(int error, std::string_view what) const {
+    return failed(statusOf(error), std::string(what) + ": " + std::strerror(error));
+}
+
+HRESULT MetabaseFile::read(std::string_view& text) {
+    const Descriptor file(::open(path_, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!file.isOpen() && errno == ENOENT) {
+        setStatusDetail(STATUS_FILE_NOT_FOUND,
+                        "There is no " + std::string(path_) + " in the working directory.");
+        return STATUS_FILE_NOT_FOUND;
+    }
+    if (!file.isOpen()) return failedSystem(errno, "can't be opened");
+
+    // A writer may append meanwhile: what counts is a state that was the same before and after.
+    constexpr int patience = 10;
+    for (int tries = 0; tries < patience; ++tries) {
+        struct stat info {};
+        if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode))
+            return failed(STATUS_READ_FAULT, "is no file");
+        if (!Identity::of(file.get(), identity_) || ::lseek(file.get(), 0, SEEK_SET) != 0) break;
+        const auto size = static_cast<std::size_t>(identity_.size);
+        text_.reset(new char[size]);
+        const ssize_t count = readAll(file.get(), text_.get(), size);
+        if (count < 0)
+            return failed(STATUS_READ_FAULT, std::string("can't be read: ") + std::strerror(errno));
+        Identity after;
+        if (std::cmp_equal(count, size) && Identity::of(file.get(), after) && after == identity_) {
+            text = {text_.get(), size};
+            size_ = size;
+            return S_OK;
+        }
+    }
+    return failed(STATUS_FILE_ALTERED, "is being changed while it is read");
+}
+
+HRESULT MetabaseFile::append(std::string_view line) {
+    if (HRESULT status = lock(); status < 0) return status;
+    if (HRESULT status = checkUnaltered(); status < 0) return status;
+    if (HRESULT status = mend(); status < 0) return status;
+    return writeLine(line);
+}
+
+HRESULT MetabaseFile::lock() {
+    if (locked_.isOpen()) return S_OK;
+    Descriptor file(::open(path_, O_RDWR | O_APPEND | O_NONBLOCK | O_CLOEXEC));
+    if (!file.isOpen()) return failedSystem(errno, "can't be opened for a change");
+    if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+        return failed(STATUS_LOCK_VIOLATION, "another process is changing it");
+    }
+    locked_ = std::move(file);
+    return S_OK;
+}
+
+/// The file that is locked must be the one that was read, and the one at the path.
+HRESULT MetabaseFile::checkUnaltered() const {
+    Identity locked;
+    Identity current;
+    const bool unaltered = Identity::of(locked_.get(), locked) && locked == identity_ &&
+                           Identity::of(path_, current) && current == identity_;
+    return unaltered ? S_OK
+                     : failed(STATUS_FILE_ALTERED, "has been changed by someone else since it was read");
+}
+
+/// Cuts off what a dying process left.
+HRESULT MetabaseFile::mend() {
+    if (std::cmp_equal(identity_.size, size_)) return S_OK;
+    if (::ftruncate(locked_.get(), static_cast<off_t>(size_)) != 0)
+        return failedSystem(errno, "can't be written");
+    Identity::of(locked_.get(), identity_);
+    return S_OK;
+}
+
+HRESULT MetabaseFile::writeLine(std::string_view line) {
+    const bool endsLine = changed_ || size_ == 0 || text_[size_ - 1] == '\n';
+    const std::string text = endsLine ? std::string() : '\n' + std::string(line);
+    const std::string_view all = endsLine ? line : std::string_view(text);
+    // The one write takes the whole line; only where it is cut short, the next tells why.
+    const bool written = writeAll(locked_.get(), all);
+    const int error = errno;
+    if (!written && ::ftruncate(locked_.get(), static_cast<off_t>(size_)) != 0) {
+        // The line may stand there in part, but never with its end: openings pass it over.
+        Identity::of(locked_.get(), identity_);
+        return failedSystem(error, "can't be written, nor the line be cut off");
+    }
+    if (written) size_ += all.size();
+    changed_ = changed_ || written;
+    Identity::of(locked_.get(), identity_);
+    return written ? S_OK : failedSystem(error, "can't be written");
+}
+
+void MetabaseFile::replace(const std::function<void(const Put&)>& write) {
+    const std::string target = realPathOf(path_);
+    if (target.empty() || checkUnaltered() < 0) return;
+    const std::size_t name = target.rfind('/') + 1;
+    const std::string made = target.substr(0, name) + "." + target.substr(name) + ".rewrite";
+
+    // Only the holder of the lock comes here: a file of that name is what a dead process left.
+    ::unlink(made.c_str());
+    replacement_ = Descriptor(::open(made.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!replacement_.isOpen()) return;
+    const bool complete = fillReplacement(replacement_, write) && checkUnaltered() == S_OK &&
+                          ::rename(made.c_str(), target.c_str()) == 0;
+    if (complete) {
+        syncFolderOf(target);
+    } else {
+        ::unlink(made.c_str());
+    }
+}
+
+bool MetabaseFile::fillReplacement(const Descriptor& made,
+                                   const std::function<void(const Put&)>& write) const {
+    bool good = ::flock(made.get(), LOCK_EX | LOCK_NB) == 0;
+    write([&](std::string_view piece) { good = good && writeAll(made.get(), piece); });
+    struct stat old {};
+    struct stat fresh {};
+    good = good && ::fstat(locked_.get(), &old) == 0 && ::fstat(made.get(), &fresh) == 0;
+    const bool sameOwner = old.st_uid == fresh.st_uid && old.st_gid == fresh.st_gid;
+    return good && (sameOwner || ::fchown(made.get(), old.st_uid, old.st_gid) == 0) &&
+           ::fchmod(made.get(), old.st_mode & 07777) == 0 && ::fsync(made.get()) == 0;
+}
