@@ -1,0 +1,144 @@
+#include "src/backup.h"
+
+#include "platform/metabase/iis.h"
+#include "platform/os/file.h"
+#include "src/dispUtils.h"
+#include "src/propInfo.h"
+#include "src/schemaCache.h"
+
+#include <cerrno>
+
+namespace {
+
+constexpr const char* backupVersion = "1.0.0";
+constexpr std::u16string_view defaultRoot = u"IIS://localhost";
+
+/// Asks the object for the call that tells inherited properties. An object that doesn't know it is no
+/// failure.
+Status askForAttributes(IADs& object) {
+    ComPtr<IDispatch> dispatch;
+    if (Status status = query(object, dispatch); status < 0) return reported(status);
+    const OLECHAR* name = u"GetPropertyAttribObj";
+    DISPID id = 0;
+    const Status status = dispatch->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_SYSTEM_DEFAULT, &id);
+    return status < 0 && status != DISP_E_UNKNOWNNAME ? reported(status) : S_OK;
+}
+
+Status backupChildren(OutStream& stream, IADs& object, int level) {
+    ComPtr<IADsContainer> container;
+    const Status isContainer = query(object, container);
+    if (isContainer == E_NOINTERFACE) return S_OK;
+    if (isContainer < 0) return reported(isContainer);
+
+    ChildEnumerator children;
+    if (Status status = children.build(*container); status < 0) return reported(status);
+    for (;;) {
+        Variant element;
+        const Status status = children.next(element);
+        if (status < 0) return reported(status);
+        if (status == S_FALSE) return S_OK;
+        ComPtr<IADs> child;
+        if (Status found = queryObject(element.get(), child); found < 0) {
+            reported(found);
+            errPrintf("QI for IADs on child");
+            return found;
+        }
+        if (Status done = backupObject(stream, *child, level + 2); done < 0) return reported(done);
+    }
+}
+
+} // namespace
+
+Status backupMain() {
+    File file(runSettings.backupFile);
+    if (!file.isOpen()) {
+        const std::string reason = errorText(errno);
+        outPrintf(standardError(), "Can't open output file \"%s\": %s\n", runSettings.backupFile, reason);
+        return E_FAIL;
+    }
+    outPrintf(file.stream(), "<?xml version=\"1.0\" ?>\n");
+    const Status status = backupTree(file.stream(), runSettings.rootPath);
+    return status < 0 ? reported(status) : S_OK;
+}
+
+Status backupTree(OutStream& stream, const char* rootPath) {
+    Bstr path;
+    if (Status status = ansiToWide(rootPath, path); status < 0) return reported(status);
+    if (SysStringLen(path) == 0) path = Bstr(defaultRoot);
+    outPrintf(stream, "<metabase version=\"%s\">\n", backupVersion);
+    ComPtr<IADs> root;
+    if (Status status = bindObject(path, root); status < 0) {
+        reported(status);
+        errPrintf("Connecting to IIS via ADSI");
+        return status;
+    }
+    if (Status status = backupObject(stream, *root, 1); status < 0) return reported(status);
+    outPrintf(stream, "</metabase>\n");
+    return S_OK;
+}
+
+Status backupObject(OutStream& stream, IADs& object, int level) {
+    Bstr name;
+    if (Status status = object.get_Name(name.out()); status < 0) return reported(status);
+    Bstr className;
+    if (Status status = object.get_Class(className.out()); status < 0) return reported(status);
+    Bstr path;
+    if (Status status = object.get_ADsPath(path.out()); status < 0) return reported(status);
+    Bstr schemaPath;
+    if (Status status = object.get_Schema(schemaPath.out()); status < 0) return reported(status);
+
+    const int indent = level * 2;
+    outPrintf(stream, "%*s<obj name=\"%S\" class=\"%S\" path=\"%S\">\n", indent, "", XmlAttributeText(name),
+              XmlAttributeText(className), XmlAttributeText(path));
+    if (Status status = askForAttributes(object); status < 0) return status;
+    outPrintf(stream, "%*s<props>\n", indent + 2, "");
+    if (Status status = dumpObjectProperties(stream, object, level); status < 0) return reported(status);
+    outPrintf(stream, "%*s</props>\n", indent + 2, "");
+    outPrintf(stream, "%*s<children>\n", indent + 2, "");
+    if (Status status = backupChildren(stream, object, level); status < 0) return status;
+    outPrintf(stream, "%*s</children>\n", indent + 2, "");
+    outPrintf(stream, "%*s</obj>\n", indent, "");
+    return S_OK;
+}
+
+Status dumpObjectProperties(OutStream& stream, IADs& object, int level) {
+    std::span<const BSTR> names;
+    if (Status status = getClassSchema(*runSettings.schemaCache, object, names); status < 0)
+        return reported(status);
+    for (BSTR name : names) {
+        if (Status status = dumpProperty(stream, object, level, name); status < 0) return reported(status);
+    }
+    return S_OK;
+}
+
+Status dumpProperty(OutStream& stream, IADs& object, int level, BSTR name) {
+    const PropInfo& info = findPropInfo(view(name));
+    const bool inherited = isPropertyInherited(object, name);
+    if (inherited && runSettings.noInherit) {
+        logPrintf(6, "Ignoring inherited property \"%S\"\n", name);
+        return S_OK;
+    }
+    Variant value;
+    if (Status status = object.GetEx(name, value.out()); status < 0) return reported(status);
+    if (info.dumpFn == nullptr) {
+        logPrintf(2, "No dump func for property %S\n", name);
+        return S_OK;
+    }
+    if (Status status = info.dumpFn(name, value.get(), stream, level, inherited); status < 0) {
+        reported(status);
+        errPrintf("Dumping property %S", name);
+        return status;
+    }
+    return S_OK;
+}
+
+bool isPropertyInherited(IADs& object, BSTR name) {
+    ComPtr<IISBaseObject> base;
+    if (query(object, base) < 0) return false;
+    ComPtr<IDispatch> found;
+    if (base->GetPropertyAttribObj(name, found.out()) < 0) return false;
+    ComPtr<IISPropertyAttribute> attribute;
+    if (query(*found, attribute) < 0) return false;
+    VARIANT_BOOL inherited = VARIANT_FALSE;
+    return attribute->get_Isinherited(&inherited) >= 0 && inherited != VARIANT_FALSE;
+}

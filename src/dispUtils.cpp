@@ -1,0 +1,204 @@
+#include "src/dispUtils.h"
+
+#include "platform/com/text.h"
+
+#include <array>
+#include <cstring>
+
+namespace {
+
+constexpr VARTYPE typeFlags = 0xF000;
+constexpr VARTYPE extendedFlags = VT_VECTOR | VT_BYREF | VT_RESERVED;
+
+/// What both comparison and printing have to say of a type that can't come from a provider or a file.
+Status refuseExtended(VARTYPE type, SourcePlace place = SourcePlace::current()) {
+    reported(E_UNEXPECTED, place);
+    errPrintf("Can't handle variant with extended type 0x%X (full type 0x%X)", type & typeFlags, type);
+    return E_UNEXPECTED;
+}
+
+Status refuseMultidimensional(SourcePlace place = SourcePlace::current()) {
+    reported(E_UNEXPECTED, place);
+    errPrintf("Multidimensional SAFEARRAYs not supported");
+    return E_UNEXPECTED;
+}
+
+Status answer(bool same) { return same ? 0 : 1; }
+
+bool sameBytes(BSTR a, BSTR b) {
+    const UINT length = SysStringByteLen(a);
+    return length == SysStringByteLen(b) && (length == 0 || std::memcmp(a, b, length) == 0);
+}
+
+Status printArray(OutStream& stream, const VARIANT& value) {
+    if (SafeArrayGetDim(value.parray) != 1) return refuseMultidimensional();
+    ArrayBounds bounds;
+    if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
+    const bool single = bounds.lower == bounds.upper;
+    if (!single) outPrintf(stream, "SAFEARRAY: %d elements: ", bounds.upper - bounds.lower + 1);
+    for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
+        Variant element;
+        if (Status status = getArrayElement(value, i, element); status < 0) return reported(status);
+        if (i != bounds.lower) outPrintf(stream, ", ");
+        if (Status status = printVariant(stream, element.get()); status < 0) return reported(status);
+    }
+    return S_OK;
+}
+
+constexpr char32_t replacement = 0xFFFD;
+
+/// Takes the next character of a text that isn't at its end; what no document can hold is U+FFFD.
+char32_t takeCharacter(const OLECHAR*& at, const OLECHAR* end) {
+    const OLECHAR unit = *at++;
+    if (isHighHalf(unit) && at != end && isLowHalf(*at)) return characterOf(unit, *at++);
+    return isHighHalf(unit) || isLowHalf(unit) || unit >= 0xFFFE ? replacement : unit;
+}
+
+/// The units below 256 that stand for themselves: all but those that are given.
+constexpr std::array<bool, 256> allBut(std::string_view special) {
+    std::array<bool, 256> plain{};
+    plain.fill(true);
+    for (const char c : special) plain[static_cast<unsigned char>(c)] = false;
+    return plain;
+}
+
+constexpr std::array<bool, 256> plainInText = allBut({"&<>\0", 4});
+constexpr std::array<bool, 256> plainInAttribute = allBut("&<\"");
+
+const OLECHAR* endOfPlain(const OLECHAR* at, const OLECHAR* end, const std::array<bool, 256>& plain) {
+    while (at != end && *at < plain.size() && plain[*at]) ++at;
+    return at;
+}
+
+} // namespace
+
+Status cmpVariants(const VARIANT& a, const VARIANT& b) {
+    if (a.vt != b.vt) return 1;
+    if ((a.vt & extendedFlags) != 0) return refuseExtended(a.vt);
+    if ((a.vt & VT_ARRAY) != 0) return cmpSafeArrays(a, b);
+    switch (a.vt) {
+    case VT_EMPTY:
+    case VT_NULL: return 0;
+    case VT_I2:
+    case VT_BOOL: return answer(a.iVal == b.iVal);
+    case VT_I4:
+    case VT_ERROR: return answer(a.lVal == b.lVal);
+    case VT_R4: return answer(a.fltVal == b.fltVal);
+    case VT_R8: return answer(a.dblVal == b.dblVal);
+    case VT_BSTR: return answer(sameBytes(a.bstrVal, b.bstrVal));
+    case VT_DISPATCH:
+    case VT_UNKNOWN: return answer(a.punkVal == b.punkVal);
+    case VT_UI1: return answer(a.bVal == b.bVal);
+    default: return 1;
+    }
+}
+
+Status cmpSafeArrays(const VARIANT& a, const VARIANT& b) {
+    if (SafeArrayGetDim(a.parray) != 1 || SafeArrayGetDim(b.parray) != 1) return refuseMultidimensional();
+    ArrayBounds boundsA;
+    if (Status status = getArrayBounds(a, boundsA); status < 0) return reported(status);
+    ArrayBounds boundsB;
+    if (Status status = getArrayBounds(b, boundsB); status < 0) return reported(status);
+    if (boundsA.lower != boundsB.lower || boundsA.upper != boundsB.upper) return 1;
+
+    for (LONG i = boundsA.lower; i <= boundsA.upper; ++i) {
+        Variant elementA;
+        if (Status status = getArrayElement(a, i, elementA); status < 0) return reported(status);
+        Variant elementB;
+        if (Status status = getArrayElement(b, i, elementB); status < 0) return reported(status);
+        const Status result = cmpVariants(elementA.get(), elementB.get());
+        if (result < 0) return reported(result);
+        if (result == 1) return 1;
+    }
+    return 0;
+}
+
+Status printVariant(OutStream& stream, const VARIANT& value) {
+    if ((value.vt & extendedFlags) != 0) return refuseExtended(value.vt);
+    if ((value.vt & VT_ARRAY) != 0) return printArray(stream, value);
+    switch (value.vt) {
+    case VT_EMPTY: outPrintf(stream, "<empty>"); break;
+    case VT_NULL: outPrintf(stream, "<null>"); break;
+    case VT_I2: outPrintf(stream, "%d", value.iVal); break;
+    case VT_I4: outPrintf(stream, "%d", value.lVal); break;
+    case VT_R4: outPrintf(stream, "%f", value.fltVal); break;
+    case VT_R8: outPrintf(stream, "%f", value.dblVal); break;
+    case VT_BSTR: outPrintf(stream, "%S", value.bstrVal); break;
+    case VT_DISPATCH: outPrintf(stream, "[VT_DISPATCH]"); break;
+    case VT_ERROR: outPrintf(stream, "[VT_ERROR] %d", value.scode); break;
+    case VT_BOOL: outPrintf(stream, "%s", value.boolVal == VARIANT_TRUE ? "true" : "false"); break;
+    case VT_UNKNOWN: outPrintf(stream, "[VT_UNKNOWN]"); break;
+    case VT_UI1: outPrintf(stream, "%d", value.bVal); break;
+    default: outPrintf(stream, "[unknown variant type %d]", value.vt); break;
+    }
+    return S_OK;
+}
+
+Status printXmlEscaped(OutStream& stream, BSTR text) {
+    const OLECHAR* at = text;
+    const OLECHAR* end = at + SysStringLen(text);
+    while (at != end) {
+        const OLECHAR* plain = at;
+        at = endOfPlain(at, end, plainInText);
+        writeNarrowed(stream, {plain, static_cast<std::size_t>(at - plain)});
+        if (at == end) break;
+        switch (const char32_t character = takeCharacter(at, end); character) {
+        case u'&': outPrintf(stream, "&amp;"); break;
+        case u'<': outPrintf(stream, "&lt;"); break;
+        case u'>': outPrintf(stream, "&gt;"); break;
+        case u'\0': outPrintf(stream, "%1.1S", u""); break;
+        default: outPrintf(stream, "&#%d;", static_cast<std::int32_t>(character)); break;
+        }
+    }
+    stream.printed();
+    return S_OK;
+}
+
+XmlAttributeText::XmlAttributeText(const OLECHAR* text) : text_(text) {
+    if (text == nullptr) return;
+    const std::u16string_view units(text);
+    const OLECHAR* at = units.data();
+    const OLECHAR* end = at + units.size();
+    if (endOfPlain(at, end, plainInAttribute) == end) return;
+    while (at != end) {
+        const OLECHAR* plain = at;
+        at = endOfPlain(at, end, plainInAttribute);
+        escaped_.append(plain, at);
+        if (at == end) break;
+        switch (const char32_t character = takeCharacter(at, end); character) {
+        case u'&': escaped_ += u"&amp;"; break;
+        case u'<': escaped_ += u"&lt;"; break;
+        case u'"': escaped_ += u"&quot;"; break;
+        default: {
+            const std::string digits = std::to_string(static_cast<std::uint32_t>(character));
+            escaped_.append(u"&#").append(digits.begin(), digits.end()).push_back(u';');
+        }
+        }
+    }
+}
+
+Status ansiToWide(std::string_view text, Bstr& wide) {
+    if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) return E_INVALIDARG;
+    const int length = static_cast<int>(text.size());
+    wide = Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(length)));
+    if (length == 0) return S_OK;
+    return MultiByteToWideChar(CP_THREAD_ACP, 0, text.data(), length, wide, length) == length ? S_OK
+                                                                                              : E_UNEXPECTED;
+}
+
+Status getArrayBounds(const VARIANT& array, ArrayBounds& bounds) {
+    if ((array.vt & VT_ARRAY) == 0) return DISP_E_TYPEMISMATCH;
+    if (Status status = SafeArrayGetLBound(array.parray, 1, &bounds.lower); status < 0) return status;
+    return SafeArrayGetUBound(array.parray, 1, &bounds.upper);
+}
+
+Status getArrayElement(const VARIANT& array, LONG index, Variant& element) {
+    VARTYPE type = VT_EMPTY;
+    if (Status status = SafeArrayGetVartype(array.parray, &type); status < 0) return status;
+    if (type == VT_VARIANT) return SafeArrayGetElement(array.parray, &index, element.out());
+    VARIANT plain{};
+    plain.vt = type;
+    const Status status = SafeArrayGetElement(array.parray, &index, &plain.llVal);
+    if (status >= 0) element = Variant::adopt(plain);
+    return status;
+}

@@ -1,0 +1,227 @@
+#include "src/objInfo.h"
+
+#include "src/dispUtils.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+Status defaultObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IADs>& newObject) {
+    ComPtr<IADsContainer> container;
+    if (Status status = query(parent, container); status < 0) {
+        reported(status);
+        errPrintf("Getting IADsContainer interface");
+        return status;
+    }
+    ComPtr<IDispatch> created;
+    if (Status status = container->Create(className, objectName, created.out()); status < 0) {
+        reported(status);
+        errPrintf("Error creating object %S (%S)\n", objectName, className);
+        return status;
+    }
+    parent.SetInfo();
+    ComPtr<IADs> object;
+    if (Status status = query(*created, object); status < 0) return reported(status);
+    newObject = std::move(object);
+    return S_OK;
+}
+
+/// A child goes through the delete function of its own class.
+Status deleteChild(const Variant& element) {
+    ComPtr<IADs> child;
+    if (Status status = queryObject(element.get(), child); status < 0) {
+        reported(status);
+        errPrintf("QI for IADs on child");
+        return status;
+    }
+    Bstr className;
+    if (Status status = child->get_Class(className.out()); status < 0) return reported(status);
+    const ObjInfo* info = nullptr;
+    if (findObjInfo(view(className), info) == S_FALSE) {
+        reported(E_UNEXPECTED);
+        errPrintf("Unknown object class: %S", className);
+        return E_UNEXPECTED;
+    }
+    if (!info->isDeletable()) {
+        reported(E_UNEXPECTED);
+        errPrintf("Can't delete objects of class: %S", className);
+        return E_UNEXPECTED;
+    }
+    return info->deleteFn(*child);
+}
+
+Status deleteChildren(IADsContainer& container) {
+    ChildEnumerator children;
+    if (Status status = children.build(container); status < 0) return reported(status);
+    for (;;) {
+        Variant element;
+        const Status status = children.next(element);
+        if (status < 0) return reported(status);
+        if (status == S_FALSE) return S_OK;
+        if (Status deleted = deleteChild(element); deleted < 0) return deleted;
+    }
+}
+
+/// Has the parent delete the object, whose children are gone.
+Status deleteFromParent(IADs& object) {
+    Bstr parentPath;
+    if (Status status = object.get_Parent(parentPath.out()); status < 0) return reported(status);
+    ComPtr<IADsContainer> parent;
+    if (Status status = bindObject(parentPath, parent); status < 0) return reported(status);
+    Bstr name;
+    if (Status status = object.get_Name(name.out()); status < 0) return reported(status);
+    Bstr className;
+    if (Status status = object.get_Class(className.out()); status < 0) return reported(status);
+    if (Status status = parent->Delete(className, name); status < 0) {
+        reported(status);
+        errPrintf("Deleting %S %S from %S", className, name, parentPath);
+        return status;
+    }
+    object.SetInfo();
+    return S_OK;
+}
+
+Status defaultObjDelete(IADs& object) {
+    ComPtr<IADsDeleteOps> deleteOps;
+    const Status offersDelete = query(object, deleteOps);
+    if (offersDelete < 0 && offersDelete != E_NOINTERFACE) return reported(offersDelete);
+    if (offersDelete >= 0) {
+        const Status status = deleteOps->DeleteObject(0);
+        object.SetInfo();
+        return status < 0 ? reported(status) : S_OK;
+    }
+    ComPtr<IADsContainer> container;
+    const Status isContainer = query(object, container);
+    if (isContainer < 0 && isContainer != E_NOINTERFACE) return reported(isContainer);
+    if (isContainer >= 0) {
+        if (Status status = deleteChildren(*container); status < 0) return status;
+    }
+    return deleteFromParent(object);
+}
+
+bool isWebService(BSTR className) { return equal(className, u"IIsWebService"); }
+
+/// The filters folder right below the web service is the default one, which always exists.
+Status filtersObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IADs>& newObject) {
+    Bstr parentClass;
+    if (Status status = parent.get_Class(parentClass.out()); status < 0) return reported(status);
+    if (isWebService(parentClass)) {
+        reported(E_UNEXPECTED);
+        errPrintf("Can't create the default IIsFilters object!  It should already be there.");
+        return E_UNEXPECTED;
+    }
+    return defaultObjCreate(parent, className, objectName, newObject);
+}
+
+Status filtersObjDelete(IADs& object) {
+    Bstr parentPath;
+    if (Status status = object.get_Parent(parentPath.out()); status < 0) return reported(status);
+    ComPtr<IADs> parent;
+    if (Status status = bindObject(parentPath, parent); status < 0) return reported(status);
+    Bstr parentClass;
+    if (Status status = parent->get_Class(parentClass.out()); status < 0) return reported(status);
+    if (isWebService(parentClass)) {
+        reported(E_UNEXPECTED);
+        errPrintf("Can't delete the default IIsFilters object!  It must be present.");
+        return E_UNEXPECTED;
+    }
+    return defaultObjDelete(object);
+}
+
+constexpr ObjInfo ordinary(const OLECHAR* name) { return {name, 0, defaultObjCreate, defaultObjDelete}; }
+constexpr ObjInfo fixed(const OLECHAR* name) {
+    return {name, objFlagNoCreate | objFlagNoDelete, nullptr, nullptr};
+}
+constexpr ObjInfo deletable(const OLECHAR* name) {
+    return {name, objFlagNoCreate, nullptr, defaultObjDelete};
+}
+constexpr ObjInfo unsupported(const OLECHAR* name) { return {name, objFlagUnsupported, nullptr, nullptr}; }
+
+constexpr std::array objInfoTable = {
+    ordinary(u"IIsFtpInfo"),
+    ordinary(u"IIsFtpServer"),
+    ordinary(u"IIsFtpService"),
+    ordinary(u"IIsFtpVirtualDir"),
+    ordinary(u"IIsWebDirectory"),
+    ordinary(u"IIsWebFile"),
+    ordinary(u"IIsWebInfo"),
+    ordinary(u"IIsWebServer"),
+    ordinary(u"IIsWebService"),
+    ordinary(u"IIsWebVirtualDir"),
+    ordinary(u"IIsCompressionScheme"),
+    ordinary(u"IIsCustomLogModule"),
+    ordinary(u"IIsLogModule"),
+    ordinary(u"IIsFilter"),
+    ordinary(u"IIsACE"),
+    ordinary(u"IIsAdminACL"),
+    ordinary(u"IIsApplicationPool"),
+    ordinary(u"IIsApplicationPools"),
+    ordinary(u"IIsImapInfo"),
+    ordinary(u"IIsImapRoutingSource"),
+    ordinary(u"IIsImapServer"),
+    ordinary(u"IIsImapService"),
+    ordinary(u"IIsImapSessions"),
+    ordinary(u"IIsImapVirtualDir"),
+    ordinary(u"IIsNntpExpiration"),
+    ordinary(u"IIsNntpExpire"),
+    ordinary(u"IIsNntpFeed"),
+    ordinary(u"IIsNntpFeeds"),
+    ordinary(u"IIsNntpGroups"),
+    ordinary(u"IIsNntpInfo"),
+    ordinary(u"IIsNntpRebuild"),
+    ordinary(u"IIsNntpServer"),
+    ordinary(u"IIsNntpService"),
+    ordinary(u"IIsNntpSessions"),
+    ordinary(u"IIsNntpVirtualDir"),
+    ordinary(u"IIsPop3Info"),
+    ordinary(u"IIsPop3RoutingSource"),
+    ordinary(u"IIsPop3Server"),
+    ordinary(u"IIsPop3Service"),
+    ordinary(u"IIsPop3Sessions"),
+    ordinary(u"IIsPop3VirtualDir"),
+    ordinary(u"IIsSmtpAlias"),
+    ordinary(u"IIsSmtpDL"),
+    ordinary(u"IIsSmtpDomain"),
+    ordinary(u"IIsSmtpInfo"),
+    ordinary(u"IIsSmtpRoutingSource"),
+    ordinary(u"IIsSmtpServer"),
+    ordinary(u"IIsSmtpService"),
+    ordinary(u"IIsSmtpSessions"),
+    ordinary(u"IIsSmtpUser"),
+    ordinary(u"IIsSmtpVirtualDir"),
+    ObjInfo{u"IIsFilters", 0, filtersObjCreate, filtersObjDelete},
+    fixed(u"IIsComputer"),
+    fixed(u"IIsCompressionSchemes"),
+    fixed(u"IIsLogModules"),
+    fixed(u"IIsMimeMap"),
+    deletable(u"IIsObject"),
+    deletable(u"IISCustomLogModule"),
+    unsupported(u"IIsCertMapper"),
+    unsupported(u"IIsIPSecurity"),
+    unsupported(u"IIsMimeType"),
+};
+static_assert(objInfoTable.size() == 61);
+
+constexpr ObjInfo defaultObjInfo = {u"<default>", objFlagNoCreate, nullptr, defaultObjDelete};
+
+/// The rows in the order of their names, unit by unit; sorted at the first lookup.
+std::array<const ObjInfo*, objInfoTable.size()> objInfoIndex;
+bool objInfoIndexReady = false;
+
+std::u16string_view nameOf(const ObjInfo* row) { return row->name; }
+
+} // namespace
+
+Status findObjInfo(std::u16string_view className, const ObjInfo*& row) {
+    if (!objInfoIndexReady) {
+        std::ranges::transform(objInfoTable, objInfoIndex.begin(),
+                               [](const ObjInfo& entry) { return &entry; });
+        std::ranges::sort(objInfoIndex, {}, nameOf);
+        objInfoIndexReady = true;
+    }
+    const auto* found = std::ranges::lower_bound(objInfoIndex, className, {}, nameOf);
+    const bool known = found != objInfoIndex.end() && nameOf(*found) == className;
+    row = known ? *found : &defaultObjInfo;
+    return known ? S_OK : S_FALSE;
+}

@@ -1,0 +1,118 @@
+#include "src/propDefault.h"
+
+namespace {
+
+const Bstr emptyText(u"");
+const Bstr markerText(u"<unsupported/>");
+
+/// The types whose text is the one that VariantChangeType gives.
+bool isConverted(VARTYPE type) {
+    switch (type) {
+    case VT_I2:
+    case VT_I4:
+    case VT_R4:
+    case VT_R8:
+    case VT_CY:
+    case VT_DATE:
+    case VT_ERROR:
+    case VT_VARIANT:
+    case VT_DECIMAL:
+    case VT_I1:
+    case VT_UI1:
+    case VT_UI2:
+    case VT_UI4:
+    case VT_I8:
+    case VT_UI8:
+    case VT_INT:
+    case VT_UINT:
+    case VT_HRESULT:
+    case VT_CLSID: return true;
+    default: return false;
+    }
+}
+
+/// What stands between the start tag and the end of the line.
+Status writeValueAndEnd(const OLECHAR* name, VARIANT& value, OutStream& stream) {
+    if (Status status = writeValueText(stream, value); status < 0) {
+        reported(status);
+        errPrintf("Dumping property %S", name);
+        return status;
+    }
+    outPrintf(stream, "</%s>\n", "prop");
+    return S_OK;
+}
+
+Status dumpSingle(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
+    outPrintf(stream, "%*s<%s name=\"%S\" type=\"%d\"%s>", level * 2 + 4, "", "prop", XmlAttributeText(name),
+              value.vt, inheritedText(inherited));
+    return writeValueAndEnd(name, value, stream);
+}
+
+Status dumpList(const OLECHAR* name, const VARIANT& array, ArrayBounds bounds, OutStream& stream, int level,
+                bool inherited) {
+    outPrintf(stream, "%*s<%s name=\"%S\"%s>\n", level * 2 + 4, "", "proplist", XmlAttributeText(name),
+              inheritedText(inherited));
+    for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
+        Variant element;
+        if (Status status = getArrayElement(array, i, element); status < 0) return reported(status);
+        outPrintf(stream, "%*s<%s type=\"%d\">", level * 2 + 6, "", "prop", element.type());
+        if (Status status = writeValueAndEnd(name, element.get(), stream); status < 0) return status;
+    }
+    outPrintf(stream, "%*s</%s>\n", level * 2 + 4, "", "proplist");
+    return S_OK;
+}
+
+} // namespace
+
+Status defaultPropCmp(const VARIANT& value, BackupProp& prop) {
+    if (Status status = backupPropParse(prop); status < 0) return reported(status);
+    return cmpVariants(value, prop.value.get());
+}
+
+Status defaultPropSet(IADs& object, BackupProp& prop) {
+    if (Status status = backupPropParse(prop); status < 0) return reported(status);
+    Bstr path;
+    if (Status status = object.get_ADsPath(path.out()); status < 0) return reported(status);
+    errPrintf("Setting %S:%S property to ", path, prop.name);
+    printVariant(*runSettings.errStream, prop.value.get());
+    errPrintf("\n");
+    if (runSettings.dryRun) return S_OK;
+
+    if (Status status = object.Put(prop.name, prop.value.get()); status < 0) return reported(status);
+    if (Status status = object.SetInfo(); status < 0) return reported(status);
+    return S_OK;
+}
+
+Status defaultPropPrint(bool useLive, BackupProp& prop, const VARIANT& live) {
+    if (!useLive) {
+        if (Status status = backupPropParse(prop); status < 0) return reported(status);
+    }
+    const Status status = printVariant(*runSettings.errStream, useLive ? live : prop.value.get());
+    return status < 0 ? reported(status) : S_OK;
+}
+
+Status defaultPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
+    if ((value.vt & VT_ARRAY) == 0) return dumpSingle(name, value, stream, level, inherited);
+    ArrayBounds bounds;
+    if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
+    if (bounds.lower != bounds.upper) return dumpList(name, value, bounds, stream, level, inherited);
+    Variant element;
+    if (Status status = getArrayElement(value, bounds.lower, element); status < 0) return reported(status);
+    return dumpSingle(name, element.get(), stream, level, inherited);
+}
+
+Status writeValueText(OutStream& stream, VARIANT& value) {
+    BSTR text = markerText;
+    if (value.vt == VT_EMPTY || value.vt == VT_NULL) {
+        text = emptyText;
+    } else if (value.vt == VT_BOOL) {
+        outPrintf(stream, "%s", value.boolVal == VARIANT_TRUE ? "true" : "false");
+        return S_OK;
+    } else if (isConverted(value.vt)) {
+        if (Status status = VariantChangeType(&value, &value, 0, VT_BSTR); status < 0) return status;
+        text = value.bstrVal;
+    } else if (value.vt == VT_BSTR) {
+        text = value.bstrVal;
+    }
+    return printXmlEscaped(stream, text != nullptr ? text : markerText.get());
+}

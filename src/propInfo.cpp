@@ -1,0 +1,159 @@
+#include "src/propInfo.h"
+
+#include "platform/automation/safearray.h"
+#include "src/propDefault.h"
+#include "src/propIPSec.h"
+#include "src/propMimeMap.h"
+#include "src/xmlUtils.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+/// A restore skips unsupported properties by their flag, so nothing comes here.
+Status unsupPropCmp(const VARIANT&, BackupProp&) {
+    reported(E_NOTIMPL);
+    errPrintf("unsupPropCmp not implemented yet");
+    return E_NOTIMPL;
+}
+
+/// Records that such a property was there; its value is lost.
+Status unsupPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
+    outPrintf(stream, "%*s<%s name=\"%S\" type=\"%d\"%s><unsupported/></%s>\n", level * 2 + 4, "", "prop",
+              XmlAttributeText(name), value.vt, inheritedText(inherited), "prop");
+    return S_OK;
+}
+
+constexpr PropInfo propInfoTable[] = {
+    {u"KeyType", propFlagReadOnly, defaultPropCmp, defaultPropSet, defaultPropPrint, defaultPropDump},
+    {u"ServerState", propFlagIgnored, nullptr, nullptr, defaultPropPrint, defaultPropDump},
+    {u"MimeMap", 0, mimeMapPropCmp, mimeMapPropSet, mimeMapPropPrint, mimeMapPropDump},
+    {u"IPSecurity", 0, ipSecPropCmp, ipSecPropSet, ipSecPropPrint, ipSecPropDump},
+    {u"AdminACL", propFlagUnsupported, unsupPropCmp, nullptr, nullptr, unsupPropDump},
+    {u"RelayIpList", propFlagUnsupported, unsupPropCmp, nullptr, nullptr, unsupPropDump},
+};
+
+constexpr PropInfo defaultPropInfo = {u"<<default>>", 0, defaultPropCmp, defaultPropSet, defaultPropPrint,
+                                      defaultPropDump};
+
+struct BoolWord {
+    std::u16string_view word;
+    bool value;
+};
+
+constexpr BoolWord boolWords[] = {{u"true", true}, {u"false", false}, {u"t", true},  {u"1", true},
+                                  {u"yes", true},  {u"f", false},     {u"0", false}, {u"no", false}};
+
+const Bstr typeAttribute(u"type");
+const Bstr nameAttribute(u"name");
+const Bstr inheritedAttribute(u"inherited");
+
+/// A `type` text names a VARTYPE by the low 16 bits of its number.
+Status parseVarType(BSTR text, VARTYPE& type) {
+    type = static_cast<VARTYPE>(leadingNumber(view(text)));
+    if (type != 0 || (text != nullptr && text[0] == u'0')) return S_OK;
+    reported(E_FAIL);
+    errPrintf("Seemingly invalid integer: %S", text);
+    return E_FAIL;
+}
+
+Status refuseUntyped(IXMLDOMNode& node) {
+    reported(E_FAIL);
+    errPrintf("Value node %S has no type attribute", xmlTagForMessage(node));
+    return E_FAIL;
+}
+
+Status parseList(IXMLDOMNode& node, std::vector<Variant>& values) {
+    ComPtr<IXMLDOMNodeList> children;
+    if (Status status = node.get_childNodes(children.out()); status < 0) return reported(status);
+    LONG length = 0;
+    if (Status status = children->get_length(&length); status < 0) return reported(status);
+    for (LONG i = 0; i < length; ++i) {
+        ComPtr<IXMLDOMNode> child;
+        if (Status status = children->nextNode(child.out()); status < 0) return reported(status);
+        if (!child) return reported(E_UNEXPECTED);
+        if (Status status = parseValueNode(*child, values.emplace_back()); status < 0)
+            return reported(status);
+    }
+    return S_OK;
+}
+
+/// Moves the values into an array, without copying what they refer to.
+Status moveIntoArray(std::vector<Variant>& values, Variant& out) {
+    SafeArray array(values.size());
+    if (!array) return reported(E_UNEXPECTED);
+    for (std::size_t i = 0; i < values.size(); ++i) array[i] = values[i].detach();
+    out = Variant::ofArray(array.detach());
+    return S_OK;
+}
+
+} // namespace
+
+const PropInfo& findPropInfo(std::u16string_view name) {
+    const auto* found = std::ranges::find(propInfoTable, name, &PropInfo::name);
+    return found == std::end(propInfoTable) ? defaultPropInfo : *found;
+}
+
+Status parseBoolWord(std::u16string_view word, bool& value) {
+    const auto* found = std::ranges::find(boolWords, word, &BoolWord::word);
+    if (found == std::end(boolWords)) return E_FAIL;
+    value = found->value;
+    return S_OK;
+}
+
+Status parseValueNode(IXMLDOMNode& node, Variant& out) {
+    Bstr typeText;
+    const Status found = xmlGetAttrOfNode(node, typeAttribute, typeText);
+    if (found < 0) return reported(found);
+    if (found == S_FALSE) return refuseUntyped(node);
+    Bstr text;
+    if (Status status = node.get_text(text.out()); status < 0) return reported(status);
+
+    VARTYPE type = VT_EMPTY;
+    if (Status status = parseVarType(typeText, type); status < 0) return status;
+    Variant value = Variant::ofString(std::move(text));
+    if (Status status = VariantChangeType(&value.get(), &value.get(), 0, type); status < 0)
+        return reported(status);
+    out = std::move(value);
+    return S_OK;
+}
+
+Status parsePropNode(IXMLDOMNode& node, Variant& out, bool& inherited) {
+    Bstr tag;
+    if (Status status = node.get_nodeName(tag.out()); status < 0) return reported(status);
+    std::vector<Variant> values;
+    if (equal(tag, u"prop")) {
+        if (Status status = parseValueNode(node, values.emplace_back()); status < 0) return reported(status);
+    } else if (equal(tag, u"proplist")) {
+        if (Status status = parseList(node, values); status < 0) return status;
+    } else {
+        errPrintf("Unknown property node: %S\n", tag);
+        return reported(E_UNEXPECTED);
+    }
+    if (Status status = moveIntoArray(values, out); status < 0) return status;
+
+    Bstr word;
+    if (Status status = xmlGetAttrOfNode(node, inheritedAttribute, word, u"false"); status < 0)
+        return reported(status);
+    if (parseBoolWord(view(word), inherited) < 0) {
+        errPrintf("Unknown value (%S) for \"%S\" property assuming false\n", word, inheritedAttribute);
+        inherited = false;
+    }
+    return S_OK;
+}
+
+Status backupPropBind(BackupProp& prop, IXMLDOMNode& node) {
+    if (Status status = query(node, prop.element); status < 0) return reported(status);
+    if (Status status = xmlGetAttr(*prop.element, nameAttribute, prop.name); status < 0)
+        return reported(status);
+    return S_OK;
+}
+
+Status backupPropParse(BackupProp& prop) {
+    if (prop.parsed) return S_OK;
+    if (Status status = parsePropNode(*prop.element, prop.value, prop.inherited); status < 0)
+        return reported(status);
+    prop.parsed = true;
+    return S_OK;
+}

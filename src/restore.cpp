@@ -1,0 +1,107 @@
+#include "src/restore.h"
+
+#include "src/restoreObj.h"
+#include "src/restoreProp.h"
+#include "src/xmlUtils.h"
+
+namespace {
+
+const Bstr versionAttribute(u"version");
+const Bstr pathAttribute(u"path");
+const Bstr propsTag(u"props");
+const Bstr childrenTag(u"children");
+
+/// Binds the topmost object. A failure of that is told, but not reported here.
+Status bindTopObject(IXMLDOMElement& element, ComPtr<IADs>& object) {
+    Bstr path;
+    if (Status status = xmlGetAttr(element, pathAttribute, path); status < 0) return reported(status);
+    const Status status = bindObject(path, object);
+    if (status < 0)
+        outPrintf(standardError(), "Root object %S doesn't exist...not handling this yet\n", path);
+    return status;
+}
+
+/// The child that an `obj` element must have. Without it nothing can be concluded, least of all that there
+/// are no children.
+Status findPart(IXMLDOMElement& element, BSTR tag, ComPtr<IXMLDOMNode>& part) {
+    if (Status status = xmlGetOnlyChild(element, tag, part); status < 0) return reported(status);
+    return part ? S_OK : reported(E_FAIL);
+}
+
+} // namespace
+
+Status restoreMain() {
+    runSettings.errStream = &standardOutput();
+    ComPtr<IXMLDOMDocument> document;
+    if (Status status = xmlLoadFile(runSettings.backupFile, document); status < 0) return reported(status);
+    ComPtr<IXMLDOMElement> documentElement;
+    if (Status status = document->get_documentElement(documentElement.out()); status < 0)
+        return reported(status);
+    if (!documentElement) return reported(E_UNEXPECTED);
+    if (Status status = validateBackup(*documentElement); status < 0) return reported(status);
+    ComPtr<IXMLDOMNode> top;
+    if (Status status = documentElement->get_firstChild(top.out()); status < 0) return reported(status);
+    if (!top) return reported(E_UNEXPECTED);
+    if (Status status = restoreObject(*top, nullptr); status < 0) return reported(status);
+    return S_OK;
+}
+
+Status validateBackup(IXMLDOMElement& documentElement) {
+    Bstr version;
+    const Status found = xmlGetAttr(documentElement, versionAttribute, version);
+    if (found < 0) return reported(found);
+    if (found == S_FALSE) {
+        errPrintf("Invalid backup (no \"version\" attribute on the metabase tag)\n");
+        return E_FAIL;
+    }
+    if (!view(version).starts_with(u'1')) {
+        errPrintf("Invalid backup (unknown version \"%S\")\n", version);
+        return E_FAIL;
+    }
+    LONG count = 0;
+    if (Status status = xmlChildCount(documentElement, count); status < 0) return reported(status);
+    if (count != 1) {
+        errPrintf("Invalid backup (metabase tag should have one child; it has %d)\n", count);
+        return E_FAIL;
+    }
+    ComPtr<IXMLDOMNode> child;
+    if (Status status = documentElement.get_firstChild(child.out()); status < 0) return reported(status);
+    if (!child) return reported(E_UNEXPECTED);
+    Bstr name;
+    if (Status status = child->get_nodeName(name.out()); status < 0) return reported(status);
+    if (!equal(name, u"obj")) {
+        errPrintf("Invalid backup (child of metabase node is of type \"%S\")\n", name);
+        return E_FAIL;
+    }
+    return S_OK;
+}
+
+Status restoreObject(IXMLDOMNode& node, IADs* object) {
+    ComPtr<IXMLDOMElement> element;
+    if (Status status = query(node, element); status < 0) return reported(status);
+    ComPtr<IADs> live(object);
+    if (!live) {
+        if (Status status = bindTopObject(*element, live); status < 0) return status;
+    }
+    ComPtr<IXMLDOMNode> props;
+    if (Status status = findPart(*element, propsTag, props); status < 0) return status;
+    if (Status status = reconcileProperties(*live, *props); status < 0) return reported(status);
+    ComPtr<IXMLDOMNode> children;
+    if (Status status = findPart(*element, childrenTag, children); status < 0) return status;
+    if (Status status = reconcileChildren(*live, *children); status < 0) return reported(status);
+    return S_OK;
+}
+
+int logCreateObject(const OLECHAR* objectText, const OLECHAR* className) {
+    errPrintf("CREATE OBJECT: %S (class %S)\n", objectText, className);
+    return runSettings.dryRun ? 1 : 0;
+}
+
+int logDeleteObject(IADs& object) {
+    Bstr path;
+    if (object.get_ADsPath(path.out()) < 0) path = Bstr(u"<unknown name: get_ADsPath failed>");
+    Bstr className;
+    if (object.get_Class(className.out()) < 0) className = Bstr(u"<unknown class: get_Class failed>");
+    errPrintf("DELETE OBJECT: %S (class %S)\n", path, className);
+    return runSettings.dryRun ? 1 : 0;
+}

@@ -1,0 +1,112 @@
+#include "src/restoreProp.h"
+
+#include "src/schemaCache.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+/// The object's path for the warnings of one pass, read when the first one needs it.
+class WarningPath {
+public:
+    explicit WarningPath(IADs& object) : object_(object) {}
+
+    BSTR get() {
+        if (!path_ && object_.get_ADsPath(path_.out()) < 0)
+            path_ = Bstr(u"<unknown name: get_ADsPath failed>");
+        return path_;
+    }
+
+private:
+    IADs& object_;
+    Bstr path_;
+};
+
+/// The names of a class, and which of them the file has.
+class NameMatcher {
+public:
+    explicit NameMatcher(std::span<const BSTR> names) : names_(names), seen_(names.size()) {}
+
+    /// Marks the first name that equals this one and wasn't seen before; false if there is none. Null is no
+    /// name.
+    bool take(BSTR name) {
+        for (std::size_t i = 0; name != nullptr && i < names_.size(); ++i) {
+            if (seen_[i] != 0 || !equal(names_[i], view(name))) continue;
+            seen_[i] = 1;
+            return true;
+        }
+        return false;
+    }
+    void warnOfUnseen(WarningPath& path) const {
+        for (std::size_t i = 0; i < names_.size(); ++i) {
+            if (seen_[i] != 0) continue;
+            errPrintf("WARNING - property \"%S\" is not in backup for object \"%S\"\n", names_[i],
+                      path.get());
+        }
+    }
+
+private:
+    std::span<const BSTR> names_;
+    std::vector<std::uint8_t> seen_;
+};
+
+/// Says whether a restore skips the property, whatever its value, and why.
+bool isSkipped(const PropInfo& info, BSTR name) {
+    if ((info.flags & propFlagUnsupported) != 0) {
+        logPrintf(5, "Skipping unsupported property \"%S\"\n", name);
+    } else if ((info.flags & propFlagIgnored) != 0) {
+        logPrintf(5, "Skipping ignored property \"%S\"\n", name);
+    } else if ((info.flags & propFlagReadOnly) != 0) {
+        logPrintf(5, "Skipping ReadOnly property \"%S\"\n", name);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+Status reconcileProperties(IADs& object, IXMLDOMNode& propsNode) {
+    std::span<const BSTR> names;
+    if (Status status = getClassSchema(*runSettings.schemaCache, object, names); status < 0) {
+        reported(status);
+        errPrintf("Getting schema info from schema cache");
+        return status;
+    }
+    NameMatcher matcher(names);
+    WarningPath path(object);
+    ComPtr<IXMLDOMNodeList> nodes;
+    if (Status status = propsNode.get_childNodes(nodes.out()); status < 0) return reported(status);
+    LONG length = 0;
+    if (Status status = nodes->get_length(&length); status < 0) return reported(status);
+    std::vector<BackupProp> records;
+    records.reserve(static_cast<std::size_t>(length));
+    for (;;) {
+        ComPtr<IXMLDOMNode> node;
+        if (Status status = nodes->nextNode(node.out()); status < 0) return reported(status);
+        if (!node) break;
+        BackupProp& prop = records.emplace_back();
+        if (Status status = backupPropBind(prop, *node); status < 0) return reported(status);
+        if (matcher.take(prop.name)) {
+            if (Status status = reconcileProperty(object, prop); status < 0) return reported(status);
+        } else {
+            errPrintf("WARNING - property \"%S\" listed in backup but not in schema for object \"%S\"\n",
+                      prop.name, path.get());
+        }
+    }
+    matcher.warnOfUnseen(path);
+    return S_OK;
+}
+
+Status reconcileProperty(IADs& object, BackupProp& prop) {
+    const PropInfo& info = findPropInfo(view(prop.name));
+    if (isSkipped(info, prop.name)) return S_OK;
+    Variant live;
+    if (Status status = object.GetEx(prop.name, live.out()); status < 0) return reported(status);
+    const Status result = info.cmpFn(live.get(), prop);
+    if (result < 0) return reported(result);
+    if (result != 1) return S_OK;
+    if (Status status = info.setFn(object, prop); status < 0) return reported(status);
+    return S_OK;
+}

@@ -1,0 +1,144 @@
+#include "src/skeinKeep.h"
+
+#include "platform/com/runtime.h"
+#include "platform/com/text.h"
+#include "src/backup.h"
+#include "src/restore.h"
+#include "src/schemaCache.h"
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+RunSettings runSettings;
+
+namespace {
+
+enum class Mode { backup, restore, notChosen };
+
+[[noreturn]] void usage(const char* programName) {
+    OutStream& out = standardError();
+    outPrintf(out, "Usage: %s -backup -file <backup-file> [-noinherit] [-root <path>]\n", programName);
+    outPrintf(out, "Usage: %s -restore -file <backup-file> [-n] [-force] [-log <log-file>|-]\n", programName);
+    outPrintf(out, "  [-debug <n>]\n");
+    std::exit(1); // NOLINT(concurrency-mt-unsafe)
+}
+
+/// The command line's arguments, taken one by one.
+class Arguments {
+public:
+    Arguments(int count, char** values) : at_(values + 1), end_(values + count) {}
+
+    bool atEnd() const { return at_ == end_; }
+    /// Takes the next argument if it is this option.
+    bool take(std::string_view option) {
+        if (option != *at_) return false;
+        ++at_;
+        return true;
+    }
+    /// Takes the next argument if it is this option and has an operand behind it, which is taken as well.
+    bool take(std::string_view option, const char*& operand) {
+        if (end_ - at_ < 2 || option != *at_) return false;
+        operand = at_[1];
+        at_ += 2;
+        return true;
+    }
+
+private:
+    char** at_;
+    char** end_;
+};
+
+Mode parseCommandLine(int argc, char** argv) {
+    const char* programName = argc > 0 ? argv[0] : "skeinKeep";
+    if (argc < 2) usage(programName);
+    Mode mode = Mode::notChosen;
+    const auto choose = [&](Mode chosen) {
+        if (mode != Mode::notChosen) usage(programName);
+        mode = chosen;
+    };
+
+    for (Arguments arguments(argc, argv); !arguments.atEnd();) {
+        const char* level = nullptr;
+        if (arguments.take("-backup")) {
+            choose(Mode::backup);
+        } else if (arguments.take("-restore")) {
+            choose(Mode::restore);
+        } else if (arguments.take("-noinherit")) {
+            runSettings.noInherit = true;
+        } else if (arguments.take("-n")) {
+            runSettings.dryRun = true;
+        } else if (arguments.take("-force")) {
+            runSettings.force = true;
+        } else if (arguments.take("-debug", level)) {
+            runSettings.debugLevel = leadingNumber(std::string_view(level));
+        } else if (!arguments.take("-log", runSettings.logFile) &&
+                   !arguments.take("-file", runSettings.backupFile) &&
+                   !arguments.take("-root", runSettings.rootPath)) {
+            usage(programName);
+        }
+    }
+    if (mode == Mode::notChosen || runSettings.backupFile == nullptr) usage(programName);
+    return mode;
+}
+
+[[noreturn]] void outOfMemory() {
+    constexpr std::string_view message = "Out of memory\n";
+    standardOutput().flush();
+    standardError().write(message);
+    standardError().flush();
+    std::_Exit(2);
+}
+
+/// The file name of a source, without its folder and its extension.
+std::string_view stemOf(std::string_view path) {
+    path.remove_prefix(path.rfind('/') + 1);
+    return path.substr(0, path.rfind('.'));
+}
+
+} // namespace
+
+int skeinKeepMain(int argc, char** argv) {
+    std::set_new_handler(outOfMemory);
+    const Mode mode = parseCommandLine(argc, argv);
+
+    if (Status status = CoInitializeEx(nullptr, 0); status < 0) {
+        reported(status);
+        errPrintf("CoInitialize");
+        return 2;
+    }
+    Status status = S_OK;
+    {
+        SchemaCache schemaCache;
+        runSettings.schemaCache = &schemaCache;
+        status = mode == Mode::restore ? restoreMain() : backupMain();
+        runSettings.schemaCache = nullptr;
+    }
+    CoUninitialize();
+    return status < 0 ? 2 : 0;
+}
+
+void reportHr(Status status, std::string_view sourceFile, std::uint32_t line) {
+    const std::unique_ptr<char, void* (*)(void*)> text(
+        [status] {
+            char* buffer = nullptr;
+            const DWORD length =
+                FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,
+                               static_cast<DWORD>(status), LOCALE_USER_DEFAULT, &buffer, 0, nullptr);
+            const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+            for (DWORD i = length; buffer != nullptr && i > 1 && isSpace(buffer[i - 1]); --i)
+                buffer[i - 1] = '\0';
+            return buffer;
+        }(),
+        &LocalFree);
+    if (text) {
+        errPrintf("Error 0x%X (%s) at %s:%d\n", status, text.get(), sourceFile, line);
+    } else {
+        errPrintf("Error 0x%X at %s:%d\n", status, sourceFile, line);
+    }
+}
+
+Status reported(Status status, SourcePlace place) {
+    reportHr(status, stemOf(place.file), place.line);
+    return status;
+}

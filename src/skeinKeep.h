@@ -1,0 +1,93 @@
+// The entry point, the settings of a run, and the way in which everything speaks to the user.
+#pragma once
+
+#include "platform/com/status.h"
+#include "platform/os/print.h"
+
+#include <cstdint>
+#include <limits>
+#include <string_view>
+
+/// 0 is success, negative a failure. A function that can also answer 1 says so.
+using Status = HRESULT;
+
+struct SchemaCache;
+
+/// Set from the command line before the driver starts. Only `errStream` and `schemaCache` change later.
+struct RunSettings {
+    const char* backupFile = nullptr;
+    const char* rootPath = "IIS://localhost";
+    /// Accepted, but without effect.
+    const char* logFile = "-";
+    bool noInherit = false;
+    bool dryRun = false;
+    /// Accepted, but without effect.
+    bool force = false;
+    std::int32_t debugLevel = 4;
+    /// Errors and change lines: standard error, or standard output in a restore.
+    OutStream* errStream = &standardError();
+    /// The lines gated by `debugLevel`.
+    OutStream* logStream = &standardError();
+    /// The schema cache of the run, null until it is created.
+    SchemaCache* schemaCache = nullptr;
+};
+
+extern RunSettings runSettings;
+
+/// The whole run: parses the command line, whose first element is the program's name, and calls the driver.
+/// Returns the exit code: 0, or 2 if the run failed. A wrong command line ends the process with exit code 1.
+int skeinKeepMain(int argc, char** argv);
+
+/// Prints to a stream; see printTo for the conversions.
+template <class... Args>
+void outPrintf(OutStream& stream, const Format<Args...>& format, const Args&... arguments) {
+    printTo<Args...>(stream, format, arguments...);
+}
+
+/// Prints to `errStream`.
+template <class... Args> void errPrintf(const Format<Args...>& format, const Args&... arguments) {
+    printTo<Args...>(*runSettings.errStream, format, arguments...);
+}
+
+/// Prints to `logStream`, if `debugLevel` is at `level` or above.
+template <class... Args>
+void logPrintf(std::int32_t level, const Format<Args...>& format, const Args&... arguments) {
+    if (runSettings.debugLevel >= level) printTo<Args...>(*runSettings.logStream, format, arguments...);
+}
+
+/// Prints the "Error" line of a failure on `errStream`.
+void reportHr(Status status, std::string_view sourceFile, std::uint32_t line);
+
+/// A place in the sources: what std::source_location is, for the compilers whose library lacks it.
+struct SourcePlace {
+    const char* file;
+    std::uint32_t line;
+
+    static constexpr SourcePlace current(const char* file = __builtin_FILE(),
+                                         std::uint32_t line = __builtin_LINE()) {
+        return {file, line};
+    }
+};
+
+/// Reports a failure at the caller's place and returns its status: `return reported(status);`
+Status reported(Status status, SourcePlace place = SourcePlace::current());
+
+/// Reads a number as atoi does: leading white space, a sign, digits up to the first other character; 0
+/// without digits. A number out of range takes the nearest 32-bit value.
+template <class Char> std::int32_t leadingNumber(std::basic_string_view<Char> text) {
+    const auto isSpace = [](Char c) { return c == Char{' '} || (c >= Char{'\t'} && c <= Char{'\r'}); };
+    std::size_t at = 0;
+    while (at < text.size() && isSpace(text[at])) ++at;
+    const bool negative = at < text.size() && text[at] == Char{'-'};
+    if (at < text.size() && (negative || text[at] == Char{'+'})) ++at;
+
+    using Limits = std::numeric_limits<std::int32_t>;
+    std::int64_t number = 0;
+    for (; at < text.size() && text[at] >= Char{'0'} && text[at] <= Char{'9'}; ++at) {
+        if (number <= Limits::max()) number = number * 10 + (text[at] - Char{'0'});
+    }
+    if (negative) number = -number;
+    return static_cast<std::int32_t>(number < Limits::min()   ? Limits::min()
+                                     : number > Limits::max() ? Limits::max()
+                                                              : number);
+}

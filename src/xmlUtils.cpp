@@ -1,0 +1,206 @@
+#include "src/xmlUtils.h"
+
+#include "platform/com/runtime.h"
+#include "platform/os/file.h"
+#include "src/dispUtils.h"
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <optional>
+
+namespace {
+
+/// The buffer of a start tag, good for one tag at a time.
+class TagBuffer {
+public:
+    void clear() { used_ = 0; }
+    /// Appends the pieces, wide ones narrowed; all of them, or, where they don't fit, nothing.
+    bool append(std::initializer_list<std::u16string_view> pieces) {
+        std::size_t length = 0;
+        for (const std::u16string_view piece : pieces) length += piece.size();
+        if (length > room()) return false;
+        for (const std::u16string_view piece : pieces) put(piece);
+        return true;
+    }
+    /// Appends as much of a piece as fits.
+    void appendPart(std::u16string_view piece) { put(piece.substr(0, room())); }
+    void close() { bytes_[used_++] = '>'; }
+    std::string_view text() const { return {bytes_, used_}; }
+
+private:
+    // The closing bracket and a terminator always fit.
+    std::size_t room() const { return sizeof bytes_ - 2 - used_; }
+    void put(std::u16string_view piece) {
+        for (const char16_t unit : piece) bytes_[used_++] = unit < 0x100 ? static_cast<char>(unit) : '?';
+    }
+
+    char bytes_[8192];
+    std::size_t used_ = 0;
+};
+
+TagBuffer startTag;
+
+struct Attribute {
+    Bstr name;
+    Variant value;
+};
+
+Status readAttribute(IXMLDOMNamedNodeMap& attributes, LONG index, Attribute& attribute) {
+    ComPtr<IXMLDOMNode> node;
+    if (Status status = attributes.get_item(index, node.out()); status < 0) return reported(status);
+    if (!node) return reported(E_UNEXPECTED);
+    if (Status status = node->get_nodeName(attribute.name.out()); status < 0) return reported(status);
+    if (Status status = node->get_nodeValue(attribute.value.out()); status < 0) return reported(status);
+    VARIANT& value = attribute.value.get();
+    if (Status status = VariantChangeType(&value, &value, 0, VT_BSTR); status < 0) return reported(status);
+    return S_OK;
+}
+
+Status appendAttributes(IXMLDOMNode& node) {
+    ComPtr<IXMLDOMNamedNodeMap> attributes;
+    if (Status status = node.get_attributes(attributes.out()); status < 0) return reported(status);
+    if (!attributes) return S_OK;
+    LONG count = 0;
+    if (Status status = attributes->get_length(&count); status < 0) return reported(status);
+    for (LONG i = 0; i < count; ++i) {
+        Attribute attribute;
+        if (Status status = readAttribute(*attributes, i, attribute); status < 0) return status;
+        if (!startTag.append({u" ", view(attribute.name), u"=\"", view(attribute.value->bstrVal), u"\""}))
+            break;
+    }
+    return S_OK;
+}
+
+Status createDocument(ComPtr<IXMLDOMDocument>& document) {
+    void* created = nullptr;
+    const Status status =
+        CoCreateInstance(CLSID_DOMDocument, nullptr, CLSCTX_ALL, IXMLDOMDocument::iid, &created);
+    document = ComPtr<IXMLDOMDocument>::adopt(static_cast<IXMLDOMDocument*>(created));
+    return status;
+}
+
+Status refuseOpening(const char* fileName, int error) {
+    reported(E_UNEXPECTED);
+    errPrintf("Unexpected error opening: \"%s\": %s", fileName, errorText(error));
+    return E_UNEXPECTED;
+}
+
+Status refuseShortRead(const char* fileName, std::size_t count, std::int64_t size) {
+    reported(E_UNEXPECTED);
+    errPrintf("Read %d bytes from \"%s\", expected to read %d", count, fileName, size);
+    return E_UNEXPECTED;
+}
+
+/// The file's text, as wide as its bytes. The bytes are freed ahead of the parsing.
+Status readWide(const char* fileName, Bstr& text) {
+    InputFile file(fileName);
+    if (!file.isOpen()) return refuseOpening(fileName, errno);
+    const std::int64_t size = file.size();
+    if (size < 0) return refuseOpening(fileName, errno);
+    if (size > std::numeric_limits<std::int32_t>::max() - 1) return refuseShortRead(fileName, 0, size);
+
+    const auto length = static_cast<std::size_t>(size);
+    const std::unique_ptr<char[]> bytes(new char[length + 1]);
+    const std::size_t count = file.read(bytes.get(), length);
+    if (count != length) return refuseShortRead(fileName, count, size);
+    bytes[length] = '\0';
+    if (Status status = ansiToWide(bytes.get(), text); status < 0) return reported(status);
+    return S_OK;
+}
+
+} // namespace
+
+Status xmlLoadFile(const char* fileName, ComPtr<IXMLDOMDocument>& document) {
+    document.reset();
+    ComPtr<IXMLDOMDocument> loading;
+    if (Status status = createDocument(loading); status < 0) {
+        reported(status);
+        errPrintf("Creating XML DOM object");
+        return status;
+    }
+    Bstr text;
+    if (Status status = readWide(fileName, text); status < 0) return status;
+    if (Status status = loading->put_async(VARIANT_FALSE); status < 0) return reported(status);
+
+    VARIANT_BOOL success = VARIANT_FALSE;
+    if (Status status = loading->loadXML(text, &success); status < 0) {
+        reported(status);
+        errPrintf("loading XML from backup file %s", fileName);
+        return status;
+    }
+    if (success != VARIANT_TRUE) {
+        reported(E_FAIL);
+        errPrintf("loadXML from backup file %s failed (probably a syntax error)", fileName);
+        return E_FAIL;
+    }
+    document = std::move(loading);
+    return S_OK;
+}
+
+Status xmlGetAttr(IXMLDOMElement& element, BSTR name, Bstr& value, const OLECHAR* defaultText) {
+    value.reset();
+    Variant attribute;
+    const Status found = element.getAttribute(name, attribute.out());
+    if (found < 0) return found;
+    if (found == S_FALSE) {
+        if (defaultText == nullptr) return S_FALSE;
+        value = Bstr(defaultText);
+        return S_OK;
+    }
+    if (Status status = VariantChangeType(&attribute.get(), &attribute.get(), 0, VT_BSTR); status < 0) {
+        reported(status);
+        errPrintf("Can't change attribute into a string");
+        return status;
+    }
+    value = Bstr::adopt(attribute.detach().bstrVal);
+    return S_OK;
+}
+
+Status xmlGetAttrOfNode(IXMLDOMNode& node, BSTR name, Bstr& value, const OLECHAR* defaultText) {
+    value.reset();
+    ComPtr<IXMLDOMElement> element;
+    if (Status status = query(node, element); status < 0) return reported(status);
+    return xmlGetAttr(*element, name, value, defaultText);
+}
+
+Status xmlChildCount(IXMLDOMNode& node, LONG& count) {
+    count = 0;
+    ComPtr<IXMLDOMNodeList> children;
+    if (Status status = node.get_childNodes(children.out()); status < 0) return reported(status);
+    if (Status status = children->get_length(&count); status < 0) return reported(status);
+    return S_OK;
+}
+
+Status xmlGetOnlyChild(IXMLDOMNode& node, BSTR tag, ComPtr<IXMLDOMNode>& child) {
+    child.reset();
+    ComPtr<IXMLDOMNodeList> matches;
+    if (Status status = node.selectNodes(tag, matches.out()); status < 0) return reported(status);
+    LONG count = 0;
+    if (Status status = matches->get_length(&count); status < 0) return reported(status);
+    if (count != 1) {
+        errPrintf("Node %S must have exactly one \"%S\" child node; it has has %d\n", xmlTagForMessage(node),
+                  tag, count);
+    }
+    if (Status status = matches->nextNode(child.out()); status < 0) return reported(status);
+    return S_OK;
+}
+
+Status xmlDumpNode(IXMLDOMNode& node, Bstr& text) {
+    text.reset();
+    Bstr name;
+    if (Status status = node.get_nodeName(name.out()); status < 0) return reported(status);
+    startTag.clear();
+    startTag.append({u"<"});
+    startTag.appendPart(view(name));
+    if (Status status = appendAttributes(node); status < 0) return status;
+    startTag.close();
+    const Status status = ansiToWide(startTag.text(), text);
+    return status < 0 ? reported(status) : S_OK;
+}
+
+Bstr xmlTagForMessage(IXMLDOMNode& node) {
+    Bstr text;
+    if (xmlDumpNode(node, text) < 0) text = Bstr(u"<can't get tag.... :-(>");
+    return text;
+}

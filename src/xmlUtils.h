@@ -1,0 +1,29 @@
+// The backup file as a document, and the operations on its nodes that recur.
+#pragma once
+
+#include "platform/xml/msxml.h"
+#include "src/skeinKeep.h"
+
+/// Loads a file into a new document, which stays null unless the result is 0. The file is read whole, and a
+/// NUL byte ends it for the parser; from 2 GB up it is refused.
+Status xmlLoadFile(const char* fileName, ComPtr<IXMLDOMDocument>& document);
+
+/// An attribute as a string. 0 with the value, or with a copy of `defaultText` for an attribute that is
+/// missing; 1, with null, for a missing one without default; negative on a failure.
+Status xmlGetAttr(IXMLDOMElement& element, BSTR name, Bstr& value, const OLECHAR* defaultText = nullptr);
+
+/// The same on a node, which must be an element.
+Status xmlGetAttrOfNode(IXMLDOMNode& node, BSTR name, Bstr& value, const OLECHAR* defaultText = nullptr);
+
+/// Number of child nodes of every kind.
+Status xmlChildCount(IXMLDOMNode& node, LONG& count);
+
+/// The first child with a tag, or null. Any other number of them than one is complained about on `errStream`,
+/// but is no failure.
+Status xmlGetOnlyChild(IXMLDOMNode& node, BSTR tag, ComPtr<IXMLDOMNode>& child);
+
+/// The start tag of an element, for a message: as many of its attributes as fit into 8192 bytes.
+Status xmlDumpNode(IXMLDOMNode& node, Bstr& text);
+
+/// The start tag, or a text in its place where it can't be had.
+Bstr xmlTagForMessage(IXMLDOMNode& node);
