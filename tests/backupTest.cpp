@@ -1,0 +1,361 @@
+// What a backup writes, byte for byte, and what it says and leaves when something fails.
+
+#include "platform/automation/safearray.h"
+#include "tests/faults.h"
+#include "tests/support.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+namespace {
+
+const std::string exampleMetabase = R"(metabase 1
+property KeyType string single local ""
+property ExampleNumber i4 single inheritable 0
+property ExampleFlag bool single local false
+property ExampleEmpty string single local ""
+property ExampleList string list inheritable []
+property ExampleNoValues string list local []
+property ExampleObject opaque single local opaque("x")
+property AdminACL opaque single local opaque("acl")
+property MimeMap mime list local mime()
+property IPSecurity ipsec single inheritable ipsec(GrantByDefault false, IPGrant [], IPDeny [], DomainGrant [], DomainDeny [])
+class IIsComputer container nodeleteops (KeyType) (ExampleNumber, ExampleFlag, ExampleEmpty, ExampleList, ExampleNoValues, ExampleObject, AdminACL)
+class IIsMimeMap leaf nodeleteops () (MimeMap, IPSecurity)
+above
+  ExampleNumber 120
+  ExampleList ["one & two", 3]
+object "localhost" IIsComputer
+  KeyType "IIsComputer"
+  IPSecurity ipsec(GrantByDefault true, IPGrant [], IPDeny ["first entry"], DomainGrant ["first entry", "second entry"], DomainDeny [])
+object "localhost/MimeMap" IIsMimeMap
+  MimeMap mime(".txt" "text/plain", ".htm" "text/html")
+)";
+
+const std::string exampleBackup = R"(<?xml version="1.0" ?>
+<metabase version="1.0.0">
+  <obj name="localhost" class="IIsComputer" path="IIS://localhost">
+    <props>
+      <prop name="KeyType" type="8">IIsComputer</prop>
+      <prop name="ExampleNumber" type="3" inherited="true">120</prop>
+      <prop name="ExampleFlag" type="11">false</prop>
+      <prop name="ExampleEmpty" type="8"></prop>
+      <proplist name="ExampleList" inherited="true">
+        <prop type="8">one &amp; two</prop>
+        <prop type="3">3</prop>
+      </proplist>
+      <proplist name="ExampleNoValues">
+      </proplist>
+      <prop name="ExampleObject" type="9">&lt;unsupported/&gt;</prop>
+      <prop name="AdminACL" type="9"><unsupported/></prop>
+    </props>
+    <children>
+      <obj name="MimeMap" class="IIsMimeMap" path="IIS://localhost/MimeMap">
+        <props>
+          <prop name="MimeMap">
+            <mimetype extension=".txt" type="text/plain"/>
+            <mimetype extension=".htm" type="text/html"/>
+          </prop>
+          <prop name="IPSecurity" inherited="true">
+            <prop name="GrantByDefault" type="11">true</prop>
+            <proplist name="IPGrant">
+            </proplist>
+            <prop name="IPDeny" type="8">first entry</prop>
+            <proplist name="DomainGrant">
+              <prop type="8">first entry</prop>
+              <prop type="8">second entry</prop>
+            </proplist>
+            <proplist name="DomainDeny">
+            </proplist>
+          </prop>
+        </props>
+        <children>
+        </children>
+      </obj>
+    </children>
+  </obj>
+</metabase>
+)";
+
+/// A metabase of one object with one property X of the given value.
+std::string oneValue(const std::string& value) {
+    return "metabase 1\nproperty X string single local " + value +
+           "\nclass IIsComputer container nodeleteops () (X)\nobject \"localhost\" IIsComputer\n";
+}
+
+/// What the backup of such a metabase has in its `props`.
+std::string propsOf(const std::string& backup) {
+    const std::string begin = "    <props>\n      ";
+    const std::size_t at = backup.find(begin);
+    return at == std::string::npos
+               ? backup
+               : backup.substr(at + begin.size(), backup.find("    </props>") - at - begin.size());
+}
+
+TEST(Backup, writesTheExampleByteForByte) {
+    const Folder folder;
+    folder.write("metabase.txt", exampleMetabase);
+    const Outcome run = runProgram(folder, {"-backup", "-file", "f.xml"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out + run.err, "");
+    EXPECT_EQ(folder.read("f.xml"), exampleBackup);
+    EXPECT_EQ(folder.read("metabase.txt"), exampleMetabase);
+}
+
+TEST(Backup, leavesInheritedPropertiesOutWhenAsked) {
+    const Folder folder;
+    folder.write("metabase.txt", exampleMetabase);
+    // A value that would not be read can't fail the run either.
+    const auto failingRead = [] {
+        Faults faults;
+        faults.onRead = [](const std::u16string& name, VARIANT& value) {
+            if (name == u"IPSecurity") VariantClear(&value);
+        };
+        installFaults(faults);
+    };
+    const Outcome run =
+        runTool(folder, {"-backup", "-noinherit", "-debug", "6", "-file", "f.xml"}, failingRead);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.err,
+              "Ignoring inherited property \"ExampleNumber\"\nIgnoring inherited property \"ExampleList\"\n"
+              "Ignoring inherited property \"IPSecurity\"\n");
+    EXPECT_EQ(folder.read("f.xml").find("inherited"), std::string::npos);
+}
+
+TEST(Backup, writesEveryValueAsItsTypeAsks) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"empty", R"(<prop name="X" type="0"></prop>)"},
+        {"null", R"(<prop name="X" type="1"></prop>)"},
+        {"i2:-32768", R"(<prop name="X" type="2">-32768</prop>)"},
+        {"-2147483648", R"(<prop name="X" type="3">-2147483648</prop>)"},
+        {"r4:0.1", R"(<prop name="X" type="4">0.1</prop>)"},
+        {"r8:-0", R"(<prop name="X" type="5">-0</prop>)"},
+        {"cy:-0.0001", R"(<prop name="X" type="6">-0.0001</prop>)"},
+        {"date:1998-07-14T08:30:00", R"(<prop name="X" type="7">1998-07-14T08:30:00</prop>)"},
+        {"error:-1", R"(<prop name="X" type="10">-1</prop>)"},
+        {"bool:1", R"(<prop name="X" type="11">false</prop>)"},
+        {"decimal:-1.20", R"(<prop name="X" type="14">-1.20</prop>)"},
+        {"ui8:18446744073709551615", R"(<prop name="X" type="21">18446744073709551615</prop>)"},
+        {"bytes:00FF", R"(<prop name="X" type="8209">&lt;unsupported/&gt;</prop>)"},
+        {R"("a<b&c>d \"q\" 'a'")", R"(<prop name="X" type="8">a&lt;b&amp;c&gt;d "q" 'a'</prop>)"},
+        {R"("\u0000|\t|\r|\n|é")", "<prop name=\"X\" type=\"8\"> |\t|\r|\n|\xE9</prop>"},
+        {R"("ÿĀ€😀\uD83D|\uDE00\uFFFE\uFFFF")",
+         "<prop name=\"X\" type=\"8\">\xFF&#256;&#8364;&#128512;&#65533;|&#65533;&#65533;&#65533;</prop>"}};
+    for (const auto& [value, line] : cases) {
+        const Folder folder;
+        folder.write("metabase.txt", oneValue(value));
+        EXPECT_EQ(runProgram(folder, {"-backup", "-file", "f"}).exitCode, 0);
+        EXPECT_EQ(propsOf(folder.read("f")), std::string(line) + "\n") << value;
+    }
+}
+
+TEST(Backup, escapesWhatAnAttributeCannotHold) {
+    const Folder folder;
+    folder.write(
+        "metabase.txt",
+        "metabase 1\nproperty \"a<&\\\"'>é€\" string single local \"\"\nproperty MimeMap mime list "
+        "local mime(\"<\" \"\\\"&\\\"\")\nclass IIsComputer container nodeleteops () (\"a<&\\\"'>é€\", "
+        "MimeMap)\nobject \"localhost\" IIsComputer\nobject \"localhost/R&D <ö> \\\"😀\\\"\" IIsComputer\n");
+    EXPECT_EQ(runProgram(folder, {"-backup", "-file", "f"}).exitCode, 0);
+    const std::string backup = folder.read("f");
+    for (const char* line : {"<prop name=\"a&lt;&amp;&quot;'>\xE9&#8364;\" type=\"8\"></prop>",
+                             R"(<mimetype extension="&lt;" type="&quot;&amp;&quot;"/>)",
+                             "<obj name=\"R&amp;D &lt;\xF6> &quot;&#128512;&quot;\" class=\"IIsComputer\" "
+                             "path=\"IIS://localhost/R&amp;D &lt;\xF6> &quot;&#128512;&quot;\">"}) {
+        EXPECT_NE(backup.find(line), std::string::npos) << line;
+    }
+}
+
+struct FailureCase {
+    Faults faults;
+    std::string err;
+    /// How the file ends.
+    std::string tail;
+};
+
+Faults fault(const std::string& call, int number = 1) {
+    Faults faults;
+    faults.call = call;
+    faults.number = number;
+    return faults;
+}
+
+Faults reading(const std::u16string& property, const std::function<void(VARIANT&)>& change) {
+    Faults faults;
+    faults.onRead = [=](const std::u16string& name, VARIANT& value) {
+        if (name == property) change(value);
+    };
+    return faults;
+}
+
+void makeTwoDimensional(VARIANT& value) {
+    VariantClear(&value);
+    const SAFEARRAYBOUND bounds[] = {{1, 0}, {2, 5}};
+    value.vt = VT_ARRAY | VT_VARIANT;
+    value.parray = SafeArrayCreate(VT_VARIANT, 2, bounds);
+}
+
+TEST(Backup, stopsAtTheFirstFailureAndTellsIt) {
+    const std::string top = "<obj name=\"localhost\" class=\"IIsComputer\" path=\"IIS://localhost\">\n";
+    const std::string child =
+        "<obj name=\"MimeMap\" class=\"IIsMimeMap\" path=\"IIS://localhost/MimeMap\">\n";
+    const std::string rise = "{backup}{backup}{backup}";
+    const std::string inChild = rise + "{backup}";
+    const auto clear = [](VARIANT& value) { VariantClear(&value); };
+    const auto retype = [](VARTYPE type) {
+        return [type](VARIANT& value) {
+            VariantClear(&value);
+            value.vt = type;
+        };
+    };
+    const FailureCase cases[] = {
+        {fault("ADsGetObject"), "{backup}Connecting to IIS via ADSI{backup}",
+         "<metabase version=\"1.0.0\">\n"},
+        {fault("IADs::get_Name"), rise, "<metabase version=\"1.0.0\">\n"},
+        {fault("IADs::get_Class"), rise, "<metabase version=\"1.0.0\">\n"},
+        {fault("IADs::get_ADsPath"), rise, "<metabase version=\"1.0.0\">\n"},
+        {fault("IADs::get_Schema"), rise, "<metabase version=\"1.0.0\">\n"},
+        {fault("IADs::get_Name", 2), inChild, "    <children>\n"},
+        {fault("query IDispatch"), rise, top},
+        {fault("IDispatch::GetIDsOfNames"), rise, top},
+        {fault("IADs::get_Schema", 2), "{schemaCache}{backup}" + rise, top + "    <props>\n"},
+        {fault("ADsGetObject", 2), "{schemaCache}{schemaCache}{backup}" + rise, top + "    <props>\n"},
+        {fault("IADsClass::get_MandatoryProperties"), "{schemaCache}{schemaCache}{backup}" + rise,
+         "    <props>\n"},
+        {fault("IADsClass::get_OptionalProperties"), "{schemaCache}{schemaCache}{backup}" + rise,
+         "    <props>\n"},
+        {fault("IADs::GetEx"), "{backup}{backup}" + rise, top + "    <props>\n"},
+        {fault("query IADsContainer"), rise, "    <children>\n"},
+        {fault("ADsBuildEnumerator"), rise, "    <children>\n"},
+        {fault("IEnumVARIANT::Next"), rise, "    <children>\n"},
+        {fault("IEnumVARIANT::Next", 2), rise, "        </children>\n      </obj>\n"},
+        {fault("query IADs", 2), "{backup}QI for IADs on child{backup}{backup}", "    <children>\n"},
+        {reading(u"ExampleFlag", retype(VT_CLSID)),
+         "{80020008 propDefault}Dumping property ExampleFlag{80020008 backup}Dumping property "
+         "ExampleFlag{80020008 "
+         "backup}{80020008 backup}{80020008 backup}{80020008 backup}",
+         "      <prop name=\"ExampleFlag\" type=\"72\">"},
+        {reading(u"IPSecurity", clear),
+         "{8000FFFF propIPSec}IPSecurity property should be of type VT_DISPATCH{8000FFFF backup}Dumping "
+         "property "
+         "IPSecurity{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}",
+         "          <prop name=\"IPSecurity\" inherited=\"true\">\n"},
+        {reading(u"IPSecurity", retype(VT_DISPATCH)),
+         "{80020005 propIPSec}QI for IISIPSecurity on IPSecurity property{80020005 backup}Dumping property "
+         "IPSecurity{80020005 backup}{80020005 backup}{80020005 backup}{80020005 backup}{80020005 backup}",
+         "          <prop name=\"IPSecurity\" inherited=\"true\">\n"},
+        {reading(u"MimeMap", clear),
+         "{8000FFFF propMimeMap}MimeMap property should be an array{8000FFFF backup}Dumping property "
+         "MimeMap{8000FFFF "
+         "backup}{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}",
+         child + "        <props>\n"},
+        {reading(u"MimeMap", makeTwoDimensional),
+         "{8000FFFF propMimeMap}MimeMap property has 2 dimensions (expected 1){8000FFFF backup}Dumping "
+         "property "
+         "MimeMap{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}",
+         child + "        <props>\n"},
+    };
+    for (const FailureCase& test : cases) {
+        const Folder folder;
+        folder.write("metabase.txt", exampleMetabase);
+        const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [&] { installFaults(test.faults); });
+        EXPECT_EQ(run.exitCode, 2) << test.faults.call;
+        EXPECT_EQ(folded(run.err), test.err) << test.faults.call << test.faults.number;
+        EXPECT_EQ(run.out, "");
+        const std::string backup = folder.read("f");
+        EXPECT_TRUE(backup.ends_with(test.tail)) << test.faults.call << test.faults.number << "\n" << backup;
+        if (!test.faults.onRead) EXPECT_TRUE(exampleBackup.starts_with(backup)) << backup;
+    }
+}
+
+TEST(Backup, passesOverWhatIsNoFailure) {
+    Faults noName = fault("IDispatch::GetIDsOfNames", 1);
+    noName.status = DISP_E_UNKNOWNNAME;
+    Faults patient;
+    patient.idleAnswers = 999;
+    Faults lastWithEnd;
+    lastWithEnd.lastWithEnd = true;
+    for (const Faults& faults : {noName, patient, lastWithEnd}) {
+        const Folder folder;
+        folder.write("metabase.txt", exampleMetabase);
+        const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [&] { installFaults(faults); });
+        EXPECT_EQ(run.exitCode, 0) << run.err;
+        EXPECT_EQ(folder.read("f"), exampleBackup);
+    }
+    // A property whose inherited test fails counts as its own.
+    for (const char* call : {"query IISBaseObject", "IISBaseObject::GetPropertyAttribObj",
+                             "query IISPropertyAttribute", "IISPropertyAttribute::get_Isinherited"}) {
+        const Folder folder;
+        folder.write("metabase.txt", exampleMetabase);
+        const Outcome run =
+            runTool(folder, {"-backup", "-noinherit", "-file", "f"}, [&] { installFaults(fault(call, 2)); });
+        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_EQ(run.err, "");
+        EXPECT_NE(folder.read("f").find("<prop name=\"ExampleNumber\" type=\"3\">120</prop>\n"),
+                  std::string::npos)
+            << call;
+    }
+}
+
+TEST(Backup, givesUpOnAnEnumeratorThatNeverEnds) {
+    const Folder folder;
+    folder.write("metabase.txt", exampleMetabase);
+    Faults faults;
+    faults.idleAnswers = 1000;
+    const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [&] { installFaults(faults); });
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(folded(run.err, "8000FFFF"), "{backup}{backup}{backup}");
+}
+
+TEST(Backup, namesWhatHindersItsOutput) {
+    const Folder folder;
+    folder.write("metabase.txt", exampleMetabase);
+    const std::pair<const char*, const char*> cases[] = {
+        {"no/f", "Can't open output file \"no/f\": No such file or directory\n"},
+        {".", "Can't open output file \".\": Is a directory\n"},
+        {"metabase.txt", "Can't open output file \"metabase.txt\": Device or resource busy\n"},
+        {"./metabase.txt", "Can't open output file \"./metabase.txt\": Device or resource busy\n"}};
+    for (const auto& [name, message] : cases) {
+        const Outcome run = runProgram(folder, {"-backup", "-file", name});
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(run.err, message);
+        EXPECT_EQ(folder.read("metabase.txt"), exampleMetabase);
+    }
+}
+
+TEST(Backup, replacesAnOlderFileWholly) {
+    const Folder folder;
+    folder.write("metabase.txt", exampleMetabase);
+    folder.write("f", std::string(100000, 'x'));
+    EXPECT_EQ(runProgram(folder, {"-backup", "-file", "f"}).exitCode, 0);
+    EXPECT_EQ(folder.read("f"), exampleBackup);
+}
+
+TEST(Backup, saysOfARootThatDoesNotExist) {
+    const Folder folder;
+    folder.write("metabase.txt", exampleMetabase);
+    const std::pair<const char*, const char*> cases[] = {
+        {"IIS://localhost/No", "80005004"}, {"IIS://Localhost", "80005004"}, {"iis://localhost", "800401E4"},
+        {"IIS://localhost/", "80005004"},   {"IIS://", "80005004"},          {"x", "800401E4"}};
+    for (const auto& [root, status] : cases) {
+        const Outcome run = runProgram(folder, {"-backup", "-file", "f", "-root", root});
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(folded(run.err, status), "{backup}Connecting to IIS via ADSI{backup}") << root;
+        EXPECT_EQ(folder.read("f"), "<?xml version=\"1.0\" ?>\n<metabase version=\"1.0.0\">\n");
+    }
+}
+
+TEST(Backup, isNotEndedBySignals) {
+    const Folder folder;
+    folder.write("metabase.txt", sampleMetabase());
+    const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [] {
+        const rlimit limit{4096, 4096};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    });
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(folder.read("f").size(), 4096U);
+}
+
+} // namespace

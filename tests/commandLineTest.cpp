@@ -1,0 +1,125 @@
+// What a user types, and what comes of it.
+
+#include "platform/com/runtime.h"
+#include "src/skeinKeep.h"
+#include "tests/support.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const std::string usageText =
+    "Usage: skeinKeep -backup -file <backup-file> [-noinherit] [-root <path>]\n"
+    "Usage: skeinKeep -restore -file <backup-file> [-n] [-force] [-log <log-file>|-]\n"
+    "  [-debug <n>]\n";
+
+TEST(CommandLine, refusesWhatItDoesNotUnderstandAndTouchesNoFile) {
+    const std::vector<std::string> lines[] = {{},
+                                              {"-backup"},
+                                              {"-file", "f"},
+                                              {"-backup", "-backup", "-file", "f"},
+                                              {"-restore", "-restore", "-file", "f"},
+                                              {"-backup", "-restore", "-file", "f"},
+                                              {"-backup", "-file"},
+                                              {"-file", "f", "-backup", "-file"},
+                                              {"-backup", "-file", "f", "-root"},
+                                              {"-backup", "-file", "f", "-log"},
+                                              {"-backup", "-file", "f", "-debug"},
+                                              {"-backup", "-file", "f", "-nx"},
+                                              {"-backup", "-file", "f", "-N"},
+                                              {"-backup", "-file", "f", "f"},
+                                              {"-backup", "-file", "f", ""}};
+    for (const auto& line : lines) {
+        const Folder folder;
+        folder.write("metabase.txt", sampleMetabase());
+        const Outcome run = runProgram(folder, line);
+        EXPECT_EQ(run.exitCode, 1) << testing::PrintToString(line);
+        EXPECT_EQ(run.err, usageText) << testing::PrintToString(line);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(folder.read("f"), "<none>");
+    }
+}
+
+TEST(CommandLine, takesOptionsInAnyOrderAndOperandsAsTheyAre) {
+    struct Case {
+        std::vector<std::string> line;
+        std::string file;
+        bool complete;
+    };
+    const Case cases[] = {{{"-backup", "-file", "f"}, "f", true},
+                          {{"-file", "f", "-backup"}, "f", true},
+                          {{"-file", "-n", "-backup"}, "-n", true},
+                          {{"-file", "g", "-backup", "-file", "f"}, "f", true},
+                          {{"-n", "-n", "-force", "-log", "l", "-backup", "-file", "f"}, "f", true},
+                          {{"-backup", "-file", "f", "-root", ""}, "f", true},
+                          {{"-backup", "-file", "f", "-root", "IIS://localhost/W3SVC/1"}, "f", false},
+                          {{"-backup", "-file", "f", "-noinherit"}, "f", false}};
+    for (const Case& test : cases) {
+        const Folder folder;
+        folder.write("metabase.txt", sampleMetabase());
+        const Outcome run = runProgram(folder, test.line);
+        EXPECT_EQ(run.exitCode, 0) << testing::PrintToString(test.line) << run.err;
+        EXPECT_EQ(run.out + run.err, "");
+        EXPECT_EQ(folder.read("l"), "<none>");
+        const Folder plain;
+        plain.write("metabase.txt", sampleMetabase());
+        runProgram(plain, {"-backup", "-file", "f"});
+        EXPECT_EQ(folder.read(test.file) == plain.read("f"), test.complete)
+            << testing::PrintToString(test.line);
+    }
+}
+
+TEST(CommandLine, readsNumbersAsAtoiDoesAndClampsThem) {
+    const std::pair<const char*, std::int32_t> cases[] = {{"6", 6},
+                                                          {"-1", -1},
+                                                          {"+2", 2},
+                                                          {" \t\n\v\f\r7x8", 7},
+                                                          {"abc", 0},
+                                                          {"", 0},
+                                                          {"-", 0},
+                                                          {"- 1", 0},
+                                                          {"2147483647", 2147483647},
+                                                          {"2147483648", 2147483647},
+                                                          {"-99999999999999999999999", -2147483647 - 1},
+                                                          {"\xA0"
+                                                           "5",
+                                                           0}};
+    for (const auto& [text, number] : cases) EXPECT_EQ(leadingNumber(std::string_view(text)), number) << text;
+}
+
+TEST(CommandLine, debugLevelGatesTheLogLines) {
+    const std::pair<std::vector<std::string>, bool> cases[] = {{{}, false},
+                                                               {{"-debug", "5"}, false},
+                                                               {{"-debug", "6"}, true},
+                                                               {{"-debug", "6", "-debug", "2"}, false}};
+    for (auto [line, logs] : cases) {
+        const Folder folder;
+        folder.write("metabase.txt", sampleMetabase());
+        line.insert(line.end(), {"-backup", "-noinherit", "-file", "f"});
+        const Outcome run = runProgram(folder, line);
+        EXPECT_EQ(run.err.find("Ignoring inherited property \"") != std::string::npos, logs);
+    }
+}
+
+TEST(CommandLine, toldErrorLinesWithAndWithoutASystemText) {
+    const Folder folder;
+    EXPECT_EQ(folded(runTool(folder, {"-backup", "-file", "f"}, [] { reportHr(E_FAIL, "some", 7); }).err),
+              "{80004005 some}{80070002 backup}Connecting to IIS via ADSI{80070002 backup}");
+    const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [] {
+        reportHr(E_FAIL, "some", 7);
+        reportHr(static_cast<Status>(0x87654321U), "other", 1234);
+    });
+    EXPECT_TRUE(run.err.starts_with(
+        "Error 0x80004005 (Unspecified error) at some:7\nError 0x87654321 at other:1234\n"))
+        << run.err;
+}
+
+TEST(CommandLine, aClosedStandardErrorOrAFullOneChangesNothing) {
+    for (const char* name : {"/dev/full", "/dev/null"}) {
+        const Folder folder;
+        folder.write("metabase.txt", sampleMetabase());
+        EXPECT_EQ(runProgram(folder, {"-backup", "-file", name}).exitCode, 0) << name;
+    }
+}
+
+} // namespace

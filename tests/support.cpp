@@ -1,0 +1,92 @@
+#include "tests/support.h"
+
+#include "platform/platform.h"
+#include "src/skeinKeep.h"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <regex>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+std::string readBytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return in ? text.str() : "<none>";
+}
+
+/// Runs `body` in a child process with its streams in files, and gives what came of it.
+Outcome runChild(const Folder& folder, const std::function<int()>& body) {
+    const Folder streams;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const int flags = O_WRONLY | O_CREAT | O_TRUNC;
+        ::dup2(::open(streams.path("out").c_str(), flags, 0600), STDOUT_FILENO);
+        ::dup2(::open(streams.path("err").c_str(), flags, 0600), STDERR_FILENO);
+        if (::chdir(folder.path().c_str()) != 0) std::_Exit(99);
+        std::exit(body());
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), readBytes(streams.path("out")),
+            readBytes(streams.path("err"))};
+}
+
+/// The arguments as main gets them, behind the program's name.
+std::vector<char*> pointersTo(std::vector<std::string>& arguments) {
+    arguments.insert(arguments.begin(), "skeinKeep");
+    std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
+    for (std::string& argument : arguments) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+} // namespace
+
+Folder::Folder() {
+    std::string name = std::filesystem::temp_directory_path() / "skeinKeepXXXXXX";
+    if (::mkdtemp(name.data()) == nullptr) std::abort();
+    path_ = name;
+}
+
+Folder::~Folder() { std::filesystem::remove_all(path_); }
+
+void Folder::write(const std::string& name, const std::string& bytes) const {
+    std::ofstream(path(name), std::ios::binary) << bytes;
+}
+
+std::string Folder::read(const std::string& name) const { return readBytes(path(name)); }
+
+Outcome runProgram(const Folder& folder, std::vector<std::string> arguments) {
+    const std::vector<char*> pointers = pointersTo(arguments);
+    return runChild(folder, [&pointers] {
+        ::execv(SKEINKEEP_PROGRAM, pointers.data());
+        return 98;
+    });
+}
+
+Outcome runTool(const Folder& folder, std::vector<std::string> arguments,
+                const std::function<void()>& prepare) {
+    std::vector<char*> pointers = pointersTo(arguments);
+    return runChild(folder, [&] {
+        installPlatform();
+        prepare();
+        return skeinKeepMain(static_cast<int>(arguments.size()), pointers.data());
+    });
+}
+
+std::string folded(const std::string& text, const std::string& usual) {
+    static const std::regex errorLine("Error 0x([0-9A-F]+) (\\([^\n]*\\) )?at ([A-Za-z]+):[0-9]+\n");
+    const std::string shortened = std::regex_replace(text, errorLine, "{$1 $3}");
+    return std::regex_replace(shortened, std::regex("\\{" + usual + " "), "{");
+}
+
+std::string sampleMetabase() { return readBytes(SKEINKEEP_SAMPLES "/metabase.txt"); }

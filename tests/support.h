@@ -1,0 +1,43 @@
+// Folders, files and runs of the program, as a user has them.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+/// A new folder that goes with its owner.
+class Folder {
+public:
+    Folder();
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    ~Folder();
+
+    std::string path(const std::string& name = "") const { return path_ + "/" + name; }
+    void write(const std::string& name, const std::string& bytes) const;
+    /// The bytes of a file, "<none>" if there is none.
+    std::string read(const std::string& name) const;
+
+private:
+    std::string path_;
+};
+
+struct Outcome {
+    int exitCode = 0;
+    std::string out;
+    std::string err;
+};
+
+/// Runs the built program in a folder.
+Outcome runProgram(const Folder& folder, std::vector<std::string> arguments);
+
+/// Runs the entry point in a process of its own in a folder, after `prepare`, which may put other providers
+/// in place.
+Outcome runTool(
+    const Folder& folder, std::vector<std::string> arguments, const std::function<void()>& prepare = [] {});
+
+/// The text with each "Error" line as the stem in braces, with the status ahead of it unless that is `usual`.
+std::string folded(const std::string& text, const std::string& usual = "80070005");
+
+/// The bytes of the sample metabase.
+std::string sampleMetabase();
