@@ -266,7 +266,7 @@ TEST(Backup, stopsAtTheFirstFailureAndTellsIt) {
         EXPECT_EQ(run.out, "");
         const std::string backup = folder.read("f");
         EXPECT_TRUE(backup.ends_with(test.tail)) << test.faults.call << test.faults.number << "\n" << backup;
-        if (!test.faults.onRead) EXPECT_TRUE(exampleBackup.starts_with(backup)) << backup;
+        EXPECT_TRUE(test.faults.onRead || exampleBackup.starts_with(backup)) << backup;
     }
 }
 

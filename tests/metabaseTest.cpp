@@ -111,7 +111,7 @@ TEST(Metabase, readsBackWhatItWritesAndRefusesAllElse) {
             ASSERT_TRUE(readMetabase(source, read, result, error)) << error;
             std::string again;
             writeMetabase(read, result.head, [&again](std::string_view piece) { again += piece; });
-            if (input.empty()) EXPECT_EQ(again, once);
+            EXPECT_TRUE(!input.empty() || again == once) << again;
             once = again;
         }
     }
@@ -327,7 +327,7 @@ TEST(Metabase, hasOneWriterAndNoticesOtherHands) {
         for (const auto& [what, act] : hands) {
             Live live(tree);
             const auto box = open(u"IIS://localhost/b/c");
-            if (between) EXPECT_EQ(change(*box), S_OK);
+            EXPECT_TRUE(!between || change(*box) == S_OK);
             act(live);
             const std::string left = live.text();
             EXPECT_EQ(change(*box), STATUS_FILE_ALTERED) << what << between;

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <regex>
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -84,9 +83,20 @@ Outcome runTool(const Folder& folder, std::vector<std::string> arguments,
 }
 
 std::string folded(const std::string& text, const std::string& usual) {
-    static const std::regex errorLine("Error 0x([0-9A-F]+) (\\([^\n]*\\) )?at ([A-Za-z]+):[0-9]+\n");
-    const std::string shortened = std::regex_replace(text, errorLine, "{$1 $3}");
-    return std::regex_replace(shortened, std::regex("\\{" + usual + " "), "{");
+    const std::string begin = "Error 0x";
+    std::string result;
+    std::size_t at = 0;
+    for (std::size_t error = text.find(begin); error != std::string::npos; error = text.find(begin, at)) {
+        result += text.substr(at, error - at);
+        const std::size_t end = text.find('\n', error);
+        const std::string line = text.substr(error + begin.size(), end - error - begin.size());
+        const std::string status = line.substr(0, line.find(' '));
+        const std::size_t stem = line.rfind(" at ") + 4;
+        result +=
+            "{" + (status == usual ? "" : status + " ") + line.substr(stem, line.rfind(':') - stem) + "}";
+        at = end + 1;
+    }
+    return result + text.substr(at);
 }
 
 std::string sampleMetabase() { return readBytes(SKEINKEEP_SAMPLES "/metabase.txt"); }
