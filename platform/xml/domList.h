@@ -1,0 +1,47 @@
+// Lists of nodes as objects.
+#pragma once
+
+#include "platform/xml/domNode.h"
+
+#include <optional>
+
+namespace xml {
+
+/// The children of a node, or those of them that are elements of one name.
+class DomNodeList final : public DomObject<IXMLDOMNodeList>, public Recycled<DomNodeList> {
+public:
+    /// Without a tag all children are listed; NameTable::none stands for a tag that the document lacks.
+    DomNodeList(ComPtr<SharedTree> shared, NodeIndex parent,
+                std::optional<NameTable::Number> tag = std::nullopt);
+
+    HRESULT get_length(LONG* length) override;
+    HRESULT nextNode(IXMLDOMNode** node) override;
+
+private:
+    /// The first listed child from `child` on, and the one behind `child`; end_ if there is none.
+    NodeIndex listedFrom(NodeIndex child) const;
+    NodeIndex listedBehind(NodeIndex child) const;
+
+    ComPtr<SharedTree> shared_;
+    NodeIndex end_;
+    std::optional<NameTable::Number> tag_;
+    NodeIndex first_;
+    NodeIndex next_;
+    /// Below 0 until it is asked for.
+    LONG length_ = -1;
+};
+
+class DomAttributes final : public DomObject<IXMLDOMNamedNodeMap>, public Recycled<DomAttributes> {
+public:
+    DomAttributes(ComPtr<SharedTree> shared, NodeIndex element);
+
+    HRESULT get_length(LONG* length) override;
+    HRESULT get_item(LONG index, IXMLDOMNode** attribute) override;
+
+private:
+    ComPtr<SharedTree> shared_;
+    NodeIndex first_;
+    NodeIndex end_;
+};
+
+} // namespace xml

@@ -1,0 +1,136 @@
+#include "platform/xml/domNode.h"
+
+#include "platform/xml/domList.h"
+#include "platform/xml/query.h"
+#include "platform/xml/utf8.h"
+
+namespace xml {
+
+namespace {
+
+Bstr wide(std::string_view text) {
+    Bstr made = Bstr::adopt(SysAllocStringLen(nullptr, countUnits(text)));
+    decode(text, made);
+    return made;
+}
+
+Bstr textBelow(const Tree& tree, NodeIndex node) {
+    UINT units = 0;
+    tree.visitTextBelow(node, [&units](std::string_view piece) { units += countUnits(piece); });
+    Bstr text = Bstr::adopt(SysAllocStringLen(nullptr, units));
+    char16_t* end = text;
+    tree.visitTextBelow(node, [&end](std::string_view piece) { end = decode(piece, end); });
+    return text;
+}
+
+std::u16string_view nodeName(const Tree& tree, NodeIndex node) {
+    switch (tree.nodes[node].kind) {
+    case NodeKind::document: return u"#document";
+    case NodeKind::text:
+    case NodeKind::blank: return u"#text";
+    case NodeKind::cdata: return u"#cdata-section";
+    case NodeKind::comment: return u"#comment";
+    case NodeKind::element:
+    case NodeKind::attribute:
+    case NodeKind::instruction: break;
+    }
+    return tree.nameOf(node);
+}
+
+} // namespace
+
+HRESULT handOutNode(const ComPtr<SharedTree>& shared, NodeIndex node, NodeIndex end, IXMLDOMNode** out) {
+    *out = node < end ? makeObject<DomNode>(shared, node).detach() : nullptr;
+    return node < end ? S_OK : S_FALSE;
+}
+
+template <class Interface> HRESULT NodeObject<Interface>::QueryInterface(const IID& wanted, void** out) {
+    if (wanted != IXMLDOMNode::iid) return ComObject<Interface>::QueryInterface(wanted, out);
+    *out = static_cast<IXMLDOMNode*>(this);
+    this->AddRef();
+    return S_OK;
+}
+
+template <class Interface> HRESULT NodeObject<Interface>::get_nodeName(BSTR* name) {
+    *name = Bstr(nodeName(tree(), node_)).detach();
+    return S_OK;
+}
+
+template <class Interface> HRESULT NodeObject<Interface>::get_nodeValue(VARIANT* value) {
+    VariantInit(value);
+    if (tree().isParent(node_)) {
+        value->vt = VT_NULL;
+        return S_FALSE;
+    }
+    *value = Variant::ofString(wide(tree().textOf(node_))).detach();
+    return S_OK;
+}
+
+template <class Interface> HRESULT NodeObject<Interface>::get_text(BSTR* text) {
+    *text = (tree().isParent(node_) ? textBelow(tree(), node_) : wide(tree().textOf(node_))).detach();
+    return S_OK;
+}
+
+template <class Interface> HRESULT NodeObject<Interface>::get_firstChild(IXMLDOMNode** child) {
+    return handOutNode(shared_, tree().firstChild(node_), tree().behind(node_), child);
+}
+
+template <class Interface> HRESULT NodeObject<Interface>::hasChildNodes(VARIANT_BOOL* answer) {
+    const bool hasChild = tree().firstChild(node_) < tree().behind(node_);
+    *answer = hasChild ? VARIANT_TRUE : VARIANT_FALSE;
+    return hasChild ? S_OK : S_FALSE;
+}
+
+template <class Interface> HRESULT NodeObject<Interface>::get_childNodes(IXMLDOMNodeList** children) {
+    *children = makeObject<DomNodeList>(shared_, node_).detach();
+    return S_OK;
+}
+
+template <class Interface> HRESULT NodeObject<Interface>::get_attributes(IXMLDOMNamedNodeMap** attributes) {
+    *attributes = nullptr;
+    if (tree().nodes[node_].kind != NodeKind::element) return S_FALSE;
+    *attributes = makeObject<DomAttributes>(shared_, node_).detach();
+    return S_OK;
+}
+
+template <class Interface> HRESULT NodeObject<Interface>::selectNodes(BSTR query, IXMLDOMNodeList** nodes) {
+    *nodes = nullptr;
+    if (!isTagQuery(view(query))) return E_INVALIDARG;
+    *nodes = makeObject<DomNodeList>(shared_, node_, tree().names.find(view(query))).detach();
+    return S_OK;
+}
+
+template <class Interface> HRESULT NodeObject<Interface>::selectSingleNode(BSTR query, IXMLDOMNode** node) {
+    *node = nullptr;
+    const std::optional<std::string> wanted = nameInQuery(view(query));
+    if (!wanted) return E_INVALIDARG;
+
+    const NameTable::Number name = tree().names.find(u"name");
+    const NodeIndex end = tree().behind(node_);
+    NodeIndex child = tree().firstChild(node_);
+    for (; child < end; child = tree().nextChild(child, end)) {
+        const NodeIndex attribute = tree().findAttribute(child, name);
+        if (attribute != 0 && tree().textOf(attribute) == *wanted) break;
+    }
+    return handOutNode(shared_, child, end, node);
+}
+
+template class NodeObject<IXMLDOMElement>;
+template class NodeObject<IXMLDOMDocument>;
+
+HRESULT DomNode::getAttribute(BSTR name, VARIANT* value) {
+    VariantInit(value);
+    const NodeIndex attribute = tree().findAttribute(node_, tree().names.find(view(name)));
+    if (attribute == 0) {
+        value->vt = VT_NULL;
+        return S_FALSE;
+    }
+    *value = Variant::ofString(wide(tree().textOf(attribute))).detach();
+    return S_OK;
+}
+
+bool DomNode::offers(const IID& wanted) const {
+    return wanted != IXMLDOMElement::iid || tree().nodes[node_].kind == NodeKind::element;
+}
+
+} // namespace xml

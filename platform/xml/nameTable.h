@@ -1,0 +1,48 @@
+// NameTable: each name of a document once, under a number.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace xml {
+
+/// Numbers count from 0 in the order in which names were first met.
+class NameTable {
+public:
+    using Number = std::uint32_t;
+    static constexpr Number none = UINT32_MAX;
+
+    /// The number of a name, a new one for a new name.
+    Number enter(std::u16string_view name) {
+        Number& recent = recent_[slotOf(name)];
+        return isNumber(recent, name) ? recent : recent = enterSlowly(name);
+    }
+    /// The number of a name, none if the table lacks it.
+    Number find(std::u16string_view name) const;
+    std::u16string_view operator[](Number number) const { return names_[number]; }
+
+private:
+    static std::size_t slotOf(std::u16string_view name) {
+        std::size_t mixed = name.size();
+        for (const char16_t unit : {name.front(), name[name.size() / 2], name.back()})
+            mixed = 31 * mixed + unit;
+        return mixed % 256;
+    }
+    bool isNumber(Number number, std::u16string_view name) const {
+        return number < names_.size() && std::ranges::equal(names_[number], name);
+    }
+    Number enterSlowly(std::u16string_view name);
+
+    // No choice of names makes an ordered map slow, as it does a hash table. The few names that stand
+    // everywhere in a document are found without it.
+    std::map<std::u16string, Number, std::less<>> numbers_;
+    std::vector<std::u16string_view> names_;
+    std::array<Number, 256> recent_{};
+};
+
+} // namespace xml

@@ -1,0 +1,417 @@
+#include "platform/xml/parser.h"
+
+#include "platform/xml/chars.h"
+#include "platform/xml/declaration.h"
+#include "platform/xml/utf8.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace xml {
+
+namespace {
+
+struct Entity {
+    std::u16string_view reference;
+    char character;
+};
+
+constexpr Entity entities[] = {
+    {u"lt;", '<'}, {u"gt;", '>'}, {u"amp;", '&'}, {u"quot;", '"'}, {u"apos;", '\''}};
+
+bool isXmlTarget(std::u16string_view name) {
+    return name.size() == 3 && (name[0] | 0x20) == u'x' && (name[1] | 0x20) == u'm' &&
+           (name[2] | 0x20) == u'l';
+}
+
+/// 16 for what is no digit.
+unsigned digitValue(char16_t unit) {
+    if (unit >= u'0' && unit <= u'9') return unit - u'0';
+    const unsigned lower = unit | 0x20u;
+    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : 16;
+}
+
+/// Goes over the text once. Each function takes what its name says from the place that the parser stands at,
+/// and answers false where the document is not well-formed. The 0 behind the text fits nowhere, so that none
+/// of them passes it.
+class Parser {
+public:
+    explicit Parser(std::u16string_view text) : at_(text.data()), end_(text.data() + text.size()) {
+        // What a node keeps is no longer, its 0 included, than what makes it in the document: there is room
+        // for the text of all nodes.
+        tree_.text.reserve(text.size() * maxBytesOfUnit + 1);
+        textEnd_ = tree_.text.end();
+        addNode(NodeKind::document);
+    }
+
+    bool document();
+    Tree result();
+
+private:
+    std::u16string_view rest() const { return {at_, static_cast<std::size_t>(end_ - at_)}; }
+    bool accept(char16_t unit);
+    bool accept(std::u16string_view markup);
+    bool skipWhite();
+
+    bool xmlDeclaration();
+    bool surroundings();
+    bool content();
+    bool startTag();
+    bool endTag();
+    bool attribute(NodeIndex element);
+    bool attributeValue();
+    bool skipIndentation();
+    bool text();
+    bool comment();
+    bool cdata();
+    bool instruction();
+    bool reference();
+    bool characterReference();
+    NameTable::Number name();
+
+    template <CharClass plain> char16_t copy(char lineEnd);
+    bool copyUntil(std::u16string_view terminator);
+
+    NodeIndex addNode(NodeKind kind, NameTable::Number name = 0);
+    void put(char character) { *textEnd_++ = character; }
+    void endPiece(NodeIndex node);
+    void endRun(bool isWholeContent);
+    void beginRun();
+
+    const char16_t* at_;
+    const char16_t* end_;
+    char* textEnd_;
+    Tree tree_;
+    /// The innermost open element, 0 outside of the root. Until its end tag the link of an element is the one
+    /// around it.
+    NodeIndex open_ = 0;
+    /// For each name the last element that had an attribute of that name.
+    std::vector<NodeIndex> lastUser_;
+
+    /// Of the run of text since the last tag: its first node, whether it is white space so far, and whether
+    /// it follows a start tag.
+    NodeIndex runStart_ = 0;
+    bool runIsWhite_ = true;
+    bool runFollowsStart_ = false;
+};
+
+bool Parser::document() {
+    return xmlDeclaration() && surroundings() && *at_ == u'<' && startTag() && content() && surroundings() &&
+           at_ == end_;
+}
+
+Tree Parser::result() {
+    tree_.nodes[0].link = static_cast<NodeIndex>(tree_.nodes.size());
+    tree_.nodes.fit();
+    tree_.text.setEnd(textEnd_);
+    tree_.text.fit();
+    return std::move(tree_);
+}
+
+bool Parser::accept(char16_t unit) {
+    if (*at_ != unit) return false;
+    ++at_;
+    return true;
+}
+
+bool Parser::accept(std::u16string_view markup) {
+    if (rest().size() < markup.size() || !std::equal(markup.begin(), markup.end(), at_)) return false;
+    at_ += markup.size();
+    return true;
+}
+
+/// Says whether there was any.
+bool Parser::skipWhite() {
+    const char16_t* const start = at_;
+    while (isWhite(*at_)) ++at_;
+    return at_ != start;
+}
+
+bool Parser::xmlDeclaration() {
+    std::u16string_view text = rest();
+    const bool isGood = takeXmlDeclaration(text);
+    at_ = text.data();
+    return isGood;
+}
+
+/// What may stand ahead of the root and behind it.
+bool Parser::surroundings() {
+    for (;;) {
+        skipWhite();
+        if (rest().starts_with(u"<!--")) {
+            if (!comment()) return false;
+        } else if (rest().starts_with(u"<?")) {
+            if (!instruction()) return false;
+        } else {
+            return true;
+        }
+    }
+}
+
+bool Parser::content() {
+    while (open_ != 0) {
+        if (*at_ != u'<' && !skipIndentation() && !text()) return false;
+        bool taken = false;
+        switch (at_[1]) {
+        case u'/': taken = endTag(); break;
+        case u'!': taken = at_[2] == u'-' ? comment() : cdata(); break;
+        case u'?': taken = instruction(); break;
+        default: taken = startTag();
+        }
+        if (!taken) return false;
+    }
+    return true;
+}
+
+bool Parser::startTag() {
+    endRun(false);
+    ++at_;
+    const NameTable::Number tag = name();
+    if (tag == NameTable::none) return false;
+    const NodeIndex element = addNode(NodeKind::element, tag);
+    for (;;) {
+        const bool isSeparate = skipWhite();
+        if (*at_ == u'>' || *at_ == u'/') break;
+        if (!isSeparate || !attribute(element)) return false;
+    }
+    runFollowsStart_ = *at_ == u'>';
+    if (runFollowsStart_) {
+        tree_.nodes[element].link = std::exchange(open_, element);
+        ++at_;
+    } else {
+        tree_.nodes[element].link = static_cast<NodeIndex>(tree_.nodes.size());
+        if (!accept(u"/>")) return false;
+    }
+    beginRun();
+    return true;
+}
+
+bool Parser::endTag() {
+    at_ += 2;
+    if (!accept(tree_.nameOf(open_))) return false;
+    skipWhite();
+    if (!accept(u'>')) return false;
+    endRun(runFollowsStart_);
+    open_ = std::exchange(tree_.nodes[open_].link, static_cast<NodeIndex>(tree_.nodes.size()));
+    runFollowsStart_ = false;
+    beginRun();
+    return true;
+}
+
+bool Parser::attribute(NodeIndex element) {
+    const NameTable::Number number = name();
+    if (number == NameTable::none) return false;
+    if (number >= lastUser_.size()) lastUser_.resize(number + 1);
+    if (std::exchange(lastUser_[number], element) == element) return false;
+    skipWhite();
+    if (!accept(u'=')) return false;
+    skipWhite();
+    addNode(NodeKind::attribute, number);
+    return attributeValue();
+}
+
+bool Parser::attributeValue() {
+    const char16_t quote = *at_;
+    if (quote != u'"' && quote != u'\'') return false;
+    ++at_;
+    for (;;) {
+        const char16_t unit = copy<plainValue>(' ');
+        if (unit == quote) break;
+        switch (unit) {
+        case u'&':
+            if (!reference()) return false;
+            break;
+        case u'\t':
+        case u'\n':
+            put(' ');
+            ++at_;
+            break;
+        case u'"':
+        case u'\'':
+            put(static_cast<char>(unit));
+            ++at_;
+            break;
+        default: return false;
+        }
+    }
+    ++at_;
+    put('\0');
+    return true;
+}
+
+/// The white space between two tags, the commonest text of all, is passed over without a node, unless it is
+/// what an element holds.
+bool Parser::skipIndentation() {
+    const char16_t* next = at_;
+    while (isWhite(*next)) ++next;
+    if (*next != u'<' || next[1] == u'!' || next[1] == u'?') return false;
+    const bool isAllContent = runFollowsStart_ && next[1] == u'/';
+    if (isAllContent || !runIsWhite_) return false;
+    at_ = next;
+    return true;
+}
+
+/// Text up to the next markup, which makes one node.
+bool Parser::text() {
+    const NodeIndex node = addNode(NodeKind::text);
+    for (;;) {
+        switch (copy<plainText>('\n')) {
+        case u'<': endPiece(node); return true;
+        case u'&':
+            if (!reference()) return false;
+            break;
+        case u']':
+            if (rest().starts_with(u"]]>")) return false;
+            put(static_cast<char>(*at_++));
+            break;
+        default: return false;
+        }
+    }
+}
+
+bool Parser::comment() {
+    if (!accept(u"<!--")) return false;
+    addNode(NodeKind::comment);
+    if (!copyUntil(u"--") || !accept(u'>')) return false;
+    put('\0');
+    return true;
+}
+
+bool Parser::cdata() {
+    if (!accept(u"<![CDATA[")) return false;
+    const NodeIndex node = addNode(NodeKind::cdata);
+    if (!copyUntil(u"]]>")) return false;
+    endPiece(node);
+    return true;
+}
+
+bool Parser::instruction() {
+    at_ += 2;
+    const NameTable::Number target = name();
+    if (target == NameTable::none || isXmlTarget(tree_.names[target])) return false;
+    addNode(NodeKind::instruction, target);
+    if (!skipWhite() && !rest().starts_with(u"?>")) return false;
+    if (!copyUntil(u"?>")) return false;
+    put('\0');
+    return true;
+}
+
+bool Parser::reference() {
+    ++at_;
+    if (accept(u'#')) return characterReference();
+    for (const Entity& entity : entities) {
+        if (accept(entity.reference)) {
+            put(entity.character);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Parser::characterReference() {
+    const unsigned base = accept(u'x') ? 16 : 10;
+    char32_t character = 0;
+    for (; *at_ != u';'; ++at_) {
+        const unsigned digit = digitValue(*at_);
+        if (digit >= base) return false;
+        character = std::min<char32_t>(character * base + digit, 0x110000);
+    }
+    ++at_;
+    if (!isXmlChar(character)) return false;
+    textEnd_ = encode(character, textEnd_);
+    return true;
+}
+
+NameTable::Number Parser::name() {
+    const char16_t* const start = at_;
+    at_ = nameEnd(start);
+    if (at_ == start) return NameTable::none;
+    return tree_.names.enter({start, static_cast<std::size_t>(at_ - start)});
+}
+
+/// Copies what stands for itself, and line ends as `lineEnd`. Answers the unit that it stops at.
+template <CharClass plain> char16_t Parser::copy(char lineEnd) {
+    const char16_t* at = at_;
+    char* out = textEnd_;
+    for (;;) {
+        for (; isAscii(*at, plain); ++at) *out++ = static_cast<char>(*at);
+        if (*at >= 0x80) {
+            const char32_t character = charAt(at);
+            if (!isXmlChar(character)) break;
+            out = encode(character, out);
+            at += unitsOf(character);
+        } else if (*at == u'\r') {
+            *out++ = lineEnd;
+            at += at[1] == u'\n' ? 2 : 1;
+        } else {
+            break;
+        }
+    }
+    at_ = at;
+    textEnd_ = out;
+    return *at;
+}
+
+bool Parser::copyUntil(std::u16string_view terminator) {
+    for (;;) {
+        const char16_t unit = copy<plainSection>('\n');
+        if (accept(terminator)) return true;
+        if (unit != u'-' && unit != u']' && unit != u'?') return false;
+        put(static_cast<char>(*at_++));
+    }
+}
+
+NodeIndex Parser::addNode(NodeKind kind, NameTable::Number name) {
+    const auto node = static_cast<NodeIndex>(tree_.nodes.size());
+    const auto textStart = static_cast<std::size_t>(textEnd_ - tree_.text.begin());
+    if (textStart > UINT32_MAX) throw std::bad_alloc();
+    tree_.nodes.push(Node{kind, name, static_cast<std::uint32_t>(textStart)});
+    return node;
+}
+
+/// Ends a piece of the run, a text or a CDATA section.
+void Parser::endPiece(NodeIndex node) {
+    const char* const start = tree_.text.begin() + tree_.nodes[node].link;
+    const auto isWhiteByte = [](char c) { return isWhite(static_cast<unsigned char>(c)); };
+    runIsWhite_ = runIsWhite_ && std::all_of(start, static_cast<const char*>(textEnd_), isWhiteByte);
+    put('\0');
+}
+
+void Parser::beginRun() {
+    runStart_ = static_cast<NodeIndex>(tree_.nodes.size());
+    runIsWhite_ = true;
+}
+
+/// At a tag it is known what the run holds: if it is white space, its text makes no nodes, or, as all the
+/// text of an element without child elements, blanks.
+void Parser::endRun(bool isWholeContent) {
+    if (!runIsWhite_) return;
+    const auto isText = [](const Node& node) { return node.kind == NodeKind::text; };
+    Node* const first = tree_.nodes.begin() + runStart_;
+    Node* const end = tree_.nodes.end();
+    if (isWholeContent) {
+        for (Node* node = first; node != end; ++node) {
+            if (isText(*node)) node->kind = NodeKind::blank;
+        }
+    } else if (first != end) {
+        if (isText(end[-1])) textEnd_ = tree_.text.begin() + end[-1].link;
+        tree_.nodes.setEnd(std::remove_if(first, end, isText));
+    }
+}
+
+} // namespace
+
+Tree emptyTree() {
+    Tree tree;
+    tree.nodes.push(Node{NodeKind::document, 0, 1});
+    return tree;
+}
+
+std::optional<Tree> parseXml(std::u16string_view text) {
+    Parser parser(text);
+    if (!parser.document()) return std::nullopt;
+    return parser.result();
+}
+
+} // namespace xml

@@ -1,0 +1,58 @@
+// Pool: an array of plain records that grows at its end, made for arrays of hundreds of megabytes.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+namespace xml {
+
+/// The one owner of its records. Large blocks grow and shrink by realloc, which moves pages and copies
+/// nothing, and room that nothing was written to costs no memory: room for the worst case may be reserved.
+/// Out of memory is std::bad_alloc.
+template <class T> class Pool {
+    static_assert(std::is_trivially_copyable_v<T>);
+
+public:
+    Pool() = default;
+    Pool(Pool&& other) noexcept
+        : records_(std::exchange(other.records_, nullptr)), size_(std::exchange(other.size_, 0)),
+          capacity_(std::exchange(other.capacity_, 0)) {}
+    Pool& operator=(Pool&&) = delete;
+    ~Pool() { std::free(records_); }
+
+    std::size_t size() const { return size_; }
+    T* begin() { return records_; }
+    T* end() { return records_ + size_; }
+    T& operator[](std::size_t index) { return records_[index]; }
+    const T& operator[](std::size_t index) const { return records_[index]; }
+
+    void push(T record) {
+        if (size_ == capacity_) setCapacity(std::max<std::size_t>(2 * capacity_, 16));
+        records_[size_++] = record;
+    }
+    /// Makes the array end at `end`: fewer records, or more, which the caller wrote into reserved room.
+    void setEnd(const T* end) { size_ = static_cast<std::size_t>(end - records_); }
+    void reserve(std::size_t capacity) {
+        if (capacity > capacity_) setCapacity(capacity);
+    }
+    /// Gives the room back that nothing stands in.
+    void fit() { setCapacity(std::max<std::size_t>(size_, 1)); }
+
+private:
+    void setCapacity(std::size_t capacity) {
+        auto* moved = static_cast<T*>(std::realloc(records_, capacity * sizeof(T)));
+        if (moved == nullptr) throw std::bad_alloc();
+        records_ = moved;
+        capacity_ = capacity;
+    }
+
+    T* records_ = nullptr;
+    std::size_t size_ = 0;
+    std::size_t capacity_ = 0;
+};
+
+} // namespace xml

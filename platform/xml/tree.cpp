@@ -1,0 +1,23 @@
+#include "platform/xml/tree.h"
+
+namespace xml {
+
+NodeIndex Tree::childFrom(NodeIndex at, NodeIndex end) const {
+    while (at < end && (nodes[at].kind == NodeKind::attribute || nodes[at].kind == NodeKind::blank)) ++at;
+    return at;
+}
+
+NodeIndex Tree::attributesEnd(NodeIndex element) const {
+    NodeIndex at = element + 1;
+    while (at < behind(element) && nodes[at].kind == NodeKind::attribute) ++at;
+    return at;
+}
+
+NodeIndex Tree::findAttribute(NodeIndex element, NameTable::Number name) const {
+    for (NodeIndex at = element + 1; at < behind(element) && nodes[at].kind == NodeKind::attribute; ++at) {
+        if (nodes[at].name == name) return at;
+    }
+    return 0;
+}
+
+} // namespace xml
