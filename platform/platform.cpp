@@ -2,8 +2,10 @@
 
 #include "platform/metabase/provider.h"
 #include "platform/os/stream.h"
+#include "platform/xml/domDocument.h"
 
 void installPlatform() {
     ignoreWriteSignals();
+    registerDomDocument();
     registerMetabaseProvider();
 }

@@ -38,11 +38,7 @@ Status backupChildren(OutStream& stream, IADs& object, int level) {
         if (status < 0) return reported(status);
         if (status == S_FALSE) return S_OK;
         ComPtr<IADs> child;
-        if (Status found = queryObject(element.get(), child); found < 0) {
-            reported(found);
-            errPrintf("QI for IADs on child");
-            return found;
-        }
+        if (Status found = queryChild(element, child); found < 0) return found;
         if (Status done = backupObject(stream, *child, level + 2); done < 0) return reported(done);
     }
 }
@@ -136,7 +132,7 @@ bool isPropertyInherited(IADs& object, BSTR name) {
     ComPtr<IISBaseObject> base;
     if (query(object, base) < 0) return false;
     ComPtr<IDispatch> found;
-    if (base->GetPropertyAttribObj(name, found.out()) < 0) return false;
+    if (base->GetPropertyAttribObj(name, found.out()) < 0 || !found) return false;
     ComPtr<IISPropertyAttribute> attribute;
     if (query(*found, attribute) < 0) return false;
     VARIANT_BOOL inherited = VARIANT_FALSE;

@@ -150,7 +150,6 @@ Status printXmlEscaped(OutStream& stream, BSTR text) {
         default: outPrintf(stream, "&#%d;", static_cast<std::int32_t>(character)); break;
         }
     }
-    stream.printed();
     return S_OK;
 }
 
@@ -187,12 +186,13 @@ Status ansiToWide(std::string_view text, Bstr& wide) {
 }
 
 Status getArrayBounds(const VARIANT& array, ArrayBounds& bounds) {
-    if ((array.vt & VT_ARRAY) == 0) return DISP_E_TYPEMISMATCH;
+    if ((array.vt & VT_ARRAY) == 0 || (array.vt & extendedFlags) != 0) return DISP_E_TYPEMISMATCH;
     if (Status status = SafeArrayGetLBound(array.parray, 1, &bounds.lower); status < 0) return status;
     return SafeArrayGetUBound(array.parray, 1, &bounds.upper);
 }
 
 Status getArrayElement(const VARIANT& array, LONG index, Variant& element) {
+    if (SafeArrayGetDim(array.parray) > 1) return DISP_E_BADINDEX;
     VARTYPE type = VT_EMPTY;
     if (Status status = SafeArrayGetVartype(array.parray, &type); status < 0) return status;
     if (type == VT_VARIANT) return SafeArrayGetElement(array.parray, &index, element.out());
@@ -200,5 +200,14 @@ Status getArrayElement(const VARIANT& array, LONG index, Variant& element) {
     plain.vt = type;
     const Status status = SafeArrayGetElement(array.parray, &index, &plain.llVal);
     if (status >= 0) element = Variant::adopt(plain);
+    return status;
+}
+
+Status queryChild(const Variant& element, ComPtr<IADs>& child, SourcePlace place) {
+    const Status status = queryObject(element.get(), child);
+    if (status < 0) {
+        reported(status, place);
+        errPrintf("QI for IADs on child");
+    }
     return status;
 }

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "platform/automation/safearray.h"
+#include "platform/metabase/adsi.h"
 #include "src/skeinKeep.h"
 
+#include <limits>
 #include <string>
 
 /// Compares two values: 0 the same, 1 different, negative on a failure. Values of different types differ, as
@@ -24,9 +26,7 @@ Status printXmlEscaped(OutStream& stream, BSTR text);
 class XmlAttributeText {
 public:
     explicit XmlAttributeText(const OLECHAR* text);
-    operator const OLECHAR*() const {
-        return escaped_.empty() ? text_ : escaped_.c_str();
-    } // NOLINT(google-explicit-constructor)
+    operator const OLECHAR*() const { return escaped_.empty() ? text_ : escaped_.c_str(); }
 
 private:
     const OLECHAR* text_;
@@ -52,4 +52,28 @@ Status getArrayElement(const VARIANT& array, LONG index, Variant& element);
 template <class T> Status queryObject(const VARIANT& value, ComPtr<T>& object) {
     const bool holdsObject = (value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN) && value.punkVal != nullptr;
     return holdsObject ? query(*value.punkVal, object) : DISP_E_TYPEMISMATCH;
+}
+
+/// Queries the object of an enumerator's element for IADs. A failure is reported, at the caller's place, and
+/// told.
+Status queryChild(const Variant& element, ComPtr<IADs>& child, SourcePlace place = SourcePlace::current());
+
+/// Reads a number as atoi does: leading white space, a sign, digits up to the first other character; 0
+/// without digits. A number out of range takes the nearest 32-bit value.
+template <class Char> std::int32_t leadingNumber(std::basic_string_view<Char> text) {
+    const auto isSpace = [](Char c) { return c == Char{' '} || (c >= Char{'\t'} && c <= Char{'\r'}); };
+    std::size_t at = 0;
+    while (at < text.size() && isSpace(text[at])) ++at;
+    const bool negative = at < text.size() && text[at] == Char{'-'};
+    if (at < text.size() && (negative || text[at] == Char{'+'})) ++at;
+
+    using Limits = std::numeric_limits<std::int32_t>;
+    std::int64_t number = 0;
+    for (; at < text.size() && text[at] >= Char{'0'} && text[at] <= Char{'9'}; ++at) {
+        if (number <= Limits::max()) number = number * 10 + (text[at] - Char{'0'});
+    }
+    if (negative) number = -number;
+    return static_cast<std::int32_t>(number < Limits::min()   ? Limits::min()
+                                     : number > Limits::max() ? Limits::max()
+                                                              : number);
 }

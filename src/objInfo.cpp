@@ -21,6 +21,7 @@ Status defaultObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IA
         return status;
     }
     parent.SetInfo();
+    if (!created) return reported(E_UNEXPECTED);
     ComPtr<IADs> object;
     if (Status status = query(*created, object); status < 0) return reported(status);
     newObject = std::move(object);
@@ -30,11 +31,7 @@ Status defaultObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IA
 /// A child goes through the delete function of its own class.
 Status deleteChild(const Variant& element) {
     ComPtr<IADs> child;
-    if (Status status = queryObject(element.get(), child); status < 0) {
-        reported(status);
-        errPrintf("QI for IADs on child");
-        return status;
-    }
+    if (Status status = queryChild(element, child); status < 0) return status;
     Bstr className;
     if (Status status = child->get_Class(className.out()); status < 0) return reported(status);
     const ObjInfo* info = nullptr;
@@ -48,7 +45,8 @@ Status deleteChild(const Variant& element) {
         errPrintf("Can't delete objects of class: %S", className);
         return E_UNEXPECTED;
     }
-    return info->deleteFn(*child);
+    if (Status status = info->deleteFn(*child); status < 0) return reported(status);
+    return S_OK;
 }
 
 Status deleteChildren(IADsContainer& container) {

@@ -4,6 +4,8 @@ namespace {
 
 const Bstr emptyText(u"");
 const Bstr markerText(u"<unsupported/>");
+const Bstr trueText(u"true");
+const Bstr falseText(u"false");
 
 /// The types whose text is the one that VariantChangeType gives.
 bool isConverted(VARTYPE type) {
@@ -50,8 +52,7 @@ Status dumpSingle(const OLECHAR* name, VARIANT& value, OutStream& stream, int le
 
 Status dumpList(const OLECHAR* name, const VARIANT& array, ArrayBounds bounds, OutStream& stream, int level,
                 bool inherited) {
-    outPrintf(stream, "%*s<%s name=\"%S\"%s>\n", level * 2 + 4, "", "proplist", XmlAttributeText(name),
-              inheritedText(inherited));
+    openProp(stream, level * 2 + 4, "proplist", name, inherited);
     for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
         Variant element;
         if (Status status = getArrayElement(array, i, element); status < 0) return reported(status);
@@ -106,8 +107,7 @@ Status writeValueText(OutStream& stream, VARIANT& value) {
     if (value.vt == VT_EMPTY || value.vt == VT_NULL) {
         text = emptyText;
     } else if (value.vt == VT_BOOL) {
-        outPrintf(stream, "%s", value.boolVal == VARIANT_TRUE ? "true" : "false");
-        return S_OK;
+        text = value.boolVal == VARIANT_TRUE ? trueText : falseText;
     } else if (isConverted(value.vt)) {
         if (Status status = VariantChangeType(&value, &value, 0, VT_BSTR); status < 0) return status;
         text = value.bstrVal;

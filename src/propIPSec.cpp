@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::u16string_view grantByDefaultName = u"GrantByDefault";
+constexpr const OLECHAR* grantByDefaultName = u"GrantByDefault";
 
 /// One of the four lists.
 struct SubList {
@@ -45,17 +45,17 @@ Status openRules(const OLECHAR* name, const VARIANT& value, ComPtr<IISIPSecurity
 }
 
 /// Finds the child element of a sub-property by its name and parses it.
-Status parseSubProperty(IXMLDOMNode& node, std::u16string_view name, Variant& out) {
+Status parseSubProperty(IXMLDOMNode& node, const OLECHAR* name, Variant& out) {
     const Bstr queryText(u"./*[@name=\"" + std::u16string(name) + u"\"]");
     ComPtr<IXMLDOMNode> child;
     if (Status status = node.selectSingleNode(queryText, child.out()); status < 0) {
         reported(status);
-        errPrintf("selectSingleNode ( %S )", name.data());
+        errPrintf("selectSingleNode ( %S )", name);
         return status;
     }
     if (!child) {
         reported(E_FAIL);
-        errPrintf("IPSecurity property has no %S element", name.data());
+        errPrintf("IPSecurity property has no %S element", name);
         return E_FAIL;
     }
     bool inherited = false;
@@ -80,8 +80,7 @@ Status dumpSubProperties(IISIPSecurity& rules, OutStream& stream, int level) {
     VARIANT_BOOL grant = VARIANT_FALSE;
     if (Status status = rules.get_GrantByDefault(&grant); status < 0) return reported(status);
     Variant truth = Variant::ofBool(grant == VARIANT_TRUE);
-    if (Status status = defaultPropDump(grantByDefaultName.data(), truth.get(), stream, level, false);
-        status < 0) {
+    if (Status status = defaultPropDump(grantByDefaultName, truth.get(), stream, level, false); status < 0) {
         return reported(status);
     }
     for (const SubList& part : readOrder) {
@@ -160,8 +159,7 @@ Status ipSecPropPrint(bool, BackupProp&, const VARIANT&) { return S_OK; }
 
 Status ipSecPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
     const int indent = level * 2 + 4;
-    outPrintf(stream, "%*s<%s name=\"%S\"%s>\n", indent, "", "prop", XmlAttributeText(name),
-              inheritedText(inherited));
+    openProp(stream, indent, "prop", name, inherited);
     ComPtr<IISIPSecurity> rules;
     if (Status status = openRules(name, value, rules); status < 0) return status;
     if (Status status = dumpSubProperties(*rules, stream, level + 1); status < 0) return status;

@@ -45,10 +45,6 @@ struct BoolWord {
 constexpr BoolWord boolWords[] = {{u"true", true}, {u"false", false}, {u"t", true},  {u"1", true},
                                   {u"yes", true},  {u"f", false},     {u"0", false}, {u"no", false}};
 
-const Bstr typeAttribute(u"type");
-const Bstr nameAttribute(u"name");
-const Bstr inheritedAttribute(u"inherited");
-
 /// A `type` text names a VARTYPE by the low 16 bits of its number.
 Status parseVarType(BSTR text, VARTYPE& type) {
     type = static_cast<VARTYPE>(leadingNumber(view(text)));
@@ -66,7 +62,7 @@ Status refuseUntyped(IXMLDOMNode& node) {
 
 Status parseList(IXMLDOMNode& node, std::vector<Variant>& values) {
     ComPtr<IXMLDOMNodeList> children;
-    if (Status status = node.get_childNodes(children.out()); status < 0) return reported(status);
+    if (Status status = xmlGetChildNodes(node, children); status < 0) return reported(status);
     LONG length = 0;
     if (Status status = children->get_length(&length); status < 0) return reported(status);
     for (LONG i = 0; i < length; ++i) {
@@ -89,6 +85,11 @@ Status moveIntoArray(std::vector<Variant>& values, Variant& out) {
 }
 
 } // namespace
+
+void openProp(OutStream& stream, int indent, const char* tag, const OLECHAR* name, bool inherited) {
+    outPrintf(stream, "%*s<%s name=\"%S\"%s>\n", indent, "", tag, XmlAttributeText(name),
+              inheritedText(inherited));
+}
 
 const PropInfo& findPropInfo(std::u16string_view name) {
     const auto* found = std::ranges::find(propInfoTable, name, &PropInfo::name);

@@ -50,6 +50,9 @@ const PropInfo& findPropInfo(std::u16string_view name);
 /// The attribute text of an inherited property, empty for any other.
 constexpr std::string_view inheritedText(bool inherited) { return inherited ? " inherited=\"true\"" : ""; }
 
+/// Writes the line with the start tag of a property that takes several lines.
+void openProp(OutStream& stream, int indent, const char* tag, const OLECHAR* name, bool inherited);
+
 /// Looks a word up in the table of truth words: 0, or E_FAIL with `value` left alone.
 Status parseBoolWord(std::u16string_view word, bool& value);
 

@@ -9,8 +9,6 @@
 
 namespace {
 
-const Bstr extensionAttribute(u"extension");
-const Bstr typeAttribute(u"type");
 constexpr const OLECHAR* mimeTypeTag = u"mimetype";
 
 /// The pair of one live entry, read from the element at an index.
@@ -45,9 +43,9 @@ Status pairEntries(const VARIANT& array, ArrayBounds bounds, std::vector<MimeMap
 
 Status makeEntry(IClassFactory& factory, const MimeMapEntry& entry, Variant& out) {
     void* made = nullptr;
-    if (Status status = factory.CreateInstance(nullptr, IISMimeType::iid, &made); status < 0)
-        return reported(status);
-    const auto mimeType = ComPtr<IISMimeType>::adopt(static_cast<IISMimeType*>(made));
+    const Status creation = factory.CreateInstance(nullptr, IISMimeType::iid, &made);
+    ComPtr<IISMimeType> mimeType;
+    if (Status status = received(creation, made, mimeType); status < 0) return reported(status);
     if (Status status = mimeType->put_Extension(entry.extension); status < 0) return reported(status);
     if (Status status = mimeType->put_MimeType(entry.mimeType); status < 0) return reported(status);
     ComPtr<IDispatch> object;
@@ -71,15 +69,14 @@ Status makeArray(IClassFactory& factory, const std::vector<MimeMapEntry>& entrie
 Status openFactory(ComPtr<IClassFactory>& factory) {
     void* found = nullptr;
     const Status status = CoGetClassObject(CLSID_MimeMap, CLSCTX_ALL, nullptr, IClassFactory::iid, &found);
-    factory = ComPtr<IClassFactory>::adopt(static_cast<IClassFactory*>(found));
-    return status;
+    return received(status, found, factory);
 }
 
 } // namespace
 
 Status mimeMapParse(IXMLDOMNode& node, std::vector<MimeMapEntry>& entries) {
     ComPtr<IXMLDOMNodeList> children;
-    if (Status status = node.get_childNodes(children.out()); status < 0) return reported(status);
+    if (Status status = xmlGetChildNodes(node, children); status < 0) return reported(status);
     LONG length = 0;
     if (Status status = children->get_length(&length); status < 0) return reported(status);
 
@@ -113,7 +110,7 @@ Status mimeMapPropCmp(const VARIANT& value, BackupProp& prop) {
     ArrayBounds bounds;
     if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
     ComPtr<IXMLDOMNodeList> children;
-    if (Status status = prop.element->get_childNodes(children.out()); status < 0) return reported(status);
+    if (Status status = xmlGetChildNodes(*prop.element, children); status < 0) return reported(status);
     LONG length = 0;
     if (Status status = children->get_length(&length); status < 0) return reported(status);
     if (length != bounds.upper - bounds.lower + 1) return 1;
@@ -159,8 +156,7 @@ Status mimeMapPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, i
         return E_UNEXPECTED;
     }
     const int indent = level * 2 + 4;
-    outPrintf(stream, "%*s<%s name=\"%S\"%s>\n", indent, "", "prop", XmlAttributeText(name),
-              inheritedText(inherited));
+    openProp(stream, indent, "prop", name, inherited);
     ArrayBounds bounds;
     if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
     for (LONG i = bounds.lower; i <= bounds.upper; ++i) {

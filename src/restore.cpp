@@ -6,11 +6,6 @@
 
 namespace {
 
-const Bstr versionAttribute(u"version");
-const Bstr pathAttribute(u"path");
-const Bstr propsTag(u"props");
-const Bstr childrenTag(u"children");
-
 /// Binds the topmost object. A failure of that is told, but not reported here.
 Status bindTopObject(IXMLDOMElement& element, ComPtr<IADs>& object) {
     Bstr path;

@@ -1,6 +1,7 @@
 #include "src/restoreObj.h"
 
 #include "src/dispUtils.h"
+#include "src/objInfo.h"
 #include "src/restore.h"
 #include "src/xmlUtils.h"
 
@@ -8,10 +9,6 @@
 #include <vector>
 
 namespace {
-
-const Bstr nameAttribute(u"name");
-const Bstr classAttribute(u"class");
-const Bstr pathAttribute(u"path");
 
 /// One live child as it was when the pass began.
 struct ChildEntry {
@@ -57,11 +54,7 @@ Status countChildren(IADsContainer& container, std::size_t& count) {
 }
 
 Status readChild(const Variant& element, ChildEntry& entry) {
-    if (Status status = queryObject(element.get(), entry.object); status < 0) {
-        reported(status);
-        errPrintf("QI for IADs on child");
-        return status;
-    }
+    if (Status status = queryChild(element, entry.object); status < 0) return status;
     if (Status status = entry.object->get_Name(entry.name.out()); status < 0) return reported(status);
     if (Status status = entry.object->get_Class(entry.className.out()); status < 0) return reported(status);
     if (findObjInfo(view(entry.className), entry.info) == S_FALSE) {
@@ -176,7 +169,7 @@ Status reconcileChild(IADs& parent, const FileObject& object, std::vector<ChildE
 
 Status walkFile(IADs& object, IXMLDOMNode& childrenNode, std::vector<ChildEntry>& entries) {
     ComPtr<IXMLDOMNodeList> nodes;
-    if (Status status = childrenNode.get_childNodes(nodes.out()); status < 0) return reported(status);
+    if (Status status = xmlGetChildNodes(childrenNode, nodes); status < 0) return reported(status);
     for (;;) {
         ComPtr<IXMLDOMNode> node;
         if (Status status = nodes->nextNode(node.out()); status < 0) return reported(status);

@@ -1,8 +1,8 @@
 #include "src/restoreProp.h"
 
 #include "src/schemaCache.h"
+#include "src/xmlUtils.h"
 
-#include <algorithm>
 #include <vector>
 
 namespace {
@@ -13,8 +13,9 @@ public:
     explicit WarningPath(IADs& object) : object_(object) {}
 
     BSTR get() {
-        if (!path_ && object_.get_ADsPath(path_.out()) < 0)
-            path_ = Bstr(u"<unknown name: get_ADsPath failed>");
+        if (path_) return path_;
+        object_.get_ADsPath(path_.out());
+        if (!path_) path_ = Bstr(u"<unknown name: get_ADsPath failed>");
         return path_;
     }
 
@@ -77,7 +78,7 @@ Status reconcileProperties(IADs& object, IXMLDOMNode& propsNode) {
     NameMatcher matcher(names);
     WarningPath path(object);
     ComPtr<IXMLDOMNodeList> nodes;
-    if (Status status = propsNode.get_childNodes(nodes.out()); status < 0) return reported(status);
+    if (Status status = xmlGetChildNodes(propsNode, nodes); status < 0) return reported(status);
     LONG length = 0;
     if (Status status = nodes->get_length(&length); status < 0) return reported(status);
     std::vector<BackupProp> records;

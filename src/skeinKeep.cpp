@@ -3,6 +3,7 @@
 #include "platform/com/runtime.h"
 #include "platform/com/text.h"
 #include "src/backup.h"
+#include "src/dispUtils.h"
 #include "src/restore.h"
 #include "src/schemaCache.h"
 
@@ -21,7 +22,7 @@ enum class Mode { backup, restore, notChosen };
     outPrintf(out, "Usage: %s -backup -file <backup-file> [-noinherit] [-root <path>]\n", programName);
     outPrintf(out, "Usage: %s -restore -file <backup-file> [-n] [-force] [-log <log-file>|-]\n", programName);
     outPrintf(out, "  [-debug <n>]\n");
-    std::exit(1); // NOLINT(concurrency-mt-unsafe)
+    std::exit(1);
 }
 
 /// The command line's arguments, taken one by one.

@@ -5,7 +5,6 @@
 #include "platform/os/print.h"
 
 #include <cstdint>
-#include <limits>
 #include <string_view>
 
 /// 0 is success, negative a failure. A function that can also answer 1 says so.
@@ -71,23 +70,3 @@ struct SourcePlace {
 
 /// Reports a failure at the caller's place and returns its status: `return reported(status);`
 Status reported(Status status, SourcePlace place = SourcePlace::current());
-
-/// Reads a number as atoi does: leading white space, a sign, digits up to the first other character; 0
-/// without digits. A number out of range takes the nearest 32-bit value.
-template <class Char> std::int32_t leadingNumber(std::basic_string_view<Char> text) {
-    const auto isSpace = [](Char c) { return c == Char{' '} || (c >= Char{'\t'} && c <= Char{'\r'}); };
-    std::size_t at = 0;
-    while (at < text.size() && isSpace(text[at])) ++at;
-    const bool negative = at < text.size() && text[at] == Char{'-'};
-    if (at < text.size() && (negative || text[at] == Char{'+'})) ++at;
-
-    using Limits = std::numeric_limits<std::int32_t>;
-    std::int64_t number = 0;
-    for (; at < text.size() && text[at] >= Char{'0'} && text[at] <= Char{'9'}; ++at) {
-        if (number <= Limits::max()) number = number * 10 + (text[at] - Char{'0'});
-    }
-    if (negative) number = -number;
-    return static_cast<std::int32_t>(number < Limits::min()   ? Limits::min()
-                                     : number > Limits::max() ? Limits::max()
-                                                              : number);
-}

@@ -5,9 +5,9 @@
 #include "src/dispUtils.h"
 
 #include <cerrno>
-#include <cstring>
+#include <initializer_list>
+#include <limits>
 #include <memory>
-#include <optional>
 
 namespace {
 
@@ -76,8 +76,7 @@ Status createDocument(ComPtr<IXMLDOMDocument>& document) {
     void* created = nullptr;
     const Status status =
         CoCreateInstance(CLSID_DOMDocument, nullptr, CLSCTX_ALL, IXMLDOMDocument::iid, &created);
-    document = ComPtr<IXMLDOMDocument>::adopt(static_cast<IXMLDOMDocument*>(created));
-    return status;
+    return received(status, created, document);
 }
 
 Status refuseOpening(const char* fileName, int error) {
@@ -98,7 +97,7 @@ Status readWide(const char* fileName, Bstr& text) {
     if (!file.isOpen()) return refuseOpening(fileName, errno);
     const std::int64_t size = file.size();
     if (size < 0) return refuseOpening(fileName, errno);
-    if (size > std::numeric_limits<std::int32_t>::max() - 1) return refuseShortRead(fileName, 0, size);
+    if (size > std::numeric_limits<std::int32_t>::max()) return refuseShortRead(fileName, 0, size);
 
     const auto length = static_cast<std::size_t>(size);
     const std::unique_ptr<char[]> bytes(new char[length + 1]);
@@ -164,10 +163,15 @@ Status xmlGetAttrOfNode(IXMLDOMNode& node, BSTR name, Bstr& value, const OLECHAR
     return xmlGetAttr(*element, name, value, defaultText);
 }
 
+Status xmlGetChildNodes(IXMLDOMNode& node, ComPtr<IXMLDOMNodeList>& children) {
+    const Status status = node.get_childNodes(children.out());
+    return status >= 0 && !children ? E_UNEXPECTED : status;
+}
+
 Status xmlChildCount(IXMLDOMNode& node, LONG& count) {
     count = 0;
     ComPtr<IXMLDOMNodeList> children;
-    if (Status status = node.get_childNodes(children.out()); status < 0) return reported(status);
+    if (Status status = xmlGetChildNodes(node, children); status < 0) return reported(status);
     if (Status status = children->get_length(&count); status < 0) return reported(status);
     return S_OK;
 }
@@ -176,6 +180,7 @@ Status xmlGetOnlyChild(IXMLDOMNode& node, BSTR tag, ComPtr<IXMLDOMNode>& child) 
     child.reset();
     ComPtr<IXMLDOMNodeList> matches;
     if (Status status = node.selectNodes(tag, matches.out()); status < 0) return reported(status);
+    if (!matches) return reported(E_UNEXPECTED);
     LONG count = 0;
     if (Status status = matches->get_length(&count); status < 0) return reported(status);
     if (count != 1) {

@@ -4,6 +4,17 @@
 #include "platform/xml/msxml.h"
 #include "src/skeinKeep.h"
 
+// The names that the file's elements and attributes have.
+inline const Bstr childrenTag(u"children");
+inline const Bstr propsTag(u"props");
+inline const Bstr classAttribute(u"class");
+inline const Bstr extensionAttribute(u"extension");
+inline const Bstr inheritedAttribute(u"inherited");
+inline const Bstr nameAttribute(u"name");
+inline const Bstr pathAttribute(u"path");
+inline const Bstr typeAttribute(u"type");
+inline const Bstr versionAttribute(u"version");
+
 /// Loads a file into a new document, which stays null unless the result is 0. The file is read whole, and a
 /// NUL byte ends it for the parser; from 2 GB up it is refused.
 Status xmlLoadFile(const char* fileName, ComPtr<IXMLDOMDocument>& document);
@@ -14,6 +25,9 @@ Status xmlGetAttr(IXMLDOMElement& element, BSTR name, Bstr& value, const OLECHAR
 
 /// The same on a node, which must be an element.
 Status xmlGetAttrOfNode(IXMLDOMNode& node, BSTR name, Bstr& value, const OLECHAR* defaultText = nullptr);
+
+/// The child nodes of every kind. Reports nothing.
+Status xmlGetChildNodes(IXMLDOMNode& node, ComPtr<IXMLDOMNodeList>& children);
 
 /// Number of child nodes of every kind.
 Status xmlChildCount(IXMLDOMNode& node, LONG& count);

@@ -1,7 +1,7 @@
 // What a user types, and what comes of it.
 
 #include "platform/com/runtime.h"
-#include "src/skeinKeep.h"
+#include "src/dispUtils.h"
 #include "tests/support.h"
 
 #include <gtest/gtest.h>

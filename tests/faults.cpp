@@ -1,71 +1,11 @@
-#include "tests/faults.h"
-
-#include "platform/metabase/iisObjects.h"
+#include "platform/automation/safearray.h"
+#include "platform/com/runtime.h"
 #include "platform/metabase/provider.h"
-
-namespace {
+#include "tests/fronts.h"
 
 Faults plan;
-int callsSeen = 0;
 
-/// 0, or the status with which the call is to fail.
-HRESULT faultOf(const std::string& call) {
-    return call == plan.call && ++callsSeen == plan.number ? plan.status : S_OK;
-}
-
-/// Makes a call unless it is the one that fails.
-template <class Call> HRESULT guard(const char* name, Call call) {
-    const HRESULT fault = faultOf(name);
-    return fault < 0 ? fault : call();
-}
-
-struct Named {
-    const IID& iid;
-    const char* name;
-};
-const Named interfaces[] = {{IADs::iid, "IADs"},
-                            {IDispatch::iid, "IDispatch"},
-                            {IADsContainer::iid, "IADsContainer"},
-                            {IADsDeleteOps::iid, "IADsDeleteOps"},
-                            {IISBaseObject::iid, "IISBaseObject"},
-                            {IISPropertyAttribute::iid, "IISPropertyAttribute"},
-                            {IISIPSecurity::iid, "IISIPSecurity"},
-                            {IISMimeType::iid, "IISMimeType"}};
-
-/// An object in front of another one, whose queries can fail.
-template <class... Interfaces> class Front : public NamelessObject<Interfaces...> {
-public:
-    explicit Front(IUnknown& inner) : inner_(&inner) {}
-
-    HRESULT QueryInterface(const IID& wanted, void** out) override {
-        *out = nullptr;
-        for (const Named& known : interfaces) {
-            if (known.iid != wanted) continue;
-            if (HRESULT status = faultOf(std::string("query ") + known.name); status < 0) return status;
-        }
-        void* found = nullptr;
-        if (HRESULT status = inner_->QueryInterface(wanted, &found); status < 0) return status;
-        static_cast<IUnknown*>(found)->Release();
-        return NamelessObject<Interfaces...>::QueryInterface(wanted, out);
-    }
-
-protected:
-    template <class T> ComPtr<T> inner() const {
-        ComPtr<T> typed;
-        query(*inner_, typed);
-        return typed;
-    }
-
-private:
-    ComPtr<IUnknown> inner_;
-};
-
-/// Puts a front before the object that a call gave.
-template <class Made, class T> void replaceBy(T** object) {
-    if (*object == nullptr) return;
-    const auto inner = ComPtr<T>::adopt(*object);
-    *object = makeObject<Made>(*inner).detach();
-}
+namespace {
 
 class AttributeFront final : public Front<IISPropertyAttribute> {
 public:
@@ -98,6 +38,73 @@ public:
     }
 };
 
+class MimeTypeFront final : public Front<IISMimeType> {
+public:
+    using Front::Front;
+    HRESULT get_MimeType(BSTR* out) override {
+        return guard("IISMimeType::get_MimeType", [&] { return inner<IISMimeType>()->get_MimeType(out); });
+    }
+    HRESULT put_MimeType(BSTR text) override {
+        return guard("IISMimeType::put_MimeType", [&] { return inner<IISMimeType>()->put_MimeType(text); });
+    }
+    HRESULT get_Extension(BSTR* out) override {
+        return guard("IISMimeType::get_Extension", [&] { return inner<IISMimeType>()->get_Extension(out); });
+    }
+    HRESULT put_Extension(BSTR text) override {
+        return guard("IISMimeType::put_Extension", [&] { return inner<IISMimeType>()->put_Extension(text); });
+    }
+};
+
+class IpSecurityFront final : public Front<IISIPSecurity> {
+public:
+    using Front::Front;
+    HRESULT get_GrantByDefault(VARIANT_BOOL* grant) override {
+        return guard("IISIPSecurity::get_GrantByDefault",
+                     [&] { return inner<IISIPSecurity>()->get_GrantByDefault(grant); });
+    }
+    HRESULT put_GrantByDefault(VARIANT_BOOL grant) override {
+        return guard("IISIPSecurity::put_GrantByDefault",
+                     [&] { return inner<IISIPSecurity>()->put_GrantByDefault(grant); });
+    }
+    HRESULT get_IPGrant(VARIANT* list) override {
+        return guard("IISIPSecurity::get_IPGrant", [&] { return inner<IISIPSecurity>()->get_IPGrant(list); });
+    }
+    HRESULT put_IPGrant(const VARIANT& list) override {
+        return guard("IISIPSecurity::put_IPGrant", [&] { return inner<IISIPSecurity>()->put_IPGrant(list); });
+    }
+    HRESULT get_IPDeny(VARIANT* list) override {
+        return guard("IISIPSecurity::get_IPDeny", [&] { return inner<IISIPSecurity>()->get_IPDeny(list); });
+    }
+    HRESULT put_IPDeny(const VARIANT& list) override {
+        return guard("IISIPSecurity::put_IPDeny", [&] { return inner<IISIPSecurity>()->put_IPDeny(list); });
+    }
+    HRESULT get_DomainGrant(VARIANT* list) override {
+        return guard("IISIPSecurity::get_DomainGrant",
+                     [&] { return inner<IISIPSecurity>()->get_DomainGrant(list); });
+    }
+    HRESULT put_DomainGrant(const VARIANT& list) override {
+        return guard("IISIPSecurity::put_DomainGrant",
+                     [&] { return inner<IISIPSecurity>()->put_DomainGrant(list); });
+    }
+    HRESULT get_DomainDeny(VARIANT* list) override {
+        return guard("IISIPSecurity::get_DomainDeny",
+                     [&] { return inner<IISIPSecurity>()->get_DomainDeny(list); });
+    }
+    HRESULT put_DomainDeny(const VARIANT& list) override {
+        return guard("IISIPSecurity::put_DomainDeny",
+                     [&] { return inner<IISIPSecurity>()->put_DomainDeny(list); });
+    }
+};
+
+/// Puts a front before an object that is a property's value, if it is of a known kind.
+template <class Made, class Interface> void frontValue(VARIANT& value) {
+    ComPtr<Interface> known;
+    if (value.vt != VT_DISPATCH || query(*value.pdispVal, known) < 0) return;
+    value = Variant::ofDispatch(
+                ComPtr<IDispatch>(makeObject<Made>(*ComPtr<IDispatch>::adopt(value.pdispVal)).get()))
+                .detach();
+}
+
 class ObjectFront;
 
 class EnumeratorFront final : public ComObject<IEnumVARIANT> {
@@ -105,7 +112,7 @@ public:
     explicit EnumeratorFront(IUnknown& inner) { query(inner, inner_); }
     HRESULT Next(ULONG count, VARIANT* elements, ULONG* fetched) override {
         *fetched = 0;
-        if (HRESULT status = faultOf("IEnumVARIANT::Next"); status < 0) return status;
+        if (isFault("IEnumVARIANT::Next")) return plan.status;
         if (idle_++ < plan.idleAnswers) return S_OK;
         idle_ = 0;
         if (!started_) fetch(count);
@@ -206,7 +213,15 @@ public:
 
 private:
     static HRESULT changed(BSTR name, VARIANT* value, HRESULT status) {
-        if (status >= 0 && plan.onRead) plan.onRead(std::u16string(view(name)), *value);
+        if (status < 0) return status;
+        frontValue<IpSecurityFront, IISIPSecurity>(*value);
+        if ((value->vt & VT_ARRAY) != 0) {
+            auto* elements = static_cast<VARIANT*>(value->parray->pvData);
+            for (ULONG i = 0; i < value->parray->rgsabound[0].cElements; ++i) {
+                frontValue<MimeTypeFront, IISMimeType>(elements[i]);
+            }
+        }
+        if (plan.onRead) plan.onRead(std::u16string(view(name)), *value);
         return status;
     }
 };
@@ -220,7 +235,7 @@ class ProviderFront final : public ComObject<IADsProvider> {
 public:
     HRESULT GetObject(const OLECHAR* path, const IID& wanted, void** object) override {
         *object = nullptr;
-        if (HRESULT status = faultOf("ADsGetObject"); status < 0) return status;
+        if (isFault("ADsGetObject")) return plan.status;
         void* found = nullptr;
         const HRESULT status = inner_->GetObject(path, IUnknown::iid, &found);
         if (status < 0) return status;
@@ -234,7 +249,25 @@ public:
     ComPtr<IADsProvider> inner_;
 };
 
+/// A class object whose objects get a front.
+class MimeMapFactory final : public ComObject<IClassFactory> {
+public:
+    HRESULT CreateInstance(IUnknown*, const IID& wanted, void** out) override {
+        *out = nullptr;
+        return guard("IClassFactory::CreateInstance", [&] {
+            return makeObject<MimeTypeFront>(*makeObject<MimeType>())->QueryInterface(wanted, out);
+        });
+    }
+    HRESULT QueryInterface(const IID& wanted, void** out) override {
+        *out = nullptr;
+        return guard("CoGetClassObject",
+                     [&] { return ComObject<IClassFactory>::QueryInterface(wanted, out); });
+    }
+};
+
 } // namespace
+
+int callsSeen = 0;
 
 void installFaults(const Faults& faults) {
     plan = faults;
@@ -242,4 +275,6 @@ void installFaults(const Faults& faults) {
     const auto front = makeObject<ProviderFront>();
     front->inner_ = metabaseProvider();
     registerProvider(u"IIS:", *front);
+    registerClass(CLSID_MimeMap, *makeObject<MimeMapFactory>());
+    frontDocuments();
 }

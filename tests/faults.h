@@ -11,6 +11,7 @@ struct Faults {
     std::string call;
     /// Which one of them, counted from 1.
     int number = 1;
+    /// What it returns, without delivering anything.
     HRESULT status = E_ACCESSDENIED;
     /// Has the last child come together with S_FALSE, and an answer without a child this often ahead of each.
     bool lastWithEnd = false;

@@ -29,5 +29,27 @@ run() {
 
 step "A backup of the sample server"
 run -backup -file backup.xml
-printf '%s\n' "$PWD/backup.xml: $(wc -c <backup.xml) bytes, $(grep -c '<obj ' backup.xml) objects. It begins:"
+echo "$PWD/backup.xml has $(wc -c <backup.xml) bytes and $(grep -c '<obj ' backup.xml) objects. It begins:"
 head -n 24 backup.xml
+
+step "Someone changes the server: a site's name, a list, a folder too few, a folder too many"
+cat >>metabase.txt <<'CHANGES'
++set "localhost/W3SVC/1" ServerComment "Under new management"
++set "localhost/W3SVC/2" ServerBindings []
++delete "localhost/W3SVC/1/ROOT/old shop"
++create "localhost/W3SVC/1/ROOT/games" IIsWebDirectory
+CHANGES
+tail -n 4 metabase.txt
+
+step "A dry run finds what differs, and changes nothing"
+cp metabase.txt changed.txt
+run -restore -n -file backup.xml
+cmp metabase.txt changed.txt
+
+step "The restore mends it"
+run -restore -file backup.xml
+
+step "The proof: a new backup is the first one again, byte for byte"
+run -backup -file again.xml
+cmp backup.xml again.xml && echo "backup.xml and again.xml are the same"
+echo "(FeedStartTime is a date: dates never compare as equal, so a restore writes them every time.)"

@@ -70,7 +70,7 @@ public:
 
     BSTR get() const { return text_; }
     /// Lends the string to a call.
-    operator BSTR() const { return text_; } // NOLINT(google-explicit-constructor)
+    operator BSTR() const { return text_; }
     explicit operator bool() const { return text_ != nullptr; }
 
     void reset() { SysFreeString(std::exchange(text_, nullptr)); }

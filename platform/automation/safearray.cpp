@@ -31,7 +31,9 @@ SAFEARRAY* SafeArrayCreate(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* 
     std::uint64_t dataSize = elementSize;
     for (UINT i = 0; i < dimensions; ++i) {
         const std::int64_t upper = std::int64_t{bounds[i].lLbound} + bounds[i].cElements - 1;
-        if (bounds[i].cElements > largestSize || upper >= std::numeric_limits<LONG>::max()) return nullptr;
+        if (bounds[i].cElements > largestSize || upper < std::numeric_limits<LONG>::min() ||
+            upper >= std::numeric_limits<LONG>::max())
+            return nullptr;
         dataSize *= bounds[i].cElements;
         if (dataSize > largestSize * sizeof(VARIANT)) return nullptr;
     }

@@ -105,12 +105,18 @@ private:
     T* object_ = nullptr;
 };
 
+/// Takes over the reference that a call gave together with its status. A success without a reference is
+/// E_UNEXPECTED.
+template <class T> HRESULT received(HRESULT status, void* found, ComPtr<T>& out) {
+    out = ComPtr<T>::adopt(static_cast<T*>(found));
+    return status >= 0 && found == nullptr ? E_UNEXPECTED : status;
+}
+
 /// Queries `object` for the interface T.
 template <class T> HRESULT query(IUnknown& object, ComPtr<T>& out) {
     void* found = nullptr;
     const HRESULT status = object.QueryInterface(T::iid, &found);
-    out = ComPtr<T>::adopt(static_cast<T*>(found));
-    return status;
+    return received(status, found, out);
 }
 
 /// Implements IUnknown for an object that offers the given interfaces; the first one stands for the object's

@@ -36,6 +36,7 @@ HRESULT ADsBuildEnumerator(IADsContainer* container, IEnumVARIANT** enumerator) 
     *enumerator = nullptr;
     ComPtr<IUnknown> made;
     if (HRESULT status = container->get__NewEnum(made.out()); status < 0) return status;
+    if (!made) return E_UNEXPECTED;
     ComPtr<IEnumVARIANT> typed;
     const HRESULT status = query(*made, typed);
     *enumerator = typed.detach();

@@ -106,11 +106,11 @@ HRESULT ADsEnumerateNext(IEnumVARIANT* enumerator, ULONG count, VARIANT* element
 HRESULT ADsFreeEnumerator(IEnumVARIANT* enumerator);
 }
 
+/// ADsGetObject for the interface T.
 template <class T> HRESULT bindObject(const OLECHAR* path, ComPtr<T>& object) {
     void* found = nullptr;
     const HRESULT status = ADsGetObject(path, T::iid, &found);
-    object = ComPtr<T>::adopt(static_cast<T*>(found));
-    return status;
+    return received(status, found, object);
 }
 
 /// The one owner of an enumerator.

@@ -1,0 +1,163 @@
+// Writes a metabase of any size to standard output, the same for the same arguments:
+//
+//     makeMetabase wide [SITES [DIRECTORIES [SEED]]]    sites with virtual directories below each, 100 and 300
+//     makeMetabase flat [CHILDREN [SEED]]               many children below one object, 20000
+//     makeMetabase deep [LEVELS [SEED]]                 a chain of objects, 200
+//     makeMetabase long [VALUES [SEED]]                 few objects with long lists, 10000 values each
+
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int propertyCount = 43;
+
+/// Numbers that are the same wherever the program runs.
+class Dice {
+public:
+    explicit Dice(unsigned seed) : engine_(seed) {}
+    unsigned upTo(unsigned limit) { return static_cast<unsigned>(engine_() % limit); }
+
+private:
+    std::mt19937 engine_;
+};
+
+enum class Kind { string, number, boolean, list };
+
+struct Property {
+    std::string name;
+    Kind kind;
+    /// One in three is set at the top only.
+    bool inherited;
+};
+
+std::vector<Property> makeProperties() {
+    constexpr const char* words[] = {"Access", "Server", "Default", "Script", "Cache", "Script", "Connection", "Log"};
+    constexpr const char* things[] = {"Flags", "Comment", "Bindings", "Timeout", "Path", "Header", "Enabled"};
+    constexpr Kind kinds[] = {Kind::string, Kind::number, Kind::string, Kind::boolean, Kind::string, Kind::number, Kind::list};
+    std::vector<Property> properties;
+    for (int i = 0; i < propertyCount; ++i) {
+        const std::string name = std::string(words[i % 8]) + things[i % 7] + std::to_string(i);
+        properties.push_back({name, kinds[i % 7], i % 3 == 2});
+    }
+    return properties;
+}
+
+std::string text(Dice& dice) {
+    constexpr const char* pieces[] = {"C:\\inetpub\\wwwroot\\", "Default.asp", "example.com",  "Research & Development ",
+                                      "<none>",                 "GET,HEAD,POST", "\\\"quoted\\\" ", "192.0.2.17:80:"};
+    std::string result = "\"";
+    for (unsigned i = 0, count = 1 + dice.upTo(3); i < count; ++i) {
+        for (const char* at = pieces[dice.upTo(8)]; *at != '\0'; ++at) {
+            if (*at == '\\' && at[1] != '"') result += '\\';
+            result += *at;
+            if (*at == '\\' && at[1] == '"') result += *++at;
+        }
+    }
+    return result + std::to_string(dice.upTo(1000)) + "\"";
+}
+
+std::string list(Dice& dice, unsigned count) {
+    std::string result = "[";
+    for (unsigned i = 0; i < count; ++i) result += (i > 0 ? ", " : "") + text(dice);
+    return result + "]";
+}
+
+std::string value(Dice& dice, Kind kind, unsigned listLength) {
+    switch (kind) {
+    case Kind::number: return std::to_string(dice.upTo(1000000));
+    case Kind::boolean: return dice.upTo(2) == 0 ? "true" : "false";
+    case Kind::list: return list(dice, listLength);
+    default: return text(dice);
+    }
+}
+
+class Metabase {
+public:
+    explicit Metabase(unsigned seed) : dice_(seed), properties_(makeProperties()) {}
+
+    void schema() {
+        std::string names;
+        put("metabase 1\n\nproperty KeyType string single local \"\"\nproperty MimeMap mime list inheritable mime()\n"
+            "property IPSecurity ipsec single inheritable " +
+            rules() + "\n");
+        for (const Property& property : properties_) {
+            constexpr const char* types[] = {"string single", "i4 single", "bool single", "string list"};
+            constexpr const char* defaults[] = {"\"\"", "0", "false", "[]"};
+            const auto kind = static_cast<std::size_t>(property.kind);
+            put("property " + property.name + " " + types[kind] + " inheritable " + defaults[kind] + "\n");
+            names += (names.empty() ? "" : ", ") + property.name;
+        }
+        put("\nclass IIsComputer container nodeleteops (KeyType) (MimeMap, " + names + ")\n");
+        put("class IIsWebServer container deleteops (KeyType) (IPSecurity, " + names + ")\n");
+        put("class IIsWebVirtualDir container deleteops (KeyType) (" + names + ")\n\n");
+        object("localhost", "IIsComputer", true, 3);
+        put("  MimeMap mime(");
+        for (int i = 0; i < 300; ++i) {
+            put((i > 0 ? ", " : "") + ("\".x" + std::to_string(i)) + "\" \"application/x-type-" + std::to_string(i) + "\"");
+        }
+        put(")\n");
+    }
+    void object(const std::string& path, const std::string& className, bool all = false, unsigned listLength = 0) {
+        put("object \"" + path + "\" " + className + "\n  KeyType \"" + className + "\"\n");
+        for (const Property& property : properties_) {
+            if (property.inherited && !all) continue;
+            const unsigned length = listLength > 0 ? listLength : 2 + dice_.upTo(3);
+            put("  " + property.name + " " + value(dice_, property.kind, length) + "\n");
+        }
+    }
+    void site(const std::string& path) {
+        object(path, "IIsWebServer");
+        put("  IPSecurity " + rules() + "\n");
+    }
+    void directory(const std::string& path, unsigned listLength = 0) {
+        object(path, "IIsWebVirtualDir", false, listLength);
+    }
+
+private:
+    static void put(const std::string& piece) { std::fwrite(piece.data(), 1, piece.size(), stdout); }
+    std::string rules() {
+        const std::string address = "192.0.2." + std::to_string(dice_.upTo(256)) + ", 255.255.255.255";
+        return "ipsec(GrantByDefault true, IPGrant [], IPDeny [\"" + address + "\", \"198.51.100.0, 255.255.255.0\"], "
+               "DomainGrant [], DomainDeny [\"example.org\"])";
+    }
+
+    Dice dice_;
+    std::vector<Property> properties_;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::string shape = argc > 1 ? argv[1] : "";
+    const auto number = [&](int index, unsigned usual) {
+        return argc > index ? static_cast<unsigned>(std::strtoul(argv[index], nullptr, 10)) : usual;
+    };
+    Metabase metabase(number(shape == "wide" ? 4 : 3, 1));
+    const std::string top = "localhost/";
+    if (shape == "wide") {
+        metabase.schema();
+        for (unsigned i = 0; i < number(2, 100); ++i) {
+            const std::string site = top + std::to_string(i + 1);
+            metabase.site(site);
+            for (unsigned j = 0; j < number(3, 300); ++j) metabase.directory(site + "/directory" + std::to_string(j));
+        }
+    } else if (shape == "flat") {
+        metabase.schema();
+        for (unsigned i = 0; i < number(2, 20000); ++i) metabase.directory(top + "directory" + std::to_string(i));
+    } else if (shape == "deep") {
+        metabase.schema();
+        std::string path = "localhost";
+        for (unsigned i = 0; i < number(2, 200); ++i) metabase.directory(path += "/d");
+    } else if (shape == "long") {
+        metabase.schema();
+        for (unsigned i = 0; i < 3; ++i) metabase.directory(top + std::to_string(i), number(2, 10000));
+    } else {
+        std::fputs("Usage: makeMetabase wide|flat|deep|long [SIZE...] [SEED]\n", stderr);
+        return 1;
+    }
+    return 0;
+}

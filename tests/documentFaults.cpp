@@ -1,0 +1,172 @@
+// The faults in front of the document service.
+
+#include "platform/com/runtime.h"
+#include "tests/fronts.h"
+
+namespace {
+
+class ListFront final : public Front<IXMLDOMNodeList> {
+public:
+    using Front::Front;
+    HRESULT get_length(LONG* length) override {
+        return guard("IXMLDOMNodeList::get_length",
+                     [&] { return inner<IXMLDOMNodeList>()->get_length(length); });
+    }
+    HRESULT nextNode(IXMLDOMNode** node) override;
+};
+
+class MapFront final : public Front<IXMLDOMNamedNodeMap> {
+public:
+    using Front::Front;
+    HRESULT get_length(LONG* length) override {
+        return guard("IXMLDOMNamedNodeMap::get_length",
+                     [&] { return inner<IXMLDOMNamedNodeMap>()->get_length(length); });
+    }
+    HRESULT get_item(LONG index, IXMLDOMNode** attribute) override;
+};
+
+/// The calls of a node, on whatever interface that adds to them.
+template <class Interface> class NodeFront : public Front<Interface> {
+public:
+    using Front<Interface>::Front;
+    HRESULT QueryInterface(const IID& wanted, void** out) override {
+        // The interface of the front is one that goes on from IXMLDOMNode.
+        return Front<Interface>::QueryInterface(wanted == IXMLDOMNode::iid ? Interface::iid : wanted, out);
+    }
+    HRESULT get_nodeName(BSTR* name) override {
+        return guard("IXMLDOMNode::get_nodeName", [&] { return node()->get_nodeName(name); });
+    }
+    HRESULT get_nodeValue(VARIANT* value) override {
+        return guard("IXMLDOMNode::get_nodeValue", [&] { return node()->get_nodeValue(value); });
+    }
+    HRESULT get_text(BSTR* text) override {
+        return guard("IXMLDOMNode::get_text", [&] { return node()->get_text(text); });
+    }
+    HRESULT get_firstChild(IXMLDOMNode** child) override {
+        return guard("IXMLDOMNode::get_firstChild",
+                     [&] { return fronted(node()->get_firstChild(child), child); });
+    }
+    HRESULT hasChildNodes(VARIANT_BOOL* answer) override {
+        return guard("IXMLDOMNode::hasChildNodes", [&] { return node()->hasChildNodes(answer); });
+    }
+    HRESULT get_childNodes(IXMLDOMNodeList** children) override {
+        return guard("IXMLDOMNode::get_childNodes", [&] {
+            const HRESULT status = node()->get_childNodes(children);
+            replaceBy<ListFront>(children);
+            return status;
+        });
+    }
+    HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) override {
+        return guard("IXMLDOMNode::get_attributes", [&] {
+            const HRESULT status = node()->get_attributes(attributes);
+            replaceBy<MapFront>(attributes);
+            return status;
+        });
+    }
+    HRESULT selectNodes(BSTR query, IXMLDOMNodeList** nodes) override {
+        return guard("IXMLDOMNode::selectNodes", [&] {
+            const HRESULT status = node()->selectNodes(query, nodes);
+            replaceBy<ListFront>(nodes);
+            return status;
+        });
+    }
+    HRESULT selectSingleNode(BSTR query, IXMLDOMNode** found) override {
+        return guard("IXMLDOMNode::selectSingleNode",
+                     [&] { return fronted(node()->selectSingleNode(query, found), found); });
+    }
+
+    static HRESULT fronted(HRESULT status, IXMLDOMNode** object);
+
+private:
+    ComPtr<IXMLDOMNode> node() const { return this->template inner<IXMLDOMNode>(); }
+};
+
+class PlainNodeFront final : public NodeFront<IXMLDOMNode> {
+public:
+    using NodeFront::NodeFront;
+};
+
+class ElementFront final : public NodeFront<IXMLDOMElement> {
+public:
+    using NodeFront::NodeFront;
+    HRESULT getAttribute(BSTR name, VARIANT* value) override {
+        return guard("IXMLDOMElement::getAttribute",
+                     [&] { return inner<IXMLDOMElement>()->getAttribute(name, value); });
+    }
+};
+
+class DocumentFront final : public NodeFront<IXMLDOMDocument> {
+public:
+    using NodeFront::NodeFront;
+    HRESULT put_async(VARIANT_BOOL async) override {
+        return guard("IXMLDOMDocument::put_async",
+                     [&] { return inner<IXMLDOMDocument>()->put_async(async); });
+    }
+    HRESULT loadXML(BSTR text, VARIANT_BOOL* success) override {
+        return guard("IXMLDOMDocument::loadXML",
+                     [&] { return inner<IXMLDOMDocument>()->loadXML(text, success); });
+    }
+    HRESULT get_documentElement(IXMLDOMElement** element) override {
+        return guard("IXMLDOMDocument::get_documentElement", [&] {
+            const HRESULT status = inner<IXMLDOMDocument>()->get_documentElement(element);
+            replaceBy<ElementFront>(element);
+            return status;
+        });
+    }
+};
+
+/// Puts a front of the right kind before a node that a call gave.
+template <class Interface> HRESULT NodeFront<Interface>::fronted(HRESULT status, IXMLDOMNode** object) {
+    ComPtr<IXMLDOMElement> element;
+    if (*object == nullptr) return status;
+    if (query(**object, element) < 0) {
+        replaceBy<PlainNodeFront>(object);
+    } else {
+        (*object)->Release();
+        *object = makeObject<ElementFront>(*element).detach();
+    }
+    return status;
+}
+
+HRESULT ListFront::nextNode(IXMLDOMNode** node) {
+    *node = nullptr;
+    return guard("IXMLDOMNodeList::nextNode",
+                 [&] { return ElementFront::fronted(inner<IXMLDOMNodeList>()->nextNode(node), node); });
+}
+
+HRESULT MapFront::get_item(LONG index, IXMLDOMNode** attribute) {
+    *attribute = nullptr;
+    return guard("IXMLDOMNamedNodeMap::get_item", [&] {
+        return ElementFront::fronted(inner<IXMLDOMNamedNodeMap>()->get_item(index, attribute), attribute);
+    });
+}
+
+class DocumentFactory final : public ComObject<IClassFactory> {
+public:
+    explicit DocumentFactory(ComPtr<IClassFactory> inner) : inner_(std::move(inner)) {}
+    HRESULT CreateInstance(IUnknown* outer, const IID& wanted, void** out) override {
+        *out = nullptr;
+        return guard("CoCreateInstance", [&] {
+            void* made = nullptr;
+            if (HRESULT status = inner_->CreateInstance(outer, IXMLDOMDocument::iid, &made); status < 0)
+                return status;
+            const auto document = ComPtr<IXMLDOMDocument>::adopt(static_cast<IXMLDOMDocument*>(made));
+            return makeObject<DocumentFront>(*document)->QueryInterface(wanted, out);
+        });
+    }
+
+private:
+    ComPtr<IClassFactory> inner_;
+};
+
+} // namespace
+
+void frontDocuments() {
+    void* found = nullptr;
+    CoInitializeEx(nullptr, 0);
+    if (CoGetClassObject(CLSID_DOMDocument, CLSCTX_ALL, nullptr, IClassFactory::iid, &found) >= 0) {
+        auto inner = ComPtr<IClassFactory>::adopt(static_cast<IClassFactory*>(found));
+        registerClass(CLSID_DOMDocument, *makeObject<DocumentFactory>(std::move(inner)));
+    }
+    CoUninitialize();
+}

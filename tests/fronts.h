@@ -1,0 +1,69 @@
+// What the fronts share: the faults, and an object that stands before another one.
+#pragma once
+
+#include "platform/metabase/iisObjects.h"
+#include "platform/xml/msxml.h"
+#include "tests/faults.h"
+
+/// Puts the faults in front of the document service.
+void frontDocuments();
+
+extern Faults plan;
+extern int callsSeen;
+
+/// Whether the call is the one that fails.
+inline bool isFault(const std::string& call) { return call == plan.call && ++callsSeen == plan.number; }
+
+/// Makes a call unless it is the one that fails.
+template <class Call> HRESULT guard(const char* name, Call call) {
+    return isFault(name) ? plan.status : call();
+}
+
+struct Named {
+    const IID& iid;
+    const char* name;
+};
+inline const Named interfaces[] = {{IADs::iid, "IADs"},
+                                   {IDispatch::iid, "IDispatch"},
+                                   {IADsContainer::iid, "IADsContainer"},
+                                   {IADsDeleteOps::iid, "IADsDeleteOps"},
+                                   {IISBaseObject::iid, "IISBaseObject"},
+                                   {IISPropertyAttribute::iid, "IISPropertyAttribute"},
+                                   {IISIPSecurity::iid, "IISIPSecurity"},
+                                   {IISMimeType::iid, "IISMimeType"},
+                                   {IXMLDOMElement::iid, "IXMLDOMElement"}};
+
+/// An object in front of another one, whose queries can fail.
+template <class... Interfaces> class Front : public NamelessObject<Interfaces...> {
+public:
+    explicit Front(IUnknown& inner) : inner_(&inner) {}
+
+    HRESULT QueryInterface(const IID& wanted, void** out) override {
+        *out = nullptr;
+        for (const Named& known : interfaces) {
+            if (known.iid != wanted) continue;
+            if (isFault(std::string("query ") + known.name)) return plan.status;
+        }
+        void* found = nullptr;
+        if (HRESULT status = inner_->QueryInterface(wanted, &found); status < 0) return status;
+        static_cast<IUnknown*>(found)->Release();
+        return NamelessObject<Interfaces...>::QueryInterface(wanted, out);
+    }
+
+protected:
+    template <class T> ComPtr<T> inner() const {
+        ComPtr<T> typed;
+        query(*inner_, typed);
+        return typed;
+    }
+
+private:
+    ComPtr<IUnknown> inner_;
+};
+
+/// Puts a front before the object that a call gave.
+template <class Made, class T> void replaceBy(T** object) {
+    if (*object == nullptr) return;
+    const auto inner = ComPtr<T>::adopt(*object);
+    *object = makeObject<Made>(*inner).detach();
+}
