@@ -5,7 +5,7 @@
 #include "platform/xml/domDocument.h"
 
 void installPlatform() {
-    ignoreWriteSignals();
+    prepareStreams();
     registerDomDocument();
     registerMetabaseProvider();
 }

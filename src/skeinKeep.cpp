@@ -83,26 +83,14 @@ Mode parseCommandLine(int argc, char** argv) {
     return mode;
 }
 
-[[noreturn]] void outOfMemory() {
-    constexpr std::string_view message = "Out of memory\n";
-    standardOutput().flush();
-    standardError().write(message);
-    standardError().flush();
-    std::_Exit(2);
-}
-
 /// The file name of a source, without its folder and its extension.
 std::string_view stemOf(std::string_view path) {
     path.remove_prefix(path.rfind('/') + 1);
     return path.substr(0, path.rfind('.'));
 }
 
-} // namespace
-
-int skeinKeepMain(int argc, char** argv) {
-    std::set_new_handler(outOfMemory);
-    const Mode mode = parseCommandLine(argc, argv);
-
+/// Everything between the command line and the exit code.
+int runMode(Mode mode) {
     if (Status status = CoInitializeEx(nullptr, 0); status < 0) {
         reported(status);
         errPrintf("CoInitialize");
@@ -117,6 +105,18 @@ int skeinKeepMain(int argc, char** argv) {
     }
     CoUninitialize();
     return status < 0 ? 2 : 0;
+}
+
+} // namespace
+
+int skeinKeepMain(int argc, char** argv) {
+    const Mode mode = parseCommandLine(argc, argv);
+    try {
+        return runMode(mode);
+    } catch (const std::bad_alloc&) {
+        outPrintf(standardError(), "Out of memory\n");
+        return 2;
+    }
 }
 
 void reportHr(Status status, std::string_view sourceFile, std::uint32_t line) {

@@ -329,6 +329,12 @@ TEST(Backup, namesWhatHindersItsOutput) {
     }
 }
 
+TEST(Backup, makesNoMetabaseOfItsOutput) {
+    const Folder folder;
+    EXPECT_EQ(runProgram(folder, {"-backup", "-file", "metabase.txt"}).exitCode, 2);
+    EXPECT_EQ(folder.read("metabase.txt"), "<none>");
+}
+
 TEST(Backup, replacesAnOlderFileWholly) {
     const Folder folder;
     folder.write("metabase.txt", exampleMetabase);

@@ -8,20 +8,14 @@ namespace {
 class ListFront final : public Front<IXMLDOMNodeList> {
 public:
     using Front::Front;
-    HRESULT get_length(LONG* length) override {
-        return guard("IXMLDOMNodeList::get_length",
-                     [&] { return inner<IXMLDOMNodeList>()->get_length(length); });
-    }
+    PASS(IXMLDOMNodeList, get_length, (LONG * length), length)
     HRESULT nextNode(IXMLDOMNode** node) override;
 };
 
 class MapFront final : public Front<IXMLDOMNamedNodeMap> {
 public:
     using Front::Front;
-    HRESULT get_length(LONG* length) override {
-        return guard("IXMLDOMNamedNodeMap::get_length",
-                     [&] { return inner<IXMLDOMNamedNodeMap>()->get_length(length); });
-    }
+    PASS(IXMLDOMNamedNodeMap, get_length, (LONG * length), length)
     HRESULT get_item(LONG index, IXMLDOMNode** attribute) override;
 };
 
@@ -33,22 +27,14 @@ public:
         // The interface of the front is one that goes on from IXMLDOMNode.
         return Front<Interface>::QueryInterface(wanted == IXMLDOMNode::iid ? Interface::iid : wanted, out);
     }
-    HRESULT get_nodeName(BSTR* name) override {
-        return guard("IXMLDOMNode::get_nodeName", [&] { return node()->get_nodeName(name); });
-    }
-    HRESULT get_nodeValue(VARIANT* value) override {
-        return guard("IXMLDOMNode::get_nodeValue", [&] { return node()->get_nodeValue(value); });
-    }
-    HRESULT get_text(BSTR* text) override {
-        return guard("IXMLDOMNode::get_text", [&] { return node()->get_text(text); });
-    }
+    PASS(IXMLDOMNode, get_nodeName, (BSTR * name), name)
+    PASS(IXMLDOMNode, get_nodeValue, (VARIANT * value), value)
+    PASS(IXMLDOMNode, get_text, (BSTR * text), text)
     HRESULT get_firstChild(IXMLDOMNode** child) override {
         return guard("IXMLDOMNode::get_firstChild",
                      [&] { return fronted(node()->get_firstChild(child), child); });
     }
-    HRESULT hasChildNodes(VARIANT_BOOL* answer) override {
-        return guard("IXMLDOMNode::hasChildNodes", [&] { return node()->hasChildNodes(answer); });
-    }
+    PASS(IXMLDOMNode, hasChildNodes, (VARIANT_BOOL * answer), answer)
     HRESULT get_childNodes(IXMLDOMNodeList** children) override {
         return guard("IXMLDOMNode::get_childNodes", [&] {
             const HRESULT status = node()->get_childNodes(children);
@@ -89,23 +75,14 @@ public:
 class ElementFront final : public NodeFront<IXMLDOMElement> {
 public:
     using NodeFront::NodeFront;
-    HRESULT getAttribute(BSTR name, VARIANT* value) override {
-        return guard("IXMLDOMElement::getAttribute",
-                     [&] { return inner<IXMLDOMElement>()->getAttribute(name, value); });
-    }
+    PASS(IXMLDOMElement, getAttribute, (BSTR name, VARIANT* value), name, value)
 };
 
 class DocumentFront final : public NodeFront<IXMLDOMDocument> {
 public:
     using NodeFront::NodeFront;
-    HRESULT put_async(VARIANT_BOOL async) override {
-        return guard("IXMLDOMDocument::put_async",
-                     [&] { return inner<IXMLDOMDocument>()->put_async(async); });
-    }
-    HRESULT loadXML(BSTR text, VARIANT_BOOL* success) override {
-        return guard("IXMLDOMDocument::loadXML",
-                     [&] { return inner<IXMLDOMDocument>()->loadXML(text, success); });
-    }
+    PASS(IXMLDOMDocument, put_async, (VARIANT_BOOL async), async)
+    PASS(IXMLDOMDocument, loadXML, (BSTR text, VARIANT_BOOL* success), text, success)
     HRESULT get_documentElement(IXMLDOMElement** element) override {
         return guard("IXMLDOMDocument::get_documentElement", [&] {
             const HRESULT status = inner<IXMLDOMDocument>()->get_documentElement(element);

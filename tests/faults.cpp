@@ -10,10 +10,7 @@ namespace {
 class AttributeFront final : public Front<IISPropertyAttribute> {
 public:
     using Front::Front;
-    HRESULT get_Isinherited(VARIANT_BOOL* inherited) override {
-        return guard("IISPropertyAttribute::get_Isinherited",
-                     [&] { return inner<IISPropertyAttribute>()->get_Isinherited(inherited); });
-    }
+    PASS(IISPropertyAttribute, get_Isinherited, (VARIANT_BOOL * inherited), inherited)
 };
 
 class ClassFront final : public Front<IADsClass> {
@@ -28,72 +25,32 @@ public:
     HRESULT Get(BSTR, VARIANT*) override { return E_NOTIMPL; }
     HRESULT Put(BSTR, const VARIANT&) override { return E_NOTIMPL; }
     HRESULT GetEx(BSTR, VARIANT*) override { return E_NOTIMPL; }
-    HRESULT get_MandatoryProperties(VARIANT* names) override {
-        return guard("IADsClass::get_MandatoryProperties",
-                     [&] { return inner<IADsClass>()->get_MandatoryProperties(names); });
-    }
-    HRESULT get_OptionalProperties(VARIANT* names) override {
-        return guard("IADsClass::get_OptionalProperties",
-                     [&] { return inner<IADsClass>()->get_OptionalProperties(names); });
-    }
+    PASS(IADsClass, get_MandatoryProperties, (VARIANT * names), names)
+    PASS(IADsClass, get_OptionalProperties, (VARIANT * names), names)
 };
 
 class MimeTypeFront final : public Front<IISMimeType> {
 public:
     using Front::Front;
-    HRESULT get_MimeType(BSTR* out) override {
-        return guard("IISMimeType::get_MimeType", [&] { return inner<IISMimeType>()->get_MimeType(out); });
-    }
-    HRESULT put_MimeType(BSTR text) override {
-        return guard("IISMimeType::put_MimeType", [&] { return inner<IISMimeType>()->put_MimeType(text); });
-    }
-    HRESULT get_Extension(BSTR* out) override {
-        return guard("IISMimeType::get_Extension", [&] { return inner<IISMimeType>()->get_Extension(out); });
-    }
-    HRESULT put_Extension(BSTR text) override {
-        return guard("IISMimeType::put_Extension", [&] { return inner<IISMimeType>()->put_Extension(text); });
-    }
+    PASS(IISMimeType, get_MimeType, (BSTR * out), out)
+    PASS(IISMimeType, put_MimeType, (BSTR text), text)
+    PASS(IISMimeType, get_Extension, (BSTR * out), out)
+    PASS(IISMimeType, put_Extension, (BSTR text), text)
 };
 
 class IpSecurityFront final : public Front<IISIPSecurity> {
 public:
     using Front::Front;
-    HRESULT get_GrantByDefault(VARIANT_BOOL* grant) override {
-        return guard("IISIPSecurity::get_GrantByDefault",
-                     [&] { return inner<IISIPSecurity>()->get_GrantByDefault(grant); });
-    }
-    HRESULT put_GrantByDefault(VARIANT_BOOL grant) override {
-        return guard("IISIPSecurity::put_GrantByDefault",
-                     [&] { return inner<IISIPSecurity>()->put_GrantByDefault(grant); });
-    }
-    HRESULT get_IPGrant(VARIANT* list) override {
-        return guard("IISIPSecurity::get_IPGrant", [&] { return inner<IISIPSecurity>()->get_IPGrant(list); });
-    }
-    HRESULT put_IPGrant(const VARIANT& list) override {
-        return guard("IISIPSecurity::put_IPGrant", [&] { return inner<IISIPSecurity>()->put_IPGrant(list); });
-    }
-    HRESULT get_IPDeny(VARIANT* list) override {
-        return guard("IISIPSecurity::get_IPDeny", [&] { return inner<IISIPSecurity>()->get_IPDeny(list); });
-    }
-    HRESULT put_IPDeny(const VARIANT& list) override {
-        return guard("IISIPSecurity::put_IPDeny", [&] { return inner<IISIPSecurity>()->put_IPDeny(list); });
-    }
-    HRESULT get_DomainGrant(VARIANT* list) override {
-        return guard("IISIPSecurity::get_DomainGrant",
-                     [&] { return inner<IISIPSecurity>()->get_DomainGrant(list); });
-    }
-    HRESULT put_DomainGrant(const VARIANT& list) override {
-        return guard("IISIPSecurity::put_DomainGrant",
-                     [&] { return inner<IISIPSecurity>()->put_DomainGrant(list); });
-    }
-    HRESULT get_DomainDeny(VARIANT* list) override {
-        return guard("IISIPSecurity::get_DomainDeny",
-                     [&] { return inner<IISIPSecurity>()->get_DomainDeny(list); });
-    }
-    HRESULT put_DomainDeny(const VARIANT& list) override {
-        return guard("IISIPSecurity::put_DomainDeny",
-                     [&] { return inner<IISIPSecurity>()->put_DomainDeny(list); });
-    }
+    PASS(IISIPSecurity, get_GrantByDefault, (VARIANT_BOOL * grant), grant)
+    PASS(IISIPSecurity, put_GrantByDefault, (VARIANT_BOOL grant), grant)
+    PASS(IISIPSecurity, get_IPGrant, (VARIANT * list), list)
+    PASS(IISIPSecurity, put_IPGrant, (const VARIANT& list), list)
+    PASS(IISIPSecurity, get_IPDeny, (VARIANT * list), list)
+    PASS(IISIPSecurity, put_IPDeny, (const VARIANT& list), list)
+    PASS(IISIPSecurity, get_DomainGrant, (VARIANT * list), list)
+    PASS(IISIPSecurity, put_DomainGrant, (const VARIANT& list), list)
+    PASS(IISIPSecurity, get_DomainDeny, (VARIANT * list), list)
+    PASS(IISIPSecurity, put_DomainDeny, (const VARIANT& list), list)
 };
 
 /// Puts a front before an object that is a property's value, if it is of a known kind.
@@ -141,35 +98,19 @@ private:
 class ObjectFront final : public Front<IADs, IADsContainer, IADsDeleteOps, IISBaseObject> {
 public:
     using Front::Front;
-    HRESULT GetIDsOfNames(const IID& reserved, const OLECHAR* const* names, UINT count, LCID locale,
-                          DISPID* ids) override {
-        return guard("IDispatch::GetIDsOfNames",
-                     [&] { return inner<IDispatch>()->GetIDsOfNames(reserved, names, count, locale, ids); });
-    }
-    HRESULT get_Name(BSTR* out) override {
-        return guard("IADs::get_Name", [&] { return inner<IADs>()->get_Name(out); });
-    }
-    HRESULT get_Class(BSTR* out) override {
-        return guard("IADs::get_Class", [&] { return inner<IADs>()->get_Class(out); });
-    }
-    HRESULT get_ADsPath(BSTR* out) override {
-        return guard("IADs::get_ADsPath", [&] { return inner<IADs>()->get_ADsPath(out); });
-    }
-    HRESULT get_Parent(BSTR* out) override {
-        return guard("IADs::get_Parent", [&] { return inner<IADs>()->get_Parent(out); });
-    }
-    HRESULT get_Schema(BSTR* out) override {
-        return guard("IADs::get_Schema", [&] { return inner<IADs>()->get_Schema(out); });
-    }
-    HRESULT SetInfo() override {
-        return guard("IADs::SetInfo", [&] { return inner<IADs>()->SetInfo(); });
-    }
+    PASS(IDispatch, GetIDsOfNames,
+         (const IID& reserved, const OLECHAR* const* names, UINT count, LCID locale, DISPID* ids), reserved,
+         names, count, locale, ids)
+    PASS(IADs, get_Name, (BSTR * out), out)
+    PASS(IADs, get_Class, (BSTR * out), out)
+    PASS(IADs, get_ADsPath, (BSTR * out), out)
+    PASS(IADs, get_Parent, (BSTR * out), out)
+    PASS(IADs, get_Schema, (BSTR * out), out)
+    PASS(IADs, SetInfo, ())
     HRESULT Get(BSTR name, VARIANT* value) override {
         return guard("IADs::Get", [&] { return changed(name, value, inner<IADs>()->Get(name, value)); });
     }
-    HRESULT Put(BSTR name, const VARIANT& value) override {
-        return guard("IADs::Put", [&] { return inner<IADs>()->Put(name, value); });
-    }
+    PASS(IADs, Put, (BSTR name, const VARIANT& value), name, value)
     HRESULT GetEx(BSTR name, VARIANT* value) override {
         return guard("IADs::GetEx", [&] { return changed(name, value, inner<IADs>()->GetEx(name, value)); });
     }
@@ -187,14 +128,8 @@ public:
             return status;
         });
     }
-    HRESULT Delete(BSTR className, BSTR name) override {
-        return guard("IADsContainer::Delete",
-                     [&] { return inner<IADsContainer>()->Delete(className, name); });
-    }
-    HRESULT DeleteObject(LONG flags) override {
-        return guard("IADsDeleteOps::DeleteObject",
-                     [&] { return inner<IADsDeleteOps>()->DeleteObject(flags); });
-    }
+    PASS(IADsContainer, Delete, (BSTR className, BSTR name), className, name)
+    PASS(IADsDeleteOps, DeleteObject, (LONG flags), flags)
     HRESULT GetPropertyAttribObj(BSTR name, IDispatch** out) override {
         return guard("IISBaseObject::GetPropertyAttribObj", [&] {
             const HRESULT status = inner<IISBaseObject>()->GetPropertyAttribObj(name, out);

@@ -33,6 +33,12 @@ inline const Named interfaces[] = {{IADs::iid, "IADs"},
                                    {IISMimeType::iid, "IISMimeType"},
                                    {IXMLDOMElement::iid, "IXMLDOMElement"}};
 
+/// A method of a front that passes its call on.
+#define PASS(Interface, method, parameters, ...)                                                             \
+    HRESULT method parameters override {                                                                     \
+        return this->pass(#Interface "::" #method, &Interface::method __VA_OPT__(, ) __VA_ARGS__);           \
+    }
+
 /// An object in front of another one, whose queries can fail.
 template <class... Interfaces> class Front : public NamelessObject<Interfaces...> {
 public:
@@ -51,6 +57,11 @@ public:
     }
 
 protected:
+    /// Makes the call on the object behind, unless it is the one that fails.
+    template <class T, class... Parameters, class... Arguments>
+    HRESULT pass(const char* name, HRESULT (T::*call)(Parameters...), Arguments&&... arguments) {
+        return guard(name, [&] { return (inner<T>().get()->*call)(arguments...); });
+    }
     template <class T> ComPtr<T> inner() const {
         ComPtr<T> typed;
         query(*inner_, typed);

@@ -118,9 +118,12 @@ TEST(Metabase, readsBackWhatItWritesAndRefusesAllElse) {
     const std::pair<std::string, const char*> wrong[] = {
         {"", "line 1: the file ends ahead of its version line"},
         {"# x\n", "line 2: the file ends ahead of its version line"},
+        {"\xEF\xBB\xBFmetabase 1\n", "line 1: a byte order mark, which the file can't begin with"},
+        {schema + "class \"C\\u0000\" leaf deleteops () ()\n", "line 11: this can't be the name of a class"},
         {"metabase 2\n", "line 1: expected the version line \"metabase 1\""},
         {schema + "# late\n", "line 11: a comment can stand only at the head of the file"},
-        {schema + "thing\n", "line 11: expected a property, a class, above, an object, a value or a change"},
+        {schema + "thing\n",
+         "line 11: expected a property, a class, above, an object, a value behind a blank, or a change"},
         {schema + "property Title string single local \"\"\n", "line 11: a property that is defined already"},
         {schema + "property P text single local \"\"\n", "line 11: expected the type of a property"},
         {schema + "property P i4 two local 1\n", "line 11: expected single or list"},

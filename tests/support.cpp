@@ -64,9 +64,10 @@ void Folder::write(const std::string& name, const std::string& bytes) const {
 
 std::string Folder::read(const std::string& name) const { return readBytes(path(name)); }
 
-Outcome runProgram(const Folder& folder, std::vector<std::string> arguments) {
+Outcome runProgram(const Folder& folder, std::vector<std::string> arguments, const std::vector<int>& closed) {
     const std::vector<char*> pointers = pointersTo(arguments);
-    return runChild(folder, [&pointers] {
+    return runChild(folder, [&] {
+        for (const int descriptor : closed) ::close(descriptor);
         ::execv(SKEINKEEP_PROGRAM, pointers.data());
         return 98;
     });

@@ -28,8 +28,9 @@ struct Outcome {
     std::string err;
 };
 
-/// Runs the built program in a folder.
-Outcome runProgram(const Folder& folder, std::vector<std::string> arguments);
+/// Runs the built program in a folder, with some of its standard streams closed.
+Outcome runProgram(const Folder& folder, std::vector<std::string> arguments,
+                   const std::vector<int>& closed = {});
 
 /// Runs the entry point in a process of its own in a folder, after `prepare`, which may put other providers
 /// in place.

@@ -13,7 +13,9 @@ constexpr std::size_t headSize(UINT dimensions) {
     return (size + alignof(VARIANT) - 1) / alignof(VARIANT) * alignof(VARIANT);
 }
 
-constexpr std::uint64_t largestSize = std::numeric_limits<std::int32_t>::max();
+/// In bytes.
+constexpr std::uint64_t largestSize =
+    sizeof(VARIANT) * std::uint64_t{std::numeric_limits<std::int32_t>::max()};
 
 std::size_t elementCount(const SAFEARRAY& array) {
     std::size_t count = 1;
@@ -31,11 +33,10 @@ SAFEARRAY* SafeArrayCreate(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* 
     std::uint64_t dataSize = elementSize;
     for (UINT i = 0; i < dimensions; ++i) {
         const std::int64_t upper = std::int64_t{bounds[i].lLbound} + bounds[i].cElements - 1;
-        if (bounds[i].cElements > largestSize || upper < std::numeric_limits<LONG>::min() ||
-            upper >= std::numeric_limits<LONG>::max())
+        if (upper < std::numeric_limits<LONG>::min() || upper >= std::numeric_limits<LONG>::max())
             return nullptr;
+        if (bounds[i].cElements != 0 && dataSize > largestSize / bounds[i].cElements) return nullptr;
         dataSize *= bounds[i].cElements;
-        if (dataSize > largestSize * sizeof(VARIANT)) return nullptr;
     }
 
     auto* block = static_cast<char*>(::operator new(headSize(dimensions) + dataSize));
@@ -131,7 +132,7 @@ HRESULT SafeArrayAccessData(SAFEARRAY* array, void** data) {
 HRESULT SafeArrayUnaccessData(SAFEARRAY* array) { return array == nullptr ? E_INVALIDARG : S_OK; }
 
 SafeArray::SafeArray(std::size_t count) : array_(nullptr) {
-    if (count > largestSize) return;
+    if (count > std::numeric_limits<std::int32_t>::max()) return;
     const SAFEARRAYBOUND bound{static_cast<ULONG>(count), 0};
     array_ = SafeArrayCreate(VT_VARIANT, 1, &bound);
 }

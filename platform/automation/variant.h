@@ -44,6 +44,9 @@ constexpr VARTYPE VT_ARRAY = 0x2000;
 constexpr VARTYPE VT_BYREF = 0x4000;
 constexpr VARTYPE VT_RESERVED = 0x8000;
 
+/// The bits of a type that are no flags.
+constexpr VARTYPE VT_TYPEMASK = 0xFFF;
+
 struct SAFEARRAY;
 
 /// An amount of money, in ten-thousandths.

@@ -87,8 +87,10 @@ std::optional<bool> truthOf(const VARIANT& value) {
 
 HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, WORD flags, VARTYPE type) {
     if (flags != 0) return E_INVALIDARG;
-    if (!isType(source->vt) || !isType(type)) return DISP_E_BADVARTYPE;
+    if (!isType(source->vt)) return DISP_E_BADVARTYPE;
     if (source->vt == type) return VariantCopy(target, source);
+    if ((type & ~VT_TYPEMASK) == VT_ARRAY) return DISP_E_TYPEMISMATCH;
+    if (!isType(type)) return DISP_E_BADVARTYPE;
 
     Variant result;
     HRESULT status = DISP_E_TYPEMISMATCH;

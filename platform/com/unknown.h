@@ -146,7 +146,7 @@ protected:
     virtual bool offers(const IID&) const { return true; }
 
 private:
-    /// This object as Interface or one of the interfaces below it, or null if that isn't what is wanted.
+    /// This object as Interface, IDispatch or IUnknown, or null if none of them is wanted.
     template <class Interface> void* as(const IID& wanted) {
         auto* self = static_cast<Interface*>(this);
         if (wanted == Interface::iid) return self;

@@ -13,7 +13,8 @@
 
 namespace {
 
-HRESULT statusOf(int error) {
+/// What the system has to say, `usual` for what has no status of its own.
+HRESULT statusOf(int error, HRESULT usual) {
     switch (error) {
     case EACCES:
     case EPERM:
@@ -22,7 +23,7 @@ HRESULT statusOf(int error) {
     case EDQUOT: return STATUS_DISK_FULL;
     case EFBIG: return STATUS_FILE_TOO_LARGE;
     case ENOENT: return STATUS_FILE_NOT_FOUND;
-    default: return STATUS_WRITE_FAULT;
+    default: return usual;
     }
 }
 
@@ -92,8 +93,8 @@ HRESULT MetabaseFile::failed(HRESULT status, std::string_view what) const {
     return status;
 }
 
-HRESULT MetabaseFile::failedSystem(int error, std::string_view what) const {
-    return failed(statusOf(error), std::string(what) + ": " + std::strerror(error));
+HRESULT MetabaseFile::failedSystem(int error, std::string_view what, HRESULT usual) const {
+    return failed(statusOf(error, usual), std::string(what) + ": " + std::strerror(error));
 }
 
 HRESULT MetabaseFile::read(std::string_view& text) {
@@ -103,11 +104,12 @@ HRESULT MetabaseFile::read(std::string_view& text) {
                         "There is no " + std::string(path_) + " in the working directory.");
         return STATUS_FILE_NOT_FOUND;
     }
-    if (!file.isOpen()) return failedSystem(errno, "can't be opened");
+    if (!file.isOpen()) return failedSystem(errno, "can't be opened", STATUS_READ_FAULT);
 
-    // A writer may append meanwhile: what counts is a state that was the same before and after.
+    // A state that was the same before and after is the best. Where a writer never rests, one that only grew
+    // behind it is good to read, though no change can be made on the ground of it.
     constexpr int patience = 10;
-    for (int tries = 0; tries < patience; ++tries) {
+    for (int tries = 1; tries <= patience; ++tries) {
         struct stat info {};
         if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode))
             return failed(STATUS_READ_FAULT, "is no file");
@@ -115,10 +117,10 @@ HRESULT MetabaseFile::read(std::string_view& text) {
         const auto size = static_cast<std::size_t>(identity_.size);
         text_.reset(new char[size]);
         const ssize_t count = readAll(file.get(), text_.get(), size);
-        if (count < 0)
-            return failed(STATUS_READ_FAULT, std::string("can't be read: ") + std::strerror(errno));
+        if (count < 0) return failedSystem(errno, "can't be read", STATUS_READ_FAULT);
         Identity after;
-        if (std::cmp_equal(count, size) && Identity::of(file.get(), after) && after == identity_) {
+        if (!Identity::of(file.get(), after) || !std::cmp_equal(count, size)) continue;
+        if (after == identity_ || (tries == patience && after.size >= identity_.size)) {
             text = {text_.get(), size};
             size_ = size;
             return S_OK;
@@ -139,7 +141,8 @@ HRESULT MetabaseFile::lock() {
     Descriptor file(::open(path_, O_RDWR | O_APPEND | O_NONBLOCK | O_CLOEXEC));
     if (!file.isOpen()) return failedSystem(errno, "can't be opened for a change");
     if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
-        return failed(STATUS_LOCK_VIOLATION, "another process is changing it");
+        return errno == EWOULDBLOCK ? failed(STATUS_LOCK_VIOLATION, "another process is changing it")
+                                    : failedSystem(errno, "can't be locked");
     }
     locked_ = std::move(file);
     return S_OK;
@@ -178,7 +181,10 @@ HRESULT MetabaseFile::writeLine(std::string_view line) {
     }
     if (written) size_ += all.size();
     changed_ = changed_ || written;
-    Identity::of(locked_.get(), identity_);
+    // A size that isn't ours is someone else's doing: the state stays the old one, and no further change is
+    // made.
+    Identity now;
+    if (Identity::of(locked_.get(), now) && std::cmp_equal(now.size, size_)) identity_ = now;
     return written ? S_OK : failedSystem(error, "can't be written");
 }
 
@@ -208,6 +214,7 @@ bool MetabaseFile::fillReplacement(const Descriptor& made,
     struct stat old {};
     struct stat fresh {};
     good = good && ::fstat(locked_.get(), &old) == 0 && ::fstat(made.get(), &fresh) == 0;
+    good = good && old.st_nlink == 1; // A second name would keep the old file.
     const bool sameOwner = old.st_uid == fresh.st_uid && old.st_gid == fresh.st_gid;
     return good && (sameOwner || ::fchown(made.get(), old.st_uid, old.st_gid) == 0) &&
            ::fchmod(made.get(), old.st_mode & 07777) == 0 && ::fsync(made.get()) == 0;

@@ -52,7 +52,8 @@ public:
     bool isChanged() const { return changed_; }
 
     /// Replaces the file by what `write` puts, through a new file that is renamed into its place, with the
-    /// mode and the owner of the old one. Where any step fails, the old file stays as it was.
+    /// mode and the owner of the old one. Where any step fails, or the file has a second name, the old file
+    /// stays as it was.
     void replace(const std::function<void(const Put&)>& write);
 
 private:
@@ -73,7 +74,7 @@ private:
     HRESULT mend();
     HRESULT writeLine(std::string_view line);
     HRESULT failed(HRESULT status, std::string_view what) const;
-    HRESULT failedSystem(int error, std::string_view what) const;
+    HRESULT failedSystem(int error, std::string_view what, HRESULT usual = STATUS_WRITE_FAULT) const;
     bool fillReplacement(const Descriptor& made, const std::function<void(const Put&)>& write) const;
 
     const char* path_;

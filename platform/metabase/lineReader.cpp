@@ -123,11 +123,9 @@ bool LineReader::name(std::u16string_view& name) {
     passBlanks();
     if (at_ != end_ && *at_ == '"') return string(name);
     const std::string_view bare = word();
-    const auto isBare = [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-               c == '-' || c == '.';
-    };
-    if (bare.empty() || (bare[0] >= '0' && bare[0] <= '9') || !std::ranges::all_of(bare, isBare)) {
+    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
+    const auto isBare = [&](char c) { return isLetter(c) || (c >= '0' && c <= '9') || c == '-' || c == '.'; };
+    if (bare.empty() || !isLetter(bare[0]) || !std::ranges::all_of(bare, isBare)) {
         return fail("expected a name");
     }
     decoded_.assign(bare.begin(), bare.end());

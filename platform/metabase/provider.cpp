@@ -22,8 +22,8 @@ public:
     HRESULT get_ADsPath(BSTR* path) override {
         return give(u"IIS://localhost/schema/" + definition_.name, path);
     }
-    HRESULT get_Parent(BSTR* path) override { return give(u"IIS://localhost/schema", path); }
-    HRESULT get_Schema(BSTR* path) override { return give(u"", path); }
+    HRESULT get_Parent(BSTR* path) override { return nothing(path); }
+    HRESULT get_Schema(BSTR* path) override { return nothing(path); }
     HRESULT SetInfo() override { return E_NOTIMPL; }
     HRESULT Get(BSTR, VARIANT* value) override { return nothing(value); }
     HRESULT Put(BSTR, const VARIANT&) override { return E_NOTIMPL; }
@@ -36,6 +36,10 @@ private:
     static HRESULT give(std::u16string_view text, BSTR* out) {
         *out = Bstr(text).detach();
         return S_OK;
+    }
+    static HRESULT nothing(BSTR* text) {
+        *text = nullptr;
+        return E_NOTIMPL;
     }
     static HRESULT nothing(VARIANT* value) {
         VariantInit(value);

@@ -5,8 +5,6 @@
 
 namespace {
 
-constexpr std::string_view versionLine = "metabase 1";
-
 /// Reads the lines of a metabase file one after the other into a tree.
 class RecordReader {
 public:
@@ -74,7 +72,8 @@ bool RecordReader::record(std::string_view line) {
         } else if (kind == "above") {
             understood = above();
         } else {
-            return fail("expected a property, a class, above, an object, a value or a change");
+            return fail(
+                "expected a property, a class, above, an object, a value behind a blank, or a change");
         }
     }
     return understood && (line_.atEnd() || fail("more text than the line can have"));
@@ -82,8 +81,9 @@ bool RecordReader::record(std::string_view line) {
 
 bool RecordReader::headLine(std::string_view line) {
     if (line_.atEnd() || line.front() == '#') return true;
-    versionSeen_ = line == versionLine;
-    return versionSeen_ || fail("expected the version line \"" + std::string(versionLine) + "\"");
+    if (line.starts_with("\xEF\xBB\xBF")) return fail("a byte order mark, which the file can't begin with");
+    versionSeen_ = line_.word() == "metabase" && line_.word() == "1" && line_.atEnd();
+    return versionSeen_ || fail("expected the version line \"metabase 1\"");
 }
 
 bool RecordReader::oneOf(std::string_view yes, std::string_view no, bool& answer) {
@@ -137,7 +137,7 @@ bool RecordReader::classRecord() {
     ClassDefinition definition;
     std::u16string_view name;
     if (!line_.name(name)) return failLine();
-    if (name.empty()) return fail("a class without a name");
+    if (!isAddressable(name)) return fail("this can't be the name of a class");
     definition.name = name;
     if (!oneOf("container", "leaf", definition.container)) return false;
     if (!oneOf("deleteops", "nodeleteops", definition.deleteOps)) return false;

@@ -22,7 +22,8 @@ const StoredValue* ownValue(const Node& node, PropertyId property) {
     return found != node.values.end() && found->property == property ? &*found : nullptr;
 }
 
-/// Whether a name can stand in a path and come back from a file.
+} // namespace
+
 bool isAddressable(std::u16string_view name) {
     for (std::size_t i = 0; i < name.size(); ++i) {
         const char16_t unit = name[i];
@@ -35,8 +36,6 @@ bool isAddressable(std::u16string_view name) {
     }
     return !name.empty();
 }
-
-} // namespace
 
 std::optional<PropertyId> MetabaseTree::findProperty(std::u16string_view name) const {
     const auto found = propertyIds_.find(name);
@@ -144,7 +143,7 @@ void MetabaseTree::remove(Node& node) {
         gone->gone = true;
         left.insert(left.end(), gone->children.begin(), gone->children.end());
     }
-    std::erase(node.parent->children, &node);
+    node.parent->children.erase(placeOfChild(*node.parent, node.name));
 }
 
 bool MetabaseTree::setValue(Node& node, PropertyId property, std::string_view text) {

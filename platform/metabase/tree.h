@@ -56,6 +56,9 @@ struct Node {
     bool gone = false;
 };
 
+/// Whether a name can stand in a path and come back from a file.
+bool isAddressable(std::u16string_view name);
+
 /// What an object shows for a property.
 struct EffectiveValue {
     std::string_view text;

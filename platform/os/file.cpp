@@ -1,6 +1,7 @@
 #include "platform/os/file.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -24,15 +25,27 @@ int refuse(int descriptor, int reason) {
     return -1;
 }
 
+/// Removes the file that the path leads to, all links followed.
+void removeMade(const char* path) {
+    char* real = ::realpath(path, nullptr);
+    if (real != nullptr) ::unlink(real);
+    std::free(real);
+}
+
 /// The file is emptied only once it is known to be no file of the server's.
 int openForWriting(const char* path) {
+    struct stat held {};
+    const bool serverHasFile = heldPath != nullptr && ::stat(heldPath, &held) == 0;
     const int descriptor = ::open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
     if (descriptor < 0) return descriptor;
     struct stat opened {};
-    const bool held = isHeldOpen(descriptor);
+    if (isHeldOpen(descriptor)) {
+        if (!serverHasFile) removeMade(heldPath);
+        return refuse(descriptor, EBUSY);
+    }
     const bool regular = ::fstat(descriptor, &opened) == 0 && S_ISREG(opened.st_mode);
-    if (!held && (!regular || ::ftruncate(descriptor, 0) == 0)) return descriptor;
-    return refuse(descriptor, held ? EBUSY : errno);
+    if (!regular || ::ftruncate(descriptor, 0) == 0) return descriptor;
+    return refuse(descriptor, errno);
 }
 
 int openForReading(const char* path) {

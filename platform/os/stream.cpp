@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -59,7 +60,11 @@ OutStream& standardError() {
     return stream;
 }
 
-void ignoreWriteSignals() {
+void prepareStreams() {
+    for (int standard = STDIN_FILENO; standard <= STDERR_FILENO; ++standard) {
+        // The lowest free number is the one that is missing.
+        if (::fcntl(standard, F_GETFD) < 0) (void)::open("/dev/null", O_RDWR);
+    }
     (void)std::signal(SIGPIPE, SIG_IGN);
     (void)std::signal(SIGXFSZ, SIG_IGN);
 }

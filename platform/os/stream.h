@@ -57,6 +57,7 @@ private:
 OutStream& standardOutput();
 OutStream& standardError();
 
-/// From here on a write to a closed pipe, or beyond the limit of a file's size, is a failed write and doesn't
-/// end the process.
-void ignoreWriteSignals();
+/// Called ahead of everything else. A standard stream that is closed is opened on nothing, so that no file
+/// gets its number and what is printed with it. From here on a write to a closed pipe, or beyond the limit of
+/// a file's size, is a failed write and doesn't end the process.
+void prepareStreams();
