@@ -1,7 +1,7 @@
 // Writes a metabase of any size to standard output, the same for the same arguments:
 //
-//     makeMetabase wide [SITES [DIRECTORIES [SEED]]]    sites with virtual directories below each, 100 and 300
-//     makeMetabase flat [CHILDREN [SEED]]               many children below one object, 20000
+//     makeMetabase wide [SITES [DIRECTORIES [SEED]]]    sites with virtual directories below each, 100 and
+//     300 makeMetabase flat [CHILDREN [SEED]]               many children below one object, 20000
 //     makeMetabase deep [LEVELS [SEED]]                 a chain of objects, 200
 //     makeMetabase long [VALUES [SEED]]                 few objects with long lists, 10000 values each
 
@@ -35,9 +35,11 @@ struct Property {
 };
 
 std::vector<Property> makeProperties() {
-    constexpr const char* words[] = {"Access", "Server", "Default", "Script", "Cache", "Script", "Connection", "Log"};
+    constexpr const char* words[] = {"Access", "Server", "Default",    "Script",
+                                     "Cache",  "Script", "Connection", "Log"};
     constexpr const char* things[] = {"Flags", "Comment", "Bindings", "Timeout", "Path", "Header", "Enabled"};
-    constexpr Kind kinds[] = {Kind::string, Kind::number, Kind::string, Kind::boolean, Kind::string, Kind::number, Kind::list};
+    constexpr Kind kinds[] = {Kind::string, Kind::number, Kind::string, Kind::boolean,
+                              Kind::string, Kind::number, Kind::list};
     std::vector<Property> properties;
     for (int i = 0; i < propertyCount; ++i) {
         const std::string name = std::string(words[i % 8]) + things[i % 7] + std::to_string(i);
@@ -47,8 +49,9 @@ std::vector<Property> makeProperties() {
 }
 
 std::string text(Dice& dice) {
-    constexpr const char* pieces[] = {"C:\\inetpub\\wwwroot\\", "Default.asp", "example.com",  "Research & Development ",
-                                      "<none>",                 "GET,HEAD,POST", "\\\"quoted\\\" ", "192.0.2.17:80:"};
+    constexpr const char* pieces[] = {"C:\\inetpub\\wwwroot\\",  "Default.asp",   "example.com",
+                                      "Research & Development ", "<none>",        "GET,HEAD,POST",
+                                      "\\\"quoted\\\" ",         "192.0.2.17:80:"};
     std::string result = "\"";
     for (unsigned i = 0, count = 1 + dice.upTo(3); i < count; ++i) {
         for (const char* at = pieces[dice.upTo(8)]; *at != '\0'; ++at) {
@@ -81,7 +84,8 @@ public:
 
     void schema() {
         std::string names;
-        put("metabase 1\n\nproperty KeyType string single local \"\"\nproperty MimeMap mime list inheritable mime()\n"
+        put("metabase 1\n\nproperty KeyType string single local \"\"\nproperty MimeMap mime list inheritable "
+            "mime()\n"
             "property IPSecurity ipsec single inheritable " +
             rules() + "\n");
         for (const Property& property : properties_) {
@@ -97,11 +101,13 @@ public:
         object("localhost", "IIsComputer", true, 3);
         put("  MimeMap mime(");
         for (int i = 0; i < 300; ++i) {
-            put((i > 0 ? ", " : "") + ("\".x" + std::to_string(i)) + "\" \"application/x-type-" + std::to_string(i) + "\"");
+            put((i > 0 ? ", " : "") + ("\".x" + std::to_string(i)) + "\" \"application/x-type-" +
+                std::to_string(i) + "\"");
         }
         put(")\n");
     }
-    void object(const std::string& path, const std::string& className, bool all = false, unsigned listLength = 0) {
+    void object(const std::string& path, const std::string& className, bool all = false,
+                unsigned listLength = 0) {
         put("object \"" + path + "\" " + className + "\n  KeyType \"" + className + "\"\n");
         for (const Property& property : properties_) {
             if (property.inherited && !all) continue;
@@ -121,7 +127,8 @@ private:
     static void put(const std::string& piece) { std::fwrite(piece.data(), 1, piece.size(), stdout); }
     std::string rules() {
         const std::string address = "192.0.2." + std::to_string(dice_.upTo(256)) + ", 255.255.255.255";
-        return "ipsec(GrantByDefault true, IPGrant [], IPDeny [\"" + address + "\", \"198.51.100.0, 255.255.255.0\"], "
+        return "ipsec(GrantByDefault true, IPGrant [], IPDeny [\"" + address +
+               "\", \"198.51.100.0, 255.255.255.0\"], "
                "DomainGrant [], DomainDeny [\"example.org\"])";
     }
 
@@ -143,11 +150,13 @@ int main(int argc, char** argv) {
         for (unsigned i = 0; i < number(2, 100); ++i) {
             const std::string site = top + std::to_string(i + 1);
             metabase.site(site);
-            for (unsigned j = 0; j < number(3, 300); ++j) metabase.directory(site + "/directory" + std::to_string(j));
+            for (unsigned j = 0; j < number(3, 300); ++j)
+                metabase.directory(site + "/directory" + std::to_string(j));
         }
     } else if (shape == "flat") {
         metabase.schema();
-        for (unsigned i = 0; i < number(2, 20000); ++i) metabase.directory(top + "directory" + std::to_string(i));
+        for (unsigned i = 0; i < number(2, 20000); ++i)
+            metabase.directory(top + "directory" + std::to_string(i));
     } else if (shape == "deep") {
         metabase.schema();
         std::string path = "localhost";
