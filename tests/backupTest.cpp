@@ -11,73 +11,8 @@
 
 namespace {
 
-const std::string exampleMetabase = R"(metabase 1
-property KeyType string single local ""
-property ExampleNumber i4 single inheritable 0
-property ExampleFlag bool single local false
-property ExampleEmpty string single local ""
-property ExampleList string list inheritable []
-property ExampleNoValues string list local []
-property ExampleObject opaque single local opaque("x")
-property AdminACL opaque single local opaque("acl")
-property MimeMap mime list local mime()
-property IPSecurity ipsec single inheritable ipsec(GrantByDefault false, IPGrant [], IPDeny [], DomainGrant [], DomainDeny [])
-class IIsComputer container nodeleteops (KeyType) (ExampleNumber, ExampleFlag, ExampleEmpty, ExampleList, ExampleNoValues, ExampleObject, AdminACL)
-class IIsMimeMap leaf nodeleteops () (MimeMap, IPSecurity)
-above
-  ExampleNumber 120
-  ExampleList ["one & two", 3]
-object "localhost" IIsComputer
-  KeyType "IIsComputer"
-  IPSecurity ipsec(GrantByDefault true, IPGrant [], IPDeny ["first entry"], DomainGrant ["first entry", "second entry"], DomainDeny [])
-object "localhost/MimeMap" IIsMimeMap
-  MimeMap mime(".txt" "text/plain", ".htm" "text/html")
-)";
-
-const std::string exampleBackup = R"(<?xml version="1.0" ?>
-<metabase version="1.0.0">
-  <obj name="localhost" class="IIsComputer" path="IIS://localhost">
-    <props>
-      <prop name="KeyType" type="8">IIsComputer</prop>
-      <prop name="ExampleNumber" type="3" inherited="true">120</prop>
-      <prop name="ExampleFlag" type="11">false</prop>
-      <prop name="ExampleEmpty" type="8"></prop>
-      <proplist name="ExampleList" inherited="true">
-        <prop type="8">one &amp; two</prop>
-        <prop type="3">3</prop>
-      </proplist>
-      <proplist name="ExampleNoValues">
-      </proplist>
-      <prop name="ExampleObject" type="9">&lt;unsupported/&gt;</prop>
-      <prop name="AdminACL" type="9"><unsupported/></prop>
-    </props>
-    <children>
-      <obj name="MimeMap" class="IIsMimeMap" path="IIS://localhost/MimeMap">
-        <props>
-          <prop name="MimeMap">
-            <mimetype extension=".txt" type="text/plain"/>
-            <mimetype extension=".htm" type="text/html"/>
-          </prop>
-          <prop name="IPSecurity" inherited="true">
-            <prop name="GrantByDefault" type="11">true</prop>
-            <proplist name="IPGrant">
-            </proplist>
-            <prop name="IPDeny" type="8">first entry</prop>
-            <proplist name="DomainGrant">
-              <prop type="8">first entry</prop>
-              <prop type="8">second entry</prop>
-            </proplist>
-            <proplist name="DomainDeny">
-            </proplist>
-          </prop>
-        </props>
-        <children>
-        </children>
-      </obj>
-    </children>
-  </obj>
-</metabase>
-)";
+const std::string exampleMetabase = testData("example-metabase.txt");
+const std::string exampleBackup = testData("example-backup.xml");
 
 /// A metabase of one object with one property X of the given value.
 std::string oneValue(const std::string& value) {

@@ -35,27 +35,9 @@ public:
                      [&] { return fronted(node()->get_firstChild(child), child); });
     }
     PASS(IXMLDOMNode, hasChildNodes, (VARIANT_BOOL * answer), answer)
-    HRESULT get_childNodes(IXMLDOMNodeList** children) override {
-        return guard("IXMLDOMNode::get_childNodes", [&] {
-            const HRESULT status = node()->get_childNodes(children);
-            replaceBy<ListFront>(children);
-            return status;
-        });
-    }
-    HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) override {
-        return guard("IXMLDOMNode::get_attributes", [&] {
-            const HRESULT status = node()->get_attributes(attributes);
-            replaceBy<MapFront>(attributes);
-            return status;
-        });
-    }
-    HRESULT selectNodes(BSTR query, IXMLDOMNodeList** nodes) override {
-        return guard("IXMLDOMNode::selectNodes", [&] {
-            const HRESULT status = node()->selectNodes(query, nodes);
-            replaceBy<ListFront>(nodes);
-            return status;
-        });
-    }
+    PASS_FRONTED(IXMLDOMNode, get_childNodes, ListFront, (IXMLDOMNodeList * *children), children)
+    PASS_FRONTED(IXMLDOMNode, get_attributes, MapFront, (IXMLDOMNamedNodeMap * *attributes), attributes)
+    PASS_FRONTED(IXMLDOMNode, selectNodes, ListFront, (BSTR query, IXMLDOMNodeList** nodes), nodes, query)
     HRESULT selectSingleNode(BSTR query, IXMLDOMNode** found) override {
         return guard("IXMLDOMNode::selectSingleNode",
                      [&] { return fronted(node()->selectSingleNode(query, found), found); });
@@ -83,13 +65,7 @@ public:
     using NodeFront::NodeFront;
     PASS(IXMLDOMDocument, put_async, (VARIANT_BOOL async), async)
     PASS(IXMLDOMDocument, loadXML, (BSTR text, VARIANT_BOOL* success), text, success)
-    HRESULT get_documentElement(IXMLDOMElement** element) override {
-        return guard("IXMLDOMDocument::get_documentElement", [&] {
-            const HRESULT status = inner<IXMLDOMDocument>()->get_documentElement(element);
-            replaceBy<ElementFront>(element);
-            return status;
-        });
-    }
+    PASS_FRONTED(IXMLDOMDocument, get_documentElement, ElementFront, (IXMLDOMElement * *element), element)
 };
 
 /// Puts a front of the right kind before a node that a call gave.

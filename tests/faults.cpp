@@ -130,13 +130,7 @@ public:
     }
     PASS(IADsContainer, Delete, (BSTR className, BSTR name), className, name)
     PASS(IADsDeleteOps, DeleteObject, (LONG flags), flags)
-    HRESULT GetPropertyAttribObj(BSTR name, IDispatch** out) override {
-        return guard("IISBaseObject::GetPropertyAttribObj", [&] {
-            const HRESULT status = inner<IISBaseObject>()->GetPropertyAttribObj(name, out);
-            replaceBy<AttributeFront>(out);
-            return status;
-        });
-    }
+    PASS_FRONTED(IISBaseObject, GetPropertyAttribObj, AttributeFront, (BSTR name, IDispatch** out), out, name)
 
     /// Puts a front before an object of the tree.
     static void wrap(IDispatch** object) {

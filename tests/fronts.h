@@ -33,10 +33,28 @@ inline const Named interfaces[] = {{IADs::iid, "IADs"},
                                    {IISMimeType::iid, "IISMimeType"},
                                    {IXMLDOMElement::iid, "IXMLDOMElement"}};
 
+/// Puts a front before the object that a call gave.
+template <class Made, class T> void replaceBy(T** object) {
+    if (*object == nullptr) return;
+    const auto inner = ComPtr<T>::adopt(*object);
+    *object = makeObject<Made>(*inner).detach();
+}
+
 /// A method of a front that passes its call on.
 #define PASS(Interface, method, parameters, ...)                                                             \
     HRESULT method parameters override {                                                                     \
         return this->pass(#Interface "::" #method, &Interface::method __VA_OPT__(, ) __VA_ARGS__);           \
+    }
+
+/// The same for a call that gives an object, which gets a front of its own.
+#define PASS_FRONTED(Interface, method, Made, parameters, given, ...)                                        \
+    HRESULT method parameters override {                                                                     \
+        return guard(#Interface "::" #method, [&] {                                                          \
+            const HRESULT status =                                                                           \
+                this->template inner<Interface>()->method(__VA_ARGS__ __VA_OPT__(, ) given);                 \
+            replaceBy<Made>(given);                                                                          \
+            return status;                                                                                   \
+        });                                                                                                  \
     }
 
 /// An object in front of another one, whose queries can fail.
@@ -71,10 +89,3 @@ protected:
 private:
     ComPtr<IUnknown> inner_;
 };
-
-/// Puts a front before the object that a call gave.
-template <class Made, class T> void replaceBy(T** object) {
-    if (*object == nullptr) return;
-    const auto inner = ComPtr<T>::adopt(*object);
-    *object = makeObject<Made>(*inner).detach();
-}

@@ -19,17 +19,7 @@
 
 namespace {
 
-const std::string schema = R"(metabase 1
-property KeyType string single local ""
-property Title string single inheritable "none"
-property Ports i4 list local []
-property Note opaque single local opaque("n")
-property MimeMap mime list inheritable mime()
-property IPSecurity ipsec single inheritable ipsec(GrantByDefault true, IPGrant [], IPDeny [], DomainGrant [], DomainDeny [])
-class Box container nodeleteops (KeyType) (Title, Ports, Note, MimeMap, IPSecurity)
-class Bin container deleteops () (Title)
-class Leaf leaf nodeleteops () (Ports)
-)";
+const std::string schema = testData("boxes-schema.txt");
 const std::string tree = schema + R"(object "localhost" Box
 object "localhost/b" Bin
 object "localhost/b/c" Box

@@ -4,31 +4,7 @@
 
 namespace {
 
-const std::string schema = R"(metabase 1
-
-property KeyType string single local ""
-property Title string single inheritable "none"
-property Ports i4 list local []
-property ServerState i4 single local 1
-property AdminACL opaque single local opaque("acl")
-property RelayIpList opaque single local opaque("list")
-property MimeMap mime list local mime()
-property IPSecurity ipsec single local ipsec(GrantByDefault true, IPGrant [], IPDeny ["1", "2"], DomainGrant [], DomainDeny [])
-
-class IIsComputer container nodeleteops () ()
-class IIsWebService container nodeleteops () ()
-class IIsWebDirectory container nodeleteops () ()
-class IIsWebVirtualDir container deleteops () ()
-class IIsWebFile leaf nodeleteops () ()
-class IIsFilters container nodeleteops () ()
-class IIsMimeMap leaf nodeleteops () ()
-class IIsCertMapper leaf nodeleteops () ()
-class IISCustomLogModule leaf nodeleteops () ()
-class IIsCustomLogModule leaf nodeleteops () ()
-class Other leaf nodeleteops () ()
-class IIsWebServer container nodeleteops (KeyType) (Title, Ports, ServerState, AdminACL, RelayIpList, MimeMap, IPSecurity)
-
-)";
+const std::string schema = testData("server-schema.txt");
 
 } // namespace
 
@@ -72,15 +48,7 @@ std::string deleted(const std::string& name, const std::string& className) {
     return "DELETE OBJECT: IIS://localhost/" + name + " (class " + className + ")\n";
 }
 
-const std::string allProps = R"(<prop name="KeyType" type="8">other</prop>
-<prop name="Title" type="8">new</prop>
-<proplist name="Ports"><prop type="3">1</prop><prop type="8">two</prop></proplist>
-<prop name="ServerState" type="x">5</prop>
-<prop name="AdminACL" type="9"><unsupported/></prop>
-<prop name="RelayIpList" type="9"><unsupported/></prop>
-<prop name="MimeMap"><mimetype extension=".b" type="b"/><mimetype extension=".a" type="a"/></prop>
-<prop name="IPSecurity"><prop name="GrantByDefault" type="11">false</prop><prop name="IPGrant" type="8">9</prop>
-<proplist name="IPDeny"/><proplist name="DomainGrant"/><proplist name="DomainDeny"/></prop>)";
+const std::string allProps = testData("server-props.xml");
 
 const std::string allLines = "Setting IIS://localhost:Title property to new\n"
                              "Setting IIS://localhost:Ports property to SAFEARRAY: 2 elements: 1, two\n"

@@ -101,3 +101,5 @@ std::string folded(const std::string& text, const std::string& usual) {
 }
 
 std::string sampleMetabase() { return readBytes(SKEINKEEP_SAMPLES "/metabase.txt"); }
+
+std::string testData(const std::string& name) { return readBytes(SKEINKEEP_TEST_DATA "/" + name); }

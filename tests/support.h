@@ -40,5 +40,6 @@ Outcome runTool(
 /// The text with each "Error" line as the stem in braces, with the status ahead of it unless that is `usual`.
 std::string folded(const std::string& text, const std::string& usual = "80070005");
 
-/// The bytes of the sample metabase.
+/// The bytes of the sample metabase, and of a file in tests/data.
 std::string sampleMetabase();
+std::string testData(const std::string& name);

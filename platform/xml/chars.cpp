@@ -32,15 +32,15 @@ bool isXmlChar(char32_t character) {
            (character >= 0x10000 && character <= 0x10FFFF);
 }
 
-const char16_t* nameEnd(const char16_t* at) {
-    for (unsigned classes = nameStart;; classes = nameChar) {
-        for (; isAscii(*at, classes); classes = nameChar) ++at;
-        if (*at < 0x80) return at;
+bool isNameStart(char32_t character) {
+    return isIn(nameStartRanges, character);
+}
 
+const char16_t* nameCharsEnd(const char16_t* at) {
+    for (;;) {
+        while (isAscii(*at, nameChar)) ++at;
         const char32_t character = charAt(at);
-        const bool continues =
-            isIn(nameStartRanges, character) || (classes == nameChar && isIn(nameCharRanges, character));
-        if (!continues) return at;
+        if (character < 0x80 || (!isNameStart(character) && !isIn(nameCharRanges, character))) return at;
         at += unitsOf(character);
     }
 }

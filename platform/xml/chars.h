@@ -61,7 +61,16 @@ inline char32_t charAt(const char16_t* at) {
 
 inline int unitsOf(char32_t character) { return character < 0x10000 ? 1 : 2; }
 
+/// The place behind the characters of a name that stand at `at`.
+const char16_t* nameCharsEnd(const char16_t* at);
+bool isNameStart(char32_t character);
+
 /// The place behind the name that begins at `at`, or `at` itself where none does. The text must end in a 0.
-const char16_t* nameEnd(const char16_t* at);
+inline const char16_t* nameEnd(const char16_t* at) {
+    if (!isAscii(*at, nameStart) && !isNameStart(charAt(at))) return at;
+    const char16_t* end = at;
+    while (isAscii(*end, nameChar)) ++end;
+    return *end < 0x80 ? end : nameCharsEnd(end);
+}
 
 } // namespace xml

@@ -2,17 +2,17 @@
 
 namespace xml {
 
-NameTable::Number NameTable::enterSlowly(std::u16string_view name) {
+NameTable::Recent NameTable::enterSlowly(std::u16string_view name) {
     const auto [entry, isNew] =
         numbers_.try_emplace(std::u16string(name), static_cast<Number>(names_.size()));
     if (isNew) names_.emplace_back(entry->first);
-    return entry->second;
+    return {names_[entry->second], entry->second};
 }
 
 NameTable::Number NameTable::find(std::u16string_view name) const {
     if (name.empty()) return none;
-    const Number recent = recent_[slotOf(name)];
-    if (isNumber(recent, name)) return recent;
+    const Recent& recent = recent_[slotOf(name)];
+    if (std::ranges::equal(recent.name, name)) return recent.number;
     const auto entry = numbers_.find(name);
     return entry == numbers_.end() ? none : entry->second;
 }

@@ -19,8 +19,9 @@ public:
 
     /// The number of a name, a new one for a new name.
     Number enter(std::u16string_view name) {
-        Number& recent = recent_[slotOf(name)];
-        return isNumber(recent, name) ? recent : recent = enterSlowly(name);
+        Recent& recent = recent_[slotOf(name)];
+        if (!std::ranges::equal(recent.name, name)) recent = enterSlowly(name);
+        return recent.number;
     }
     /// The number of a name, none if the table lacks it.
     Number find(std::u16string_view name) const;
@@ -33,16 +34,14 @@ private:
             mixed = 31 * mixed + unit;
         return mixed % 256;
     }
-    bool isNumber(Number number, std::u16string_view name) const {
-        return number < names_.size() && std::ranges::equal(names_[number], name);
-    }
-    Number enterSlowly(std::u16string_view name);
+    struct Recent { std::u16string_view name; Number number = none; };
+    Recent enterSlowly(std::u16string_view name);
 
     // No choice of names makes an ordered map slow, as it does a hash table. The few names that stand
     // everywhere in a document are found without it.
     std::map<std::u16string, Number, std::less<>> numbers_;
     std::vector<std::u16string_view> names_;
-    std::array<Number, 256> recent_{};
+    std::array<Recent, 256> recent_;
 };
 
 } // namespace xml

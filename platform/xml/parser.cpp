@@ -335,7 +335,10 @@ template <CharClass plain> char16_t Parser::copy(char lineEnd) {
     const char16_t* at = at_;
     char* out = textEnd_;
     for (;;) {
-        for (; isAscii(*at, plain); ++at) *out++ = static_cast<char>(*at);
+        std::size_t count = 0;
+        for (; isAscii(at[count], plain); ++count) out[count] = static_cast<char>(at[count]);
+        at += count;
+        out += count;
         if (*at >= 0x80) {
             const char32_t character = charAt(at);
             if (!isXmlChar(character)) break;
