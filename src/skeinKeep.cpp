@@ -83,12 +83,6 @@ Mode parseCommandLine(int argc, char** argv) {
     return mode;
 }
 
-/// The file name of a source, without its folder and its extension.
-std::string_view stemOf(std::string_view path) {
-    path.remove_prefix(path.rfind('/') + 1);
-    return path.substr(0, path.rfind('.'));
-}
-
 /// Everything between the command line and the exit code.
 int runMode(Mode mode) {
     if (Status status = CoInitializeEx(nullptr, 0); status < 0) {
@@ -137,9 +131,4 @@ void reportHr(Status status, std::string_view sourceFile, std::uint32_t line) {
     } else {
         errPrintf("Error 0x%X at %s:%d\n", status, sourceFile, line);
     }
-}
-
-Status reported(Status status, SourcePlace place) {
-    reportHr(status, stemOf(place.file), place.line);
-    return status;
 }

@@ -59,14 +59,22 @@ void reportHr(Status status, std::string_view sourceFile, std::uint32_t line);
 
 /// A place in the sources: what std::source_location is, for the compilers whose library lacks it.
 struct SourcePlace {
-    const char* file;
+    std::string_view file;
     std::uint32_t line;
 
     static constexpr SourcePlace current(const char* file = __builtin_FILE(),
                                          std::uint32_t line = __builtin_LINE()) {
         return {file, line};
     }
+    /// The name of the file without its folder and its extension.
+    constexpr std::string_view stem() const {
+        const std::string_view name = file.substr(file.rfind('/') + 1);
+        return name.substr(0, name.rfind('.'));
+    }
 };
 
 /// Reports a failure at the caller's place and returns its status: `return reported(status);`
-Status reported(Status status, SourcePlace place = SourcePlace::current());
+inline Status reported(Status status, SourcePlace place = SourcePlace::current()) {
+    reportHr(status, place.stem(), place.line);
+    return status;
+}

@@ -3,9 +3,9 @@
 #include "platform/automation/safearray.h"
 #include "src/dispUtils.h"
 
+#include <array>
 #include <bit>
 #include <cmath>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
@@ -59,7 +59,8 @@ void expectSameThroughText(const VARIANT& value) {
     if (isNan(value)) {
         EXPECT_TRUE(isNan(back.get()));
     } else {
-        EXPECT_EQ(std::memcmp(&back.get(), &value, sizeof value), 0)
+        using Bits = std::array<std::uint64_t, 2>;
+        EXPECT_EQ(std::bit_cast<Bits>(back.get()), std::bit_cast<Bits>(value))
             << value.vt << " " << narrow(text->bstrVal);
     }
 }
@@ -87,13 +88,22 @@ TEST(Values, comeBackFromTheirTextToTheBit) {
         expectSameThroughText(ofType(VT_DATE, std::bit_cast<std::uint64_t>(date)));
         expectSameThroughText(ofType(VT_DATE, std::bit_cast<std::uint64_t>(date) + 1));
     }
-    constexpr double special[] = {
-        0.0, -0.0, INFINITY, -INFINITY, NAN, 5e-324, 1.7976931348623157e308, -657434.0, 2958465.0, 2958466.0};
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr double special[] = {0.0,
+                                  -0.0,
+                                  infinity,
+                                  -infinity,
+                                  std::numeric_limits<double>::quiet_NaN(),
+                                  5e-324,
+                                  1.7976931348623157e308,
+                                  -657434.0,
+                                  2958465.0,
+                                  2958466.0};
     for (const double number : special) {
         expectSameThroughText(ofType(VT_R8, std::bit_cast<std::uint64_t>(number)));
         expectSameThroughText(ofType(VT_DATE, std::bit_cast<std::uint64_t>(number)));
-        expectSameThroughText(ofType(VT_R4, std::bit_cast<std::uint32_t>(static_cast<float>(number))));
     }
+    for (const std::uint32_t bits : {0x7F800000U, 0xFF800000U}) expectSameThroughText(ofType(VT_R4, bits));
     for (const VARTYPE type : {VT_EMPTY, VT_NULL}) expectSameThroughText(ofType(type, 0));
     expectSameThroughText(Variant::ofBool(true).get());
     expectSameThroughText(Variant::ofBool(false).get());

@@ -371,21 +371,6 @@ TEST(Xml, selectsTheFirstChildByItsName) {
     EXPECT_EQ(rootOf(u"<a><b c='d'/></a>")->selectSingleNode(Bstr(u"./*[@name=\"d\"]"), node.out()), S_FALSE);
 }
 
-TEST(Xml, countsAListWithoutLosingThePlaceInIt) {
-    ComPtr<IXMLDOMNodeList> list;
-    ComPtr<IXMLDOMNode> node;
-    ASSERT_EQ(rootOf(u"<a>1<b/>2</a>")->get_childNodes(list.out()), S_OK);
-    Text names;
-    for (HRESULT status = S_OK; status == S_OK;) {
-        LONG length = 0;
-        EXPECT_EQ(list->get_length(&length), S_OK);
-        EXPECT_EQ(length, 3);
-        status = list->nextNode(node.out());
-        if (node) names += nameOf(*node);
-    }
-    EXPECT_EQ(names, u"#textb#text");
-}
-
 TEST(Xml, isANodeAsADocument) {
     const ComPtr<IXMLDOMDocument> document = newDocument();
     EXPECT_EQ(document->put_async(VARIANT_FALSE), S_OK);
