@@ -226,6 +226,7 @@ TEST(Values, compareByTheirOwnRules) {
         {list({u"a", u"b"}), list({u"a", u"b"}), 0},
         {list({u"a", u"b"}), list({u"b", u"a"}), 1},
         {list({u"a"}), list({u"a"}, 1), 1},
+        {list({u"a", u"b"}), list({u"b"}, 1), 1},
         {list({u"a"}), text(u"a"), 1}};
     for (const auto& [a, b, result] : cases) EXPECT_EQ(cmpVariants(a.get(), b.get()), result) << a.type();
 }
