@@ -219,6 +219,17 @@ TEST(Backup, passesOverWhatIsNoFailure) {
         EXPECT_EQ(run.exitCode, 0) << run.err;
         EXPECT_EQ(folder.read("f"), exampleBackup);
     }
+    // A null string isn't an empty one.
+    const Folder nullText;
+    nullText.write("metabase.txt", exampleMetabase);
+    runTool(nullText, {"-backup", "-file", "f"}, [] {
+        installFaults(reading(u"ExampleEmpty", [](VARIANT& value) {
+            VariantClear(&value);
+            value.vt = VT_BSTR;
+        }));
+    });
+    EXPECT_NE(nullText.read("f").find("name=\"ExampleEmpty\" type=\"8\">&lt;unsupported/&gt;<"),
+              std::string::npos);
     // A property whose inherited test fails counts as its own.
     for (const char* call : {"query IISBaseObject", "IISBaseObject::GetPropertyAttribObj",
                              "query IISPropertyAttribute", "IISPropertyAttribute::get_Isinherited"}) {

@@ -46,14 +46,15 @@ TEST(CommandLine, takesOptionsInAnyOrderAndOperandsAsTheyAre) {
         std::string file;
         bool complete;
     };
-    const Case cases[] = {{{"-backup", "-file", "f"}, "f", true},
-                          {{"-file", "f", "-backup"}, "f", true},
-                          {{"-file", "-n", "-backup"}, "-n", true},
-                          {{"-file", "g", "-backup", "-file", "f"}, "f", true},
-                          {{"-n", "-n", "-force", "-log", "l", "-backup", "-file", "f"}, "f", true},
-                          {{"-backup", "-file", "f", "-root", ""}, "f", true},
-                          {{"-backup", "-file", "f", "-root", "IIS://localhost/W3SVC/1"}, "f", false},
-                          {{"-backup", "-file", "f", "-noinherit"}, "f", false}};
+    const Case cases[] = {
+        {{"-backup", "-file", "f"}, "f", true},
+        {{"-file", "f", "-backup"}, "f", true},
+        {{"-file", "-n", "-backup"}, "-n", true},
+        {{"-file", "g", "-backup", "-file", "f"}, "f", true},
+        {{"-n", "-n", "-force", "-log", "l", "-backup", "-file", "f"}, "f", true},
+        {{"-backup", "-file", "f", "-root", ""}, "f", true},
+        {{"-backup", "-file", "f", "-root", "IIS://localhost/W3SVC/1"}, "f", false},
+        {{"-debug", "6", "-debug", "2", "-backup", "-noinherit", "-file", "f"}, "f", false}};
     for (const Case& test : cases) {
         const Folder folder;
         folder.write("metabase.txt", sampleMetabase());
@@ -85,20 +86,6 @@ TEST(CommandLine, readsNumbersAsAtoiDoesAndClampsThem) {
                                                            "5",
                                                            0}};
     for (const auto& [text, number] : cases) EXPECT_EQ(leadingNumber(std::string_view(text)), number) << text;
-}
-
-TEST(CommandLine, debugLevelGatesTheLogLines) {
-    const std::pair<std::vector<std::string>, bool> cases[] = {{{}, false},
-                                                               {{"-debug", "5"}, false},
-                                                               {{"-debug", "6"}, true},
-                                                               {{"-debug", "6", "-debug", "2"}, false}};
-    for (auto [line, logs] : cases) {
-        const Folder folder;
-        folder.write("metabase.txt", sampleMetabase());
-        line.insert(line.end(), {"-backup", "-noinherit", "-file", "f"});
-        const Outcome run = runProgram(folder, line);
-        EXPECT_EQ(run.err.find("Ignoring inherited property \"") != std::string::npos, logs);
-    }
 }
 
 TEST(CommandLine, failuresAreToldWithAndWithoutASystemText) {

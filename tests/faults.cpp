@@ -62,6 +62,8 @@ template <class Made, class Interface> void frontValue(VARIANT& value) {
                 .detach();
 }
 
+int enumerations = 0;
+
 class ObjectFront;
 
 class EnumeratorFront final : public ComObject<IEnumVARIANT> {
@@ -73,6 +75,7 @@ public:
         if (idle_++ < plan.idleAnswers) return S_OK;
         idle_ = 0;
         if (!started_) fetch(count);
+        if (!started_ && number_ == plan.poorEnumeration) fetch(count);
         started_ = true;
         const HRESULT status = ahead_.status;
         *elements = ahead_.element.detach();
@@ -93,6 +96,7 @@ private:
     Answer ahead_;
     bool started_ = false;
     int idle_ = 0;
+    int number_ = ++enumerations;
 };
 
 class ObjectFront final : public Front<IADs, IADsContainer, IADsDeleteOps, IISBaseObject> {

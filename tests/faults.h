@@ -16,6 +16,8 @@ struct Faults {
     /// Has the last child come together with S_FALSE, and an answer without a child this often ahead of each.
     bool lastWithEnd = false;
     int idleAnswers = 0;
+    /// Which enumeration, counted from 1, lacks the first child.
+    int poorEnumeration = 0;
     /// What a read of a property gives in place of its value; the value is given and can be changed.
     std::function<void(const std::u16string& property, VARIANT& value)> onRead;
 };

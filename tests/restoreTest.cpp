@@ -243,15 +243,14 @@ TEST(Restore, stopsAtTheFirstFailureAndTellsIt) {
 }
 
 TEST(Restore, refusesALiveTreeThatChangesUnderIt) {
-    Faults faults;
-    faults.lastWithEnd = true;
     const std::string before = live("IIsComputer A:IIsWebFile B:IIsWebFile");
-    EXPECT_EQ(restore(before, file(""), {}, faults).out,
-              deleted("A", "IIsWebFile") + deleted("B", "IIsWebFile"));
-    faults.lastWithEnd = false;
-    faults.idleAnswers = 1000;
-    EXPECT_EQ(folded(restore(before, file(""), {}, faults).out, "8000FFFF"),
-              "{restoreObj}{restore}{restore}");
+    for (const int enumeration : {1, 2}) {
+        Faults faults;
+        faults.poorEnumeration = enumeration;
+        const Restored run = restore(before, file(element("N", "IIsWebFile")), {}, faults);
+        EXPECT_EQ(folded(run.out, "8000FFFF"), "{restoreObj}{restore}{restore}");
+        EXPECT_EQ(run.metabase, before);
+    }
 }
 
 /// A backup without what a restore doesn't bring back: whether a value is inherited, and the flagged
