@@ -93,8 +93,8 @@ std::string folded(const std::string& text, const std::string& usual) {
         const std::string line = text.substr(error + begin.size(), end - error - begin.size());
         const std::string status = line.substr(0, line.find(' '));
         const std::size_t stem = line.rfind(" at ") + 4;
-        result +=
-            "{" + (status == usual ? "" : status + " ") + line.substr(stem, line.rfind(':') - stem) + "}";
+        result.append("{").append(status == usual ? "" : status + " ");
+        result.append(line, stem, line.rfind(':') - stem).append("}");
         at = end + 1;
     }
     return result + text.substr(at);
