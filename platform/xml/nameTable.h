@@ -28,17 +28,21 @@ public:
     std::u16string_view operator[](Number number) const { return names_[number]; }
 
 private:
+    struct Recent {
+        std::u16string_view name;
+        Number number = none;
+    };
+
     static std::size_t slotOf(std::u16string_view name) {
         std::size_t mixed = name.size();
         for (const char16_t unit : {name.front(), name[name.size() / 2], name.back()})
             mixed = 31 * mixed + unit;
         return mixed % 256;
     }
-    struct Recent { std::u16string_view name; Number number = none; };
     Recent enterSlowly(std::u16string_view name);
 
-    // No choice of names makes an ordered map slow, as it does a hash table. The few names that stand
-    // everywhere in a document are found without it.
+    // No choice of names makes an ordered map slow, as it does a hash table. The few names that come again
+    // and again are found ahead of it, among the recent ones.
     std::map<std::u16string, Number, std::less<>> numbers_;
     std::vector<std::u16string_view> names_;
     std::array<Recent, 256> recent_;

@@ -336,7 +336,7 @@ template <CharClass plain> char16_t Parser::copy(char lineEnd) {
     char* out = textEnd_;
     for (;;) {
         std::size_t count = 0;
-        for (; isAscii(at[count], plain); ++count) out[count] = static_cast<char>(at[count]);
+        for (; is(at[count], plain); ++count) out[count] = static_cast<char>(at[count]);
         at += count;
         out += count;
         if (*at >= 0x80) {
