@@ -260,6 +260,16 @@ TEST(RestoreProperties, onOneSideOnlyAreWarnedAbout) {
     EXPECT_EQ(leftOut.metabase.find("  Title \"none\""), std::string::npos);
 }
 
+TEST(RestoreProperties, ofANameThatTheClassListsTwiceArePairedOneByOne) {
+    const std::string before =
+        "metabase 1\n\nproperty X i4 single local 1\n\nclass IIsComputer container nodeleteops (X) "
+        "(X)\n\nobject \"localhost\" IIsComputer\n";
+    const std::string one = "<prop name=\"X\" type=\"3\">1</prop>";
+    EXPECT_EQ(restore(before, file("", one + one)).out, "");
+    EXPECT_EQ(restore(before, file("", one)).out,
+              "WARNING - property \"X\" is not in backup for object \"IIS://localhost\"\n");
+}
+
 TEST(RestoreProperties, thatCannotBeParsedEndTheRun) {
     const std::string top = "{restoreProp}{restoreProp}{restore}{restore}";
     const std::string rise = "{propInfo}{propInfo}{propDefault}" + top;

@@ -306,7 +306,10 @@ TEST(Restore, bringsAChangedServerBackWholly) {
     folder.write("metabase.txt", sample);
     EXPECT_EQ(runProgram(folder, {"-backup", "-file", "before"}).exitCode, 0);
     for (int round = 0; round < 20; ++round) {
-        folder.write("metabase.txt", changedAtRandom(sample, random));
+        const std::string changed = changedAtRandom(sample, random);
+        folder.write("metabase.txt", changed);
+        EXPECT_EQ(runProgram(folder, {"-restore", "-n", "-file", "before"}).exitCode, 0);
+        EXPECT_EQ(folder.read("metabase.txt"), changed);
         EXPECT_EQ(runProgram(folder, {"-restore", "-file", "before"}).exitCode, 0);
         EXPECT_EQ(runProgram(folder, {"-backup", "-file", "after"}).exitCode, 0);
         EXPECT_EQ(comparable(folder.read("after")), comparable(folder.read("before")));

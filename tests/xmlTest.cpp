@@ -338,34 +338,28 @@ TEST(Xml, selectsTheFirstChildByItsName) {
     const ComPtr<IXMLDOMElement> root = rootOf(
         u"<a name='top'>IPDeny<b Name='IPDeny'/><b x='IPDeny'><c name='IPDeny'/></b><c y='' name='IPDeny'/>"
         u"<d name='IPDeny'/><e name=''/><f name=\"'\u00E9\U0001F600]\"/></a>");
-    const struct {
-        View query;
-        HRESULT status;
-        View tag;
-    } cases[] = {{u"./*[@name=\"IPDeny\"]", S_OK, u"c"},
-                 {u"./*[@name=\"\"]", S_OK, u"e"},
-                 {u"./*[@name=\"'\u00E9\U0001F600]\"]", S_OK, u"f"},
-                 {u"./*[@name=\"'\u00E9\xD83D]\"]", S_FALSE, u""},
-                 {u"./*[@name=\"IPDen\"]", S_FALSE, u""},
-                 {u"./*[@name=\"IPDeny\0\"]"sv, S_FALSE, u""},
-                 {u"./*[@name=\"top\"]", S_FALSE, u""},
-                 {u"", E_INVALIDARG, u""},
-                 {u"*[@name=\"IPDeny\"]", E_INVALIDARG, u""},
-                 {u"./*[@name='IPDeny']", E_INVALIDARG, u""},
-                 {u"./*[@Name=\"IPDeny\"]", E_INVALIDARG, u""},
-                 {u"./*[@name=\"IP\"Deny\"]", E_INVALIDARG, u""},
-                 {u"./*[@name=\"]", E_INVALIDARG, u""},
-                 {u"./*[@name=\"IPDeny", E_INVALIDARG, u""},
-                 {u"./*[@name=\"IPDeny\"] ", E_INVALIDARG, u""},
-                 {u"c", E_INVALIDARG, u""}};
-    for (const auto& row : cases) {
+    const auto found = [](IXMLDOMElement& parent, View query) {
         ComPtr<IXMLDOMNode> node;
-        EXPECT_EQ(root->selectSingleNode(Bstr(row.query), node.out()), row.status)
-            << testing::PrintToString(row.query);
-        EXPECT_EQ(node ? nameOf(*node) : u"", row.tag) << testing::PrintToString(row.query);
+        const HRESULT status = parent.selectSingleNode(Bstr(query), node.out());
+        EXPECT_EQ(static_cast<bool>(node), status == S_OK);
+        return node                     ? nameOf(*node)
+               : status == S_FALSE      ? u"none"
+               : status == E_INVALIDARG ? u"invalid"
+                                        : u"failure";
+    };
+    EXPECT_EQ(found(*root, u"./*[@name=\"IPDeny\"]"), u"c");
+    EXPECT_EQ(found(*root, u"./*[@name=\"\"]"), u"e");
+    EXPECT_EQ(found(*root, u"./*[@name=\"'\u00E9\U0001F600]\"]"), u"f");
+    for (const View text : {u"'\u00E9\xD83D]"sv, u"IPDen"sv, u"IPDeny\0"sv, u"top"sv}) {
+        EXPECT_EQ(found(*root, u"./*[@name=\"" + Text(text) + u"\"]"), u"none")
+            << testing::PrintToString(text);
     }
-    ComPtr<IXMLDOMNode> node;
-    EXPECT_EQ(rootOf(u"<a><b c='d'/></a>")->selectSingleNode(Bstr(u"./*[@name=\"d\"]"), node.out()), S_FALSE);
+    EXPECT_EQ(found(*rootOf(u"<a><b c='d'/></a>"), u"./*[@name=\"d\"]"), u"none");
+    for (const View query : {u"", u"*[@name=\"IPDeny\"]", u"./*[@name='IPDeny']", u"./*[@Name=\"IPDeny\"]",
+                             u"./*[@name=\"IP\"Deny\"]", u"./*[@name=\"]", u"./*[@name=\"IPDeny",
+                             u"./*[@name=\"IPDeny\"] ", u"c"}) {
+        EXPECT_EQ(found(*root, query), u"invalid") << testing::PrintToString(query);
+    }
 }
 
 TEST(Xml, isANodeAsADocument) {
