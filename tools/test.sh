@@ -13,6 +13,7 @@ need cmake cmake --version
 need make make --version
 need libgtest-dev test -e /usr/include/gtest/gtest.h
 if $all; then
+    need git git --version
     need clang clang++ --version
     need clang-format clang-format --version
     need clang-tidy clang-tidy --version
