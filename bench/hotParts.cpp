@@ -43,7 +43,7 @@ OutStream& nowhere() {
 
 void printing(benchmark::State& state) {
     const Bstr name(u"ServerComment");
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         outPrintf(nowhere(), "%*s<%s name=\"%S\" type=\"%d\"%s>", 14, "", "prop", name, 8, "");
         outPrintf(nowhere(), "</%s>\n", "prop");
     }
@@ -52,7 +52,7 @@ BENCHMARK(printing);
 
 void escaping(benchmark::State& state, const std::u16string& units) {
     const Bstr text(units);
-    for (auto _ : state) printXmlEscaped(nowhere(), text);
+    for ([[maybe_unused]] auto _ : state) printXmlEscaped(nowhere(), text);
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(units.size()));
 }
 BENCHMARK_CAPTURE(escaping, plain, plainText);
@@ -60,7 +60,7 @@ BENCHMARK_CAPTURE(escaping, marked, markedText);
 
 void attributes(benchmark::State& state, const std::u16string& units) {
     const Bstr text(units);
-    for (auto _ : state) outPrintf(nowhere(), "%S", XmlAttributeText(text));
+    for ([[maybe_unused]] auto _ : state) outPrintf(nowhere(), "%S", XmlAttributeText(text));
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(units.size()));
 }
 BENCHMARK_CAPTURE(attributes, plain, plainText);
@@ -68,7 +68,7 @@ BENCHMARK_CAPTURE(attributes, marked, markedText);
 
 void dumping(benchmark::State& state) {
     const Variant value = listOf(static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         Variant copy;
         VariantCopy(copy.out(), &value.get());
         defaultPropDump(u"HttpErrors", copy.get(), nowhere(), 5, false);
@@ -79,12 +79,12 @@ BENCHMARK(dumping)->Arg(1)->Arg(3)->Arg(10000);
 void comparing(benchmark::State& state) {
     const Variant a = listOf(static_cast<std::size_t>(state.range(0)));
     const Variant b = listOf(static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state) benchmark::DoNotOptimize(cmpVariants(a.get(), b.get()));
+    for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(cmpVariants(a.get(), b.get()));
 }
 BENCHMARK(comparing)->Arg(1)->Arg(10000);
 
 void changingIntoText(benchmark::State& state, const VARIANT& value) {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         Variant text;
         benchmark::DoNotOptimize(VariantChangeType(text.out(), &value, 0, VT_BSTR));
     }
@@ -93,7 +93,7 @@ void changingIntoText(benchmark::State& state, const VARIANT& value) {
 void changingFromText(benchmark::State& state, const VARIANT& value) {
     Variant text;
     VariantChangeType(text.out(), &value, 0, VT_BSTR);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         Variant back;
         benchmark::DoNotOptimize(VariantChangeType(back.out(), &text.get(), 0, value.vt));
     }
@@ -122,7 +122,7 @@ std::u16string backupOf(std::int64_t count) {
 
 void parsing(benchmark::State& state) {
     const Bstr text(backupOf(state.range(0)));
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         void* made = nullptr;
         CoCreateInstance(CLSID_DOMDocument, nullptr, CLSCTX_ALL, IXMLDOMDocument::iid, &made);
         const auto document = ComPtr<IXMLDOMDocument>::adopt(static_cast<IXMLDOMDocument*>(made));
@@ -141,7 +141,7 @@ void findingNames(benchmark::State& state) {
     ComPtr<IADs> root;
     if (bindObject(u"IIS://localhost", root) < 0) return state.SkipWithError("there is no metabase");
     SchemaCache cache;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::span<const BSTR> names;
         benchmark::DoNotOptimize(getClassSchema(cache, *root, names));
     }

@@ -14,6 +14,7 @@ need make make --version
 need libgtest-dev test -e /usr/include/gtest/gtest.h
 if $all; then
     need git git --version
+    need libbenchmark-dev test -e /usr/include/benchmark/benchmark.h
     need clang clang++ --version
     need clang-format clang-format --version
     need clang-tidy clang-tidy --version
@@ -42,8 +43,8 @@ UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir build/sanitized -j "$jobs" --o
 
 $all || exit 0
 
-echo "== The other compiler"
-build build/clang -DCMAKE_CXX_COMPILER=clang++
+echo "== The other compiler, with the benchmarks"
+build build/clang -DCMAKE_CXX_COMPILER=clang++ -DSKEINKEEP_BENCH=ON
 
 sources=$(git ls-files 'src/*.cpp' 'platform/*.cpp' 'tests/*.cpp' 'bench/*.cpp')
 headers=$(git ls-files 'src/*.h' 'platform/*.h' 'tests/*.h' 'bench/*.h')

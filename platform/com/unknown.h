@@ -159,6 +159,14 @@ private:
     ULONG references_ = 1;
 };
 
+/// The same for an object that offers IDispatch and knows no names.
+template <class... Interfaces> class NamelessObject : public ComObject<Interfaces...> {
+public:
+    HRESULT GetIDsOfNames(const IID&, const OLECHAR* const*, UINT, LCID, DISPID*) override {
+        return DISP_E_UNKNOWNNAME;
+    }
+};
+
 /// Makes an object and hands out its first reference.
 template <class Object, class... Args> ComPtr<Object> makeObject(Args&&... args) {
     return ComPtr<Object>::adopt(new Object(std::forward<Args>(args)...));

@@ -4,14 +4,6 @@
 
 #include "platform/metabase/iis.h"
 
-/// What every object here answers: it knows no names.
-template <class... Interfaces> class NamelessObject : public ComObject<Interfaces...> {
-public:
-    HRESULT GetIDsOfNames(const IID&, const OLECHAR* const*, UINT, LCID, DISPID*) override {
-        return DISP_E_UNKNOWNNAME;
-    }
-};
-
 class MimeType final : public NamelessObject<IISMimeType> {
 public:
     MimeType() : MimeType(Bstr(u""), Bstr(u"")) {}

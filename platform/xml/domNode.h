@@ -15,16 +15,8 @@ public:
     const Tree tree;
 };
 
-/// What every object here answers: it knows no names.
-template <class Interface> class DomObject : public ComObject<Interface> {
-public:
-    HRESULT GetIDsOfNames(const IID&, const OLECHAR* const*, UINT, LCID, DISPID*) override {
-        return DISP_E_UNKNOWNNAME;
-    }
-};
-
 /// IXMLDOMNode for an object that stands for one node and offers Interface, which is derived from it.
-template <class Interface> class NodeObject : public DomObject<Interface> {
+template <class Interface> class NodeObject : public NamelessObject<Interface> {
 public:
     HRESULT QueryInterface(const IID& wanted, void** out) override;
     HRESULT get_nodeName(BSTR* name) override;
