@@ -255,14 +255,14 @@ TEST(Restore, refusesALiveTreeThatChangesUnderIt) {
 
 /// A backup without what a restore doesn't bring back: whether a value is inherited, and the flagged
 /// properties.
-std::string comparable(std::string backup) {
+std::string comparable(const std::string& backup) {
     std::istringstream lines(backup);
     std::string result;
     for (std::string line; std::getline(lines, line);) {
         const bool flagged = std::ranges::any_of(
             std::initializer_list<const char*>{"KeyType", "ServerState", "AdminACL", "RelayIpList"},
-            [&](const std::string name) {
-                return line.find("name=\"" + name + "\" type") != std::string::npos;
+            [&](const char* name) {
+                return line.find(std::string("name=\"") + name + "\" type") != std::string::npos;
             });
         if (const std::size_t at = line.find(" inherited=\"true\""); at != std::string::npos)
             line.erase(at, 17);
@@ -279,8 +279,8 @@ std::string changedAtRandom(const std::string& metabase, std::mt19937& random) {
     const std::string changes[] = {
         "+set \"localhost/W3SVC\" DefaultDoc \"" + std::to_string(random()) + "\"",
         "+set \"localhost/W3SVC/1\" ServerBindings [] MimeMap mime(\".x\" \"y\")",
-        "+set \"localhost/W3SVC/3\" IPSecurity ipsec(GrantByDefault false, IPGrant [\"1\"], IPDeny [], "
-        "DomainGrant [], DomainDeny [\"x\"])",
+        std::string("+set \"localhost/W3SVC/3\" IPSecurity ipsec(GrantByDefault false, IPGrant [\"1\"], ") +
+            "IPDeny [], DomainGrant [], DomainDeny [\"x\"])",
         "+set \"localhost/W3SVC/1/ROOT\" AccessFlags " + std::to_string(random() % 1000) + " Path \"<&>\"",
         "+set \"localhost/MSFTPSVC/1\" GreetingMessage [3, true, \"é€\"]",
         "+set \"localhost/MimeMap\" MimeMap mime()",
