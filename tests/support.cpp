@@ -7,8 +7,8 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <sstream>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,23 +21,6 @@ std::string readBytes(const std::string& path) {
     return in ? text.str() : "<none>";
 }
 
-/// Runs `body` in a child process with its streams in files, and gives what came of it.
-Outcome runChild(const Folder& folder, const std::function<int()>& body) {
-    const Folder streams;
-    const pid_t child = ::fork();
-    if (child == 0) {
-        const int flags = O_WRONLY | O_CREAT | O_TRUNC;
-        ::dup2(::open(streams.path("out").c_str(), flags, 0600), STDOUT_FILENO);
-        ::dup2(::open(streams.path("err").c_str(), flags, 0600), STDERR_FILENO);
-        if (::chdir(folder.path().c_str()) != 0) std::_Exit(99);
-        std::exit(body());
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), readBytes(streams.path("out")),
-            readBytes(streams.path("err"))};
-}
-
 /// The arguments as main gets them, behind the program's name.
 std::vector<char*> pointersTo(std::vector<std::string>& arguments) {
     arguments.insert(arguments.begin(), "skeinKeep");
@@ -46,6 +29,14 @@ std::vector<char*> pointersTo(std::vector<std::string>& arguments) {
     for (std::string& argument : arguments) pointers.push_back(argument.data());
     pointers.push_back(nullptr);
     return pointers;
+}
+
+int runPrepared(std::vector<char*> pointers, const std::function<void()>& prepare) {
+    static const bool installed = (installPlatform(), true);
+    (void)installed;
+    prepare();
+    runSettings = RunSettings{};
+    return skeinKeepMain(static_cast<int>(pointers.size()) - 1, pointers.data());
 }
 
 } // namespace
@@ -64,6 +55,23 @@ void Folder::write(const std::string& name, const std::string& bytes) const {
 
 std::string Folder::read(const std::string& name) const { return readBytes(path(name)); }
 
+Outcome runChild(const Folder& folder, const std::function<int()>& body) {
+    const Folder streams;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const int flags = O_WRONLY | O_CREAT | O_TRUNC;
+        ::dup2(::open(streams.path("out").c_str(), flags, 0600), STDOUT_FILENO);
+        ::dup2(::open(streams.path("err").c_str(), flags, 0600), STDERR_FILENO);
+        if (::chdir(folder.path().c_str()) != 0) std::_Exit(99);
+        std::exit(body());
+    }
+    int status = 0;
+    rusage used{};
+    ::wait4(child, &status, 0, &used);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), readBytes(streams.path("out")),
+            readBytes(streams.path("err")), static_cast<std::size_t>(used.ru_maxrss) * 1024};
+}
+
 Outcome runProgram(const Folder& folder, std::vector<std::string> arguments, const std::vector<int>& closed) {
     const std::vector<char*> pointers = pointersTo(arguments);
     return runChild(folder, [&] {
@@ -75,12 +83,12 @@ Outcome runProgram(const Folder& folder, std::vector<std::string> arguments, con
 
 Outcome runTool(const Folder& folder, std::vector<std::string> arguments,
                 const std::function<void()>& prepare) {
-    std::vector<char*> pointers = pointersTo(arguments);
-    return runChild(folder, [&] {
-        installPlatform();
-        prepare();
-        return skeinKeepMain(static_cast<int>(arguments.size()), pointers.data());
-    });
+    const std::vector<char*> pointers = pointersTo(arguments);
+    return runChild(folder, [&] { return runPrepared(pointers, prepare); });
+}
+
+int runHere(std::vector<std::string> arguments) {
+    return runPrepared(pointersTo(arguments), [] {});
 }
 
 std::string folded(const std::string& text, const std::string& usual) {

@@ -1,6 +1,7 @@
 // Folders, files and runs of the program, as a user has them.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -26,7 +27,12 @@ struct Outcome {
     int exitCode = 0;
     std::string out;
     std::string err;
+    /// The most memory that the process ever held.
+    std::size_t peakBytes = 0;
 };
+
+/// Runs `body` in a process of its own in a folder; what it returns is the exit code.
+Outcome runChild(const Folder& folder, const std::function<int()>& body);
 
 /// Runs the built program in a folder, with some of its standard streams closed.
 Outcome runProgram(const Folder& folder, std::vector<std::string> arguments,
@@ -36,6 +42,10 @@ Outcome runProgram(const Folder& folder, std::vector<std::string> arguments,
 /// in place.
 Outcome runTool(
     const Folder& folder, std::vector<std::string> arguments, const std::function<void()>& prepare = [] {});
+
+/// Runs the entry point in this process, on the settings and the platform that every run begins with, and
+/// gives the exit code.
+int runHere(std::vector<std::string> arguments);
 
 /// The text with each "Error" line as the stem in braces, with the status ahead of it unless that is `usual`.
 std::string folded(const std::string& text, const std::string& usual = "80070005");

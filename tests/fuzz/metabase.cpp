@@ -1,0 +1,37 @@
+// A metabase file is refused with a reason, or its canonical text reads back the same and a backup gets along
+// with it.
+
+#include "platform/metabase/records.h"
+#include "tests/fuzz/fuzz.h"
+
+namespace {
+
+/// The canonical text of a file, "" with a reason in `error` for one that is refused.
+std::string canonical(const std::string& text, std::string& error) {
+    MetabaseTree tree;
+    MetabaseText result;
+    if (!readMetabase(text, tree, result, error)) return "";
+    require(result.size <= text.size() && text.starts_with(result.head));
+    std::string written;
+    writeMetabase(tree, result.head, [&](std::string_view piece) { written += piece; });
+    return written;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const Folder& folder = workingFolder();
+    const std::string text = bytesOf(data, size);
+    std::string error;
+    const std::string once = canonical(text, error);
+    require(once.empty() == !error.empty());
+    if (once.empty()) return 0;
+    require(canonical(once, error) == once);
+    folder.write("metabase.txt", text);
+    const int ofText = runHere({"-backup", "-file", "first"});
+    require(ofText == 0 || ofText == 2);
+    folder.write("metabase.txt", once);
+    require(runHere({"-backup", "-file", "second"}) == ofText);
+    require(folder.read("first") == folder.read("second"));
+    return 0;
+}
