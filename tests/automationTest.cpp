@@ -3,12 +3,9 @@
 #include "platform/automation/safearray.h"
 #include "src/dispUtils.h"
 
-#include <array>
 #include <bit>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <limits>
-#include <random>
 
 namespace {
 
@@ -34,79 +31,6 @@ std::string textOf(const VARIANT& value) {
 HRESULT fromText(std::u16string_view text, VARTYPE type, Variant& value) {
     value = Variant::ofString(Bstr(text));
     return VariantChangeType(&value.get(), &value.get(), 0, type);
-}
-
-struct Width {
-    VARTYPE type;
-    unsigned bytes;
-};
-constexpr Width plainTypes[] = {{VT_I1, 1},    {VT_UI1, 1},     {VT_I2, 2},   {VT_UI2, 2},
-                                {VT_I4, 4},    {VT_UI4, 4},     {VT_INT, 4},  {VT_UINT, 4},
-                                {VT_ERROR, 4}, {VT_HRESULT, 4}, {VT_R4, 4},   {VT_I8, 8},
-                                {VT_UI8, 8},   {VT_CY, 8},      {VT_DATE, 8}, {VT_R8, 8}};
-
-bool isNan(const VARIANT& value) {
-    return (value.vt == VT_R4 && std::isnan(value.fltVal)) ||
-           ((value.vt == VT_R8 || value.vt == VT_DATE) && std::isnan(value.dblVal));
-}
-
-void expectSameThroughText(const VARIANT& value) {
-    Variant text;
-    ASSERT_EQ(VariantChangeType(text.out(), &value, 0, VT_BSTR), S_OK) << value.vt;
-    Variant back;
-    ASSERT_EQ(fromText(view(text->bstrVal), value.vt, back), S_OK)
-        << value.vt << " " << narrow(text->bstrVal);
-    if (isNan(value)) {
-        EXPECT_TRUE(isNan(back.get()));
-    } else {
-        using Bits = std::array<std::uint64_t, 2>;
-        EXPECT_EQ(std::bit_cast<Bits>(back.get()), std::bit_cast<Bits>(value))
-            << value.vt << " " << narrow(text->bstrVal);
-    }
-}
-
-TEST(Values, comeBackFromTheirTextToTheBit) {
-    const unsigned seed = std::random_device()();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937_64 random(seed);
-    for (const auto& [type, bytes] : plainTypes) {
-        const std::uint64_t mask = ~std::uint64_t{0} >> (64 - 8 * bytes);
-        const std::uint64_t high = std::uint64_t{1} << (8 * bytes - 1);
-        std::vector<std::uint64_t> samples = {0, 1, mask, high, high - 1, high + 1, 10, 10000};
-        for (int i = 0; i < 3000; ++i) samples.push_back(random() >> random() % 64);
-        for (const std::uint64_t bits : samples) expectSameThroughText(ofType(type, bits & mask));
-    }
-    for (int i = 0; i < 3000; ++i) {
-        VARIANT value{};
-        setDecimal(value, {0, static_cast<BYTE>(random() % 29), static_cast<BYTE>(random() % 2 * DECIMAL_NEG),
-                           static_cast<ULONG>(random() >> random() % 64), random() >> random() % 64});
-        expectSameThroughText(value);
-        // Dates that have a calendar text, and neighbours of them that have none.
-        const double day = static_cast<double>(random() % 200000) - 100000;
-        const double time = static_cast<double>(random() % 86400) / 86400;
-        const double date = day < 0 ? day - time : day + time;
-        expectSameThroughText(ofType(VT_DATE, std::bit_cast<std::uint64_t>(date)));
-        expectSameThroughText(ofType(VT_DATE, std::bit_cast<std::uint64_t>(date) + 1));
-    }
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    constexpr double special[] = {0.0,
-                                  -0.0,
-                                  infinity,
-                                  -infinity,
-                                  std::numeric_limits<double>::quiet_NaN(),
-                                  5e-324,
-                                  1.7976931348623157e308,
-                                  -657434.0,
-                                  2958465.0,
-                                  2958466.0};
-    for (const double number : special) {
-        expectSameThroughText(ofType(VT_R8, std::bit_cast<std::uint64_t>(number)));
-        expectSameThroughText(ofType(VT_DATE, std::bit_cast<std::uint64_t>(number)));
-    }
-    for (const std::uint32_t bits : {0x7F800000U, 0xFF800000U}) expectSameThroughText(ofType(VT_R4, bits));
-    for (const VARTYPE type : {VT_EMPTY, VT_NULL}) expectSameThroughText(ofType(type, 0));
-    expectSameThroughText(Variant::ofBool(true).get());
-    expectSameThroughText(Variant::ofBool(false).get());
 }
 
 TEST(Values, haveTheTextThatReadersExpect) {

@@ -1,5 +1,6 @@
 #include "tests/restoreSupport.h"
 
+#include <algorithm>
 #include <sstream>
 
 namespace {
@@ -46,6 +47,22 @@ std::string created(const std::string& what, const std::string& className) {
 }
 std::string deleted(const std::string& name, const std::string& className) {
     return "DELETE OBJECT: IIS://localhost/" + name + " (class " + className + ")\n";
+}
+
+std::string comparable(const std::string& backup) {
+    std::istringstream lines(backup);
+    std::string result;
+    for (std::string line; std::getline(lines, line);) {
+        const bool flagged = std::ranges::any_of(
+            std::initializer_list<const char*>{"KeyType", "ServerState", "AdminACL", "RelayIpList"},
+            [&](const char* name) {
+                return line.find(std::string("name=\"") + name + "\" type") != std::string::npos;
+            });
+        if (const std::size_t at = line.find(" inherited=\"true\""); at != std::string::npos)
+            line.erase(at, 17);
+        if (!flagged) result += line + "\n";
+    }
+    return result;
 }
 
 const std::string allProps = testData("server-props.xml");

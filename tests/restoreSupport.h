@@ -26,6 +26,10 @@ Restored restore(const std::string& metabase, const std::string& xml, std::vecto
 std::string created(const std::string& what, const std::string& className);
 std::string deleted(const std::string& name, const std::string& className);
 
+/// A backup without what a restore doesn't bring back: whether a value is inherited, and the flagged
+/// properties.
+std::string comparable(const std::string& backup);
+
 /// The `props` of an IIsWebServer with every kind of property, and the lines of a restore of it.
 extern const std::string allProps;
 extern const std::string allLines;

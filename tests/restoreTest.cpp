@@ -2,11 +2,9 @@
 
 #include "tests/restoreSupport.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <random>
-#include <sstream>
 #include <sys/stat.h>
 
 namespace {
@@ -251,24 +249,6 @@ TEST(Restore, refusesALiveTreeThatChangesUnderIt) {
         EXPECT_EQ(folded(run.out, "8000FFFF"), "{restoreObj}{restore}{restore}");
         EXPECT_EQ(run.metabase, before);
     }
-}
-
-/// A backup without what a restore doesn't bring back: whether a value is inherited, and the flagged
-/// properties.
-std::string comparable(const std::string& backup) {
-    std::istringstream lines(backup);
-    std::string result;
-    for (std::string line; std::getline(lines, line);) {
-        const bool flagged = std::ranges::any_of(
-            std::initializer_list<const char*>{"KeyType", "ServerState", "AdminACL", "RelayIpList"},
-            [&](const char* name) {
-                return line.find(std::string("name=\"") + name + "\" type") != std::string::npos;
-            });
-        if (const std::size_t at = line.find(" inherited=\"true\""); at != std::string::npos)
-            line.erase(at, 17);
-        if (!flagged) result += line + "\n";
-    }
-    return result;
 }
 
 /// Changes the sample at random as an administrator would, only where a restore can bring it back.
