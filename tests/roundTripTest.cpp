@@ -338,7 +338,7 @@ std::string faultOfRoundTrip(const Folder& folder, const std::string& server, co
 
 TEST(RoundTrip, ofEveryTreeThroughABackupBringsAnotherTreeIntoLine) {
     Random random;
-    const Folder folder;
+    const Folder folder(Folder::Place::inMemory);
     const Outcome run = runChild(folder, [&] {
         for (int number = 0; number < 2000; ++number) {
             RandomServer server(random);

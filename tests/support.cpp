@@ -41,8 +41,10 @@ int runPrepared(std::vector<char*> pointers, const std::function<void()>& prepar
 
 } // namespace
 
-Folder::Folder() {
-    std::string name = std::filesystem::temp_directory_path() / "skeinKeepXXXXXX";
+Folder::Folder(Place place) {
+    const bool inMemory = place == Place::inMemory && std::filesystem::is_directory("/dev/shm");
+    std::string name =
+        (inMemory ? "/dev/shm" : std::filesystem::temp_directory_path()) / "skeinKeepXXXXXX";
     if (::mkdtemp(name.data()) == nullptr) std::abort();
     path_ = name;
 }

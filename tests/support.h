@@ -9,7 +9,10 @@
 /// A new folder that goes with its owner.
 class Folder {
 public:
-    Folder();
+    /// In memory, where the system offers that, is the place for thousands of changes to small files.
+    enum class Place { onDisk, inMemory };
+
+    explicit Folder(Place place = Place::onDisk);
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
     ~Folder();

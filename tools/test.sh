@@ -1,6 +1,7 @@
 #!/bin/sh
 # Installs what is missing, builds the program and runs its tests, once as it is and once under the sanitizers.
-# With --all also: the build with the other compiler, the format of the sources and the static checks.
+# With --all also: the build with the other compiler, a minute of fuzzing for each target, the format of the sources
+# and the static checks.
 set -eu
 cd "$(dirname "$0")/.."
 . tools/packages.sh
@@ -16,6 +17,7 @@ if $all; then
     need git git --version
     need libbenchmark-dev test -e /usr/include/benchmark/benchmark.h
     need clang clang++ --version
+    need libclang-rt-14-dev sh -c 'ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a'
     need clang-format clang-format --version
     need clang-tidy clang-tidy --version
 fi
@@ -45,6 +47,9 @@ $all || exit 0
 
 echo "== The other compiler, with the benchmarks"
 build build/clang -DCMAKE_CXX_COMPILER=clang++ -DSKEINKEEP_BENCH=ON
+
+echo "== Fuzzing"
+sh tools/fuzz.sh 60
 
 sources=$(git ls-files 'src/*.cpp' 'platform/*.cpp' 'tests/*.cpp' 'bench/*.cpp')
 headers=$(git ls-files 'src/*.h' 'platform/*.h' 'tests/*.h' 'bench/*.h')

@@ -18,7 +18,7 @@ inline std::string bytesOf(const std::uint8_t* data, std::size_t size) { return 
 
 /// The working directory of a target from its first run on.
 inline const Folder& workingFolder() {
-    static const Folder folder;
+    static const Folder folder(Folder::Place::inMemory);
     std::filesystem::current_path(folder.path());
     return folder;
 }

@@ -1,0 +1,22 @@
+#!/bin/sh
+# fuzz.sh SECONDS [TARGET...]: lets the fuzz targets, or those that are named, look for inputs that break a promise.
+# They go on from tests/fuzz/corpus and from what earlier runs found, in build/fuzz/corpus. An input that breaks
+# something stays in build/fuzz/broken; its test is one more file in tests/fuzz/corpus.
+set -eu
+cd "$(dirname "$0")/.."
+seconds=$1
+shift
+[ $# -gt 0 ] || set -- document restore metabase value
+
+cmake -S . -B build/fuzz -DCMAKE_CXX_COMPILER=clang++ -DSKEINKEEP_FUZZ=ON >/dev/null
+cmake --build build/fuzz -j "$(nproc)" >/dev/null
+for target in "$@"; do mkdir -p "build/fuzz/corpus/$target" "build/fuzz/broken/$target"; done
+
+# The targets print what a run prints: without their streams only the fuzzer's own lines are left.
+# shellcheck disable=SC2016
+printf '%s\n' "$@" | xargs -P "$(nproc)" -I@ sh -c '
+    echo "Fuzzing: @"
+    "build/fuzz/tests/fuzz/@Fuzz" -max_total_time="$2" -close_fd_mask=3 -timeout=10 -verbosity=0 \
+        -dict="$1/tests/fuzz/words.dict" -artifact_prefix="$1/build/fuzz/broken/@/" \
+        "$1/build/fuzz/corpus/@" "$1/tests/fuzz/corpus/@"' sh "$PWD" "$seconds"
+echo "No input broke a promise."
