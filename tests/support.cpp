@@ -43,8 +43,7 @@ int runPrepared(std::vector<char*> pointers, const std::function<void()>& prepar
 
 Folder::Folder(Place place) {
     const bool inMemory = place == Place::inMemory && std::filesystem::is_directory("/dev/shm");
-    std::string name =
-        (inMemory ? "/dev/shm" : std::filesystem::temp_directory_path()) / "skeinKeepXXXXXX";
+    std::string name = (inMemory ? "/dev/shm" : std::filesystem::temp_directory_path()) / "skeinKeepXXXXXX";
     if (::mkdtemp(name.data()) == nullptr) std::abort();
     path_ = name;
 }

@@ -104,14 +104,17 @@ std::vector<ComPtr<IXMLDOMNode>> attributesOf(IXMLDOMNode& node) {
 /// children shows its text.
 Text shown(IXMLDOMNode& node) {
     const Text name = nameOf(node);
-    if (name == u"#text") return u"'" + valueOf(node) + u"'";
-    if (name == u"#cdata-section") return u"!'" + valueOf(node) + u"'";
-    if (name == u"#comment") return u"#'" + valueOf(node) + u"'";
+    const auto marked = [&node](View mark) {
+        return Text(mark).append(u"'").append(valueOf(node)).append(u"'");
+    };
+    if (name == u"#text") return marked(u"");
+    if (name == u"#cdata-section") return marked(u"!");
+    if (name == u"#comment") return marked(u"#");
     ComPtr<IXMLDOMElement> element;
-    if (query(node, element) != S_OK) return u"?" + name + u"'" + valueOf(node) + u"'";
+    if (query(node, element) != S_OK) return marked(Text(u"?").append(name));
     Text all = name;
     for (const auto& attribute : attributesOf(node))
-        all += u"(" + nameOf(*attribute) + u"=" + valueOf(*attribute) + u")";
+        all.append(u"(").append(nameOf(*attribute)).append(u"=").append(valueOf(*attribute)).append(u")");
     const auto children = childrenOf(node);
     if (children.empty()) return all + (textOf(node).empty() ? u"" : u"~'" + textOf(node) + u"'");
     all += u"[";

@@ -29,17 +29,13 @@ std::u16string unitsOf(const std::uint8_t* data, std::size_t size) {
     return units;
 }
 
-std::u16string nameOf(IXMLDOMNode& node) {
-    Bstr name;
-    require(node.get_nodeName(name.out()) == S_OK && name);
-    return std::u16string(view(name));
-}
-
-std::u16string textOf(IXMLDOMNode& node) {
+std::u16string textOf(IXMLDOMNode& node, HRESULT (IXMLDOMNode::*get)(BSTR*) = &IXMLDOMNode::get_text) {
     Bstr text;
-    require(node.get_text(text.out()) == S_OK && text);
+    require((node.*get)(text.out()) == S_OK && text);
     return std::u16string(view(text));
 }
+
+std::u16string nameOf(IXMLDOMNode& node) { return textOf(node, &IXMLDOMNode::get_nodeName); }
 
 Nodes nodesOf(IXMLDOMNodeList& list) {
     Nodes nodes;
@@ -67,10 +63,7 @@ void checkAttributes(IXMLDOMElement& element) {
 
 /// What the children tell must be what their parent tells of them.
 void checkChildren(IXMLDOMNode& node, const Nodes& children) {
-    VARIANT_BOOL has = VARIANT_FALSE;
     ComPtr<IXMLDOMNode> first;
-    require((node.hasChildNodes(&has) == S_OK) == !children.empty() &&
-            (has != VARIANT_FALSE) == !children.empty());
     require((node.get_firstChild(first.out()) == S_OK) == !children.empty());
     std::u16string text;
     std::vector<std::u16string> tags;
@@ -82,10 +75,10 @@ void checkChildren(IXMLDOMNode& node, const Nodes& children) {
         require((child->get_nodeValue(value.out()) == S_OK) == !element);
         if (element || name == u"#text" || name == u"#cdata-section") text += textOf(*child);
     }
+    // Without child elements its blanks may be no nodes.
     if (tags.empty()) return;
-    require(nameOf(*first) == nameOf(*children[0]) && textOf(node) == text);
     ComPtr<IXMLDOMNodeList> selected;
-    require(node.selectNodes(Bstr(tags.back()), selected.out()) == S_OK);
+    require(textOf(node) == text && node.selectNodes(Bstr(tags.back()), selected.out()) == S_OK);
     require(std::cmp_equal(nodesOf(*selected).size(), std::ranges::count(tags, tags.back())));
 }
 
