@@ -76,7 +76,7 @@ TEST(Hostile, filesThatAreDamagedDoWhatTheirTextSaysOrNothing) {
         }
         if (tally.failed + tally.done > 0) return 3;
         for (std::size_t at = 0; at < whole.size(); ++at) {
-            const int old = whole[at];
+            const int old = static_cast<unsigned char>(whole[at]);
             for (const int byte : {old ^ 0x01, old ^ 0x20, old ^ 0x80, 0, int{'<'}, int{'"'}}) {
                 std::string damaged = whole;
                 damaged[at] = static_cast<char>(byte);
@@ -100,13 +100,13 @@ constexpr int many = isSlow ? 100'000 : 1'000'000;
 /// A file of a head, an item and later its end, each repeated, and a tail. `#` in an item is its number.
 struct Monster {
     const char* what;
-    std::vector<std::string> options;
     int exitCode;
+    int count;
+    std::vector<std::string> options;
     std::string head;
     std::string item;
     std::string tail;
-    std::string itemEnd = "";
-    int count = many;
+    std::string itemEnd = {};
 };
 
 void writeMonster(const Folder& folder, const Monster& monster) {
@@ -136,28 +136,30 @@ TEST(Hostile, filesThatAreMonstrousAreAnsweredInTimeAndMemoryOfTheirSize) {
     const std::string object = "<obj name='V' class='IIsWebVirtualDir' path=''><props/><children>";
     const std::string child = element("n#", "IIsWebFile");
     const Monster monsters[] = {
-        {"open tags", {}, 2, "", "<a>", ""},
-        {"nested in a value", {}, 0, text, "<a>", textTail, "</a>"},
-        {"nested objects", {}, 2, children, object, childrenTail, "</children></obj>"},
-        {"a long attribute", {}, 0, top + " x='", std::string(100, 'x'), "'" + topTail},
-        {"attributes", {}, 0, top, " a#=''", topTail},
-        {"an attribute twice", {}, 2, top, " a#=''", " a" + number + "=''" + topTail},
-        {"properties", {}, 0, props, "<prop name='p#' type='8'/>", propsTail},
+        {"open tags", 2, many, {}, "", "<a>", ""},
+        {"nested in a value", 0, many, {}, text, "<a>", textTail, "</a>"},
+        {"nested objects", 2, many, {}, children, object, childrenTail, "</children></obj>"},
+        {"a long attribute", 0, many, {}, top + " x='", std::string(100, 'x'), "'" + topTail},
+        {"attributes", 0, many, {}, top, " a#=''", topTail},
+        {"an attribute twice", 2, many, {}, top, " a#=''", " a" + number + "=''" + topTail},
+        {"properties", 0, many, {}, props, "<prop name='p#' type='8'/>", propsTail},
         {"values",
-         {},
          0,
+         many,
+         {},
          props + "<proplist name='Ports'>",
          "<prop type='3'>#</prop>",
          "</proplist>" + propsTail},
         {"entries",
-         {},
          0,
+         many,
+         {},
          props + "<prop name='MimeMap'>",
          "<mimetype extension='#'/>",
          "</prop>" + propsTail},
-        {"other parts", {}, 0, parts, "<x/> <!---->", partsTail},
-        {"children not made", {"-n"}, 0, children, child, childrenTail},
-        {"children made", {}, 0, children, child, childrenTail, "", many / 5},
+        {"other parts", 0, many, {}, parts, "<x/> <!---->", partsTail},
+        {"children not made", 0, many, {"-n"}, children, child, childrenTail},
+        {"children made", 0, many / 5, {}, children, child, childrenTail},
     };
     const Folder folder;
     for (const Monster& monster : monsters) {
@@ -170,7 +172,7 @@ TEST(Hostile, filesThatAreMonstrousAreAnsweredInTimeAndMemoryOfTheirSize) {
         const Outcome run = runProgram(folder, arguments);
         const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
         EXPECT_EQ(run.exitCode, monster.exitCode) << monster.what;
-        EXPECT_LT(seconds.count(), 30) << monster.what;
+        EXPECT_LT(seconds.count(), 60) << monster.what;
         EXPECT_TRUE(isSlow || run.peakBytes < 20 * size + (32U << 20)) << monster.what << run.peakBytes;
     }
 }

@@ -325,7 +325,7 @@ TEST(RoundTrip, ofEveryTreeThroughABackupBringsAnotherTreeIntoLine) {
             const std::string fault = faultOfRoundTrip(folder, first, second);
             if (fault.empty()) continue;
             folder.write("fault",
-                         fault + " of case " + std::to_string(number) + "\n" + first + "\n" + second);
+                         joined({fault, " of case ", std::to_string(number), "\n", first, "\n", second}));
             return 1;
         }
         return 0;

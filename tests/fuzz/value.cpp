@@ -3,8 +3,9 @@
 #include "platform/automation/variant.h"
 #include "tests/fuzz/fuzz.h"
 
+#include <array>
+#include <bit>
 #include <cmath>
-#include <cstring>
 
 namespace {
 
@@ -31,7 +32,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Variant back;
     require(VariantChangeType(canonical.out(), &value.get(), 0, VT_BSTR) == S_OK);
     require(VariantChangeType(back.out(), &canonical.get(), 0, type) == S_OK && back.type() == type);
+    using Bits = std::array<std::uint64_t, 2>;
     require(type == VT_BSTR || isNan(value.get()) ||
-            std::memcmp(&back.get(), &value.get(), sizeof(VARIANT)) == 0);
+            std::bit_cast<Bits>(back.get()) == std::bit_cast<Bits>(value.get()));
     return 0;
 }
