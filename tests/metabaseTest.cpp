@@ -2,6 +2,7 @@
 
 #include "platform/automation/safearray.h"
 #include "platform/com/runtime.h"
+#include "platform/metabase/childEnumerator.h"
 #include "platform/metabase/iis.h"
 #include "platform/metabase/records.h"
 #include "platform/metabase/valueText.h"
