@@ -61,29 +61,11 @@ TEST(Backup, leavesInheritedPropertiesOutWhenAsked) {
 }
 
 TEST(Backup, writesEveryValueAsItsTypeAsks) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"empty", R"(<prop name="X" type="0"></prop>)"},
-        {"null", R"(<prop name="X" type="1"></prop>)"},
-        {"i2:-32768", R"(<prop name="X" type="2">-32768</prop>)"},
-        {"-2147483648", R"(<prop name="X" type="3">-2147483648</prop>)"},
-        {"r4:0.1", R"(<prop name="X" type="4">0.1</prop>)"},
-        {"r8:-0", R"(<prop name="X" type="5">-0</prop>)"},
-        {"cy:-0.0001", R"(<prop name="X" type="6">-0.0001</prop>)"},
-        {"date:1998-07-14T08:30:00", R"(<prop name="X" type="7">1998-07-14T08:30:00</prop>)"},
-        {"error:-1", R"(<prop name="X" type="10">-1</prop>)"},
-        {"bool:1", R"(<prop name="X" type="11">false</prop>)"},
-        {"decimal:-1.20", R"(<prop name="X" type="14">-1.20</prop>)"},
-        {"ui8:18446744073709551615", R"(<prop name="X" type="21">18446744073709551615</prop>)"},
-        {"bytes:00FF", R"(<prop name="X" type="8209">&lt;unsupported/&gt;</prop>)"},
-        {R"("a<b&c>d \"q\" 'a'")", R"(<prop name="X" type="8">a&lt;b&amp;c&gt;d "q" 'a'</prop>)"},
-        {R"("\u0000|\t|\r|\n|é")", "<prop name=\"X\" type=\"8\"> |\t|\r|\n|\xE9</prop>"},
-        {R"("ÿĀ€😀\uD83D|\uDE00\uFFFE\uFFFF")",
-         "<prop name=\"X\" type=\"8\">\xFF&#256;&#8364;&#128512;&#65533;|&#65533;&#65533;&#65533;</prop>"}};
-    for (const auto& [value, line] : cases) {
+    for (TestCase test : testCases("value-lines.txt")) {
         const Folder folder;
-        folder.write("metabase.txt", oneValue(value));
+        folder.write("metabase.txt", oneValue(test["value"]));
         EXPECT_EQ(runProgram(folder, {"-backup", "-file", "f"}).exitCode, 0);
-        EXPECT_EQ(propsOf(folder.read("f")), std::string(line) + "\n") << value;
+        EXPECT_EQ(propsOf(folder.read("f")), test["line"] + "\n") << test["value"];
     }
 }
 

@@ -22,10 +22,6 @@ struct Restored : Outcome {
 Restored restore(const std::string& metabase, const std::string& xml, std::vector<std::string> options = {},
                  const Faults& faults = {});
 
-// Lines of a restore.
-std::string created(const std::string& what, const std::string& className);
-std::string deleted(const std::string& name, const std::string& className);
-
 /// The `props` of an IIsWebServer with every kind of property, and the lines of a restore of it.
 extern const std::string allProps;
 extern const std::string allLines;

@@ -1,6 +1,7 @@
 #!/bin/sh
 # Installs what is missing, builds the program and runs its tests, once as it is and once under the sanitizers.
-# With --all also: the build with the other compiler, the format of the sources and the static checks.
+# With --all also: the build with the other compiler, the demo under valgrind, the format of the sources and the static
+# checks.
 set -eu
 cd "$(dirname "$0")/.."
 . tools/packages.sh
@@ -18,6 +19,7 @@ if $all; then
     need clang clang++ --version
     need clang-format clang-format --version
     need clang-tidy clang-tidy --version
+    need valgrind valgrind --version
 fi
 install_needed
 
@@ -45,6 +47,9 @@ $all || exit 0
 
 echo "== The other compiler, with the benchmarks"
 build build/clang -DCMAKE_CXX_COMPILER=clang++ -DSKEINKEEP_BENCH=ON
+
+echo "== The demo under valgrind"
+SKEINKEEP_UNDER="valgrind -q --leak-check=full --error-exitcode=9" sh tools/demo.sh >/dev/null
 
 sources=$(git ls-files 'src/*.cpp' 'platform/*.cpp' 'tests/*.cpp' 'bench/*.cpp')
 headers=$(git ls-files 'src/*.h' 'platform/*.h' 'tests/*.h' 'bench/*.h')
