@@ -1,5 +1,6 @@
 #include "src/backup.h"
 
+#include "platform/metabase/childEnumerator.h"
 #include "platform/metabase/iis.h"
 #include "platform/os/file.h"
 #include "src/dispUtils.h"

@@ -1,5 +1,6 @@
 #include "src/objInfo.h"
 
+#include "platform/metabase/childEnumerator.h"
 #include "src/dispUtils.h"
 
 #include <algorithm>

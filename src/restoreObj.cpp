@@ -1,5 +1,6 @@
 #include "src/restoreObj.h"
 
+#include "platform/metabase/childEnumerator.h"
 #include "src/dispUtils.h"
 #include "src/objInfo.h"
 #include "src/restore.h"

@@ -99,13 +99,11 @@ public:
     explicit DocumentFactory(ComPtr<IClassFactory> inner) : inner_(std::move(inner)) {}
     HRESULT CreateInstance(IUnknown* outer, const IID& wanted, void** out) override {
         *out = nullptr;
-        return guard("CoCreateInstance", [&] {
-            void* made = nullptr;
-            if (HRESULT status = inner_->CreateInstance(outer, IXMLDOMDocument::iid, &made); status < 0)
-                return status;
-            const auto document = ComPtr<IXMLDOMDocument>::adopt(static_cast<IXMLDOMDocument*>(made));
-            return makeObject<DocumentFront>(*document)->QueryInterface(wanted, out);
-        });
+        void* made = nullptr;
+        if (HRESULT status = inner_->CreateInstance(outer, IXMLDOMDocument::iid, &made); status < 0)
+            return status;
+        const auto document = ComPtr<IXMLDOMDocument>::adopt(static_cast<IXMLDOMDocument*>(made));
+        return makeObject<DocumentFront>(*document)->QueryInterface(wanted, out);
     }
 
 private:

@@ -3,9 +3,14 @@
 #include "platform/metabase/provider.h"
 #include "tests/fronts.h"
 
+#include <sys/mman.h>
+
 Faults plan;
+bool within = false;
 
 namespace {
+
+std::string lastCall;
 
 class AttributeFront final : public Front<IISPropertyAttribute> {
 public:
@@ -71,7 +76,6 @@ public:
     explicit EnumeratorFront(IUnknown& inner) { query(inner, inner_); }
     HRESULT Next(ULONG count, VARIANT* elements, ULONG* fetched) override {
         *fetched = 0;
-        if (isFault("IEnumVARIANT::Next")) return plan.status;
         if (idle_++ < plan.idleAnswers) return S_OK;
         idle_ = 0;
         if (!started_) fetch(count);
@@ -119,11 +123,9 @@ public:
         return guard("IADs::GetEx", [&] { return changed(name, value, inner<IADs>()->GetEx(name, value)); });
     }
     HRESULT get__NewEnum(IUnknown** out) override {
-        return guard("ADsBuildEnumerator", [&] {
-            const HRESULT status = inner<IADsContainer>()->get__NewEnum(out);
-            replaceBy<EnumeratorFront>(out);
-            return status;
-        });
+        const HRESULT status = inner<IADsContainer>()->get__NewEnum(out);
+        replaceBy<EnumeratorFront>(out);
+        return status;
     }
     HRESULT Create(BSTR className, BSTR name, IDispatch** out) override {
         return guard("IADsContainer::Create", [&] {
@@ -168,7 +170,6 @@ class ProviderFront final : public ComObject<IADsProvider> {
 public:
     HRESULT GetObject(const OLECHAR* path, const IID& wanted, void** object) override {
         *object = nullptr;
-        if (isFault("ADsGetObject")) return plan.status;
         void* found = nullptr;
         const HRESULT status = inner_->GetObject(path, IUnknown::iid, &found);
         if (status < 0) return status;
@@ -191,23 +192,36 @@ public:
             return makeObject<MimeTypeFront>(*makeObject<MimeType>())->QueryInterface(wanted, out);
         });
     }
-    HRESULT QueryInterface(const IID& wanted, void** out) override {
-        *out = nullptr;
-        return guard("CoGetClassObject",
-                     [&] { return ComObject<IClassFactory>::QueryInterface(wanted, out); });
-    }
 };
 
 } // namespace
 
-int callsSeen = 0;
+CallLog& callLog() {
+    static auto* log = static_cast<CallLog*>(
+        ::mmap(nullptr, sizeof(CallLog), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    return *log;
+}
+
+bool isFault(std::string_view call) {
+    CallLog& log = callLog();
+    const std::string before = std::exchange(lastCall, call);
+    if (plan.call != "*" && plan.call != call) return false;
+    const int number = ++log.calls;
+    if (number == plan.number) {
+        call.copy(log.failed, sizeof log.failed - 1);
+        before.copy(log.before, sizeof log.before - 1);
+    }
+    return number == plan.number || (plan.lasting && number > plan.number);
+}
 
 void installFaults(const Faults& faults) {
-    plan = faults;
-    callsSeen = 0;
+    within = true;
     const auto front = makeObject<ProviderFront>();
     front->inner_ = metabaseProvider();
     registerProvider(u"IIS:", *front);
     registerClass(CLSID_MimeMap, *makeObject<MimeMapFactory>());
     frontDocuments();
+    within = false;
+    plan = faults;
+    callLog() = {};
 }

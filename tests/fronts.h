@@ -5,33 +5,47 @@
 #include "platform/xml/msxml.h"
 #include "tests/faults.h"
 
+#include <algorithm>
+#include <string_view>
+
 /// Puts the faults in front of the document service.
 void frontDocuments();
 
 extern Faults plan;
-extern int callsSeen;
 
-/// Whether the call is the one that fails.
-inline bool isFault(const std::string& call) { return call == plan.call && ++callsSeen == plan.number; }
+/// Whether a call is made by the platform itself, on the way of a call of the program.
+extern bool within;
 
-/// Makes a call unless it is the one that fails.
-template <class Call> HRESULT guard(const char* name, Call call) {
-    return isFault(name) ? plan.status : call();
+/// Counts a call of the program, and says whether it fails.
+bool isFault(std::string_view call);
+
+/// Makes a call, unless it is the one that fails.
+template <class Call> auto guard(std::string_view name, Call call, decltype(call()) failure) {
+    if (within) return call();
+    const bool fails = isFault(name);
+    if (fails && !plan.made) return failure;
+    within = true;
+    auto result = call();
+    within = false;
+    return fails && result == decltype(result){} ? failure : result;
+}
+template <class Call> HRESULT guard(std::string_view name, Call call) {
+    return guard(name, call, plan.status);
 }
 
 struct Named {
-    const IID& iid;
-    const char* name;
+    IID iid;
+    const char* query;
 };
-inline const Named interfaces[] = {{IADs::iid, "IADs"},
-                                   {IDispatch::iid, "IDispatch"},
-                                   {IADsContainer::iid, "IADsContainer"},
-                                   {IADsDeleteOps::iid, "IADsDeleteOps"},
-                                   {IISBaseObject::iid, "IISBaseObject"},
-                                   {IISPropertyAttribute::iid, "IISPropertyAttribute"},
-                                   {IISIPSecurity::iid, "IISIPSecurity"},
-                                   {IISMimeType::iid, "IISMimeType"},
-                                   {IXMLDOMElement::iid, "IXMLDOMElement"}};
+inline const Named interfaces[] = {{IADs::iid, "query IADs"},
+                                   {IDispatch::iid, "query IDispatch"},
+                                   {IADsContainer::iid, "query IADsContainer"},
+                                   {IADsDeleteOps::iid, "query IADsDeleteOps"},
+                                   {IISBaseObject::iid, "query IISBaseObject"},
+                                   {IISPropertyAttribute::iid, "query IISPropertyAttribute"},
+                                   {IISIPSecurity::iid, "query IISIPSecurity"},
+                                   {IISMimeType::iid, "query IISMimeType"},
+                                   {IXMLDOMElement::iid, "query IXMLDOMElement"}};
 
 /// Puts a front before the object that a call gave.
 template <class Made, class T> void replaceBy(T** object) {
@@ -64,14 +78,13 @@ public:
 
     HRESULT QueryInterface(const IID& wanted, void** out) override {
         *out = nullptr;
-        for (const Named& known : interfaces) {
-            if (known.iid != wanted) continue;
-            if (isFault(std::string("query ") + known.name)) return plan.status;
-        }
-        void* found = nullptr;
-        if (HRESULT status = inner_->QueryInterface(wanted, &found); status < 0) return status;
-        static_cast<IUnknown*>(found)->Release();
-        return NamelessObject<Interfaces...>::QueryInterface(wanted, out);
+        const auto* known = std::ranges::find(interfaces, wanted, &Named::iid);
+        return guard(known == std::end(interfaces) ? "query" : known->query, [&] {
+            void* found = nullptr;
+            if (HRESULT status = inner_->QueryInterface(wanted, &found); status < 0) return status;
+            static_cast<IUnknown*>(found)->Release();
+            return NamelessObject<Interfaces...>::QueryInterface(wanted, out);
+        });
     }
 
 protected:

@@ -2,6 +2,7 @@
 
 #include "platform/automation/safearray.h"
 #include "platform/com/runtime.h"
+#include "platform/metabase/childEnumerator.h"
 #include "platform/metabase/iis.h"
 #include "platform/metabase/records.h"
 #include "platform/metabase/valueText.h"
@@ -13,7 +14,6 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -280,20 +280,6 @@ TEST(Metabase, refusesTreesThatAreTooDeep) {
     EXPECT_EQ(live.text(), deep);
 }
 
-TEST(Metabase, passesOverTheLineOfADyingWriterAndCutsItOffAtTheNextChange) {
-    const std::string line = "+set \"localhost/b/c\" Title \"left\"";
-    for (std::size_t length = 1; length <= line.size(); ++length) {
-        const std::string torn = tree + line.substr(0, length);
-        Live live(torn);
-        const auto box = open(u"IIS://localhost/b/c");
-        EXPECT_EQ(shown(*box, u"Title"), "\"none\"");
-        EXPECT_EQ(live.text(), torn);
-        EXPECT_EQ(put(*box, u"Title", u"new"), S_OK);
-        EXPECT_EQ(box->SetInfo(), S_OK);
-        EXPECT_EQ(live.text(), tree + "+set \"localhost/b/c\" Title \"new\"\n");
-    }
-}
-
 TEST(Metabase, hasOneWriterAndNoticesOtherHands) {
     const auto change = [](IADs& object) {
         return put(object, u"Title", u"t") == S_OK ? object.SetInfo() : E_FAIL;
@@ -348,22 +334,6 @@ TEST(Metabase, keepsTheFileOfALinkItsModeAndNothingBeside) {
     EXPECT_NE(live.text().find("  Title \"t\"\n"), std::string::npos);
     EXPECT_EQ(live.text().find('+'), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists("real/.it.rewrite"));
-}
-
-TEST(Metabase, cutsOffALineThatDoesNotFit) {
-    Live live(tree);
-    const auto box = open(u"IIS://localhost/b/c");
-    rlimit old{};
-    getrlimit(RLIMIT_FSIZE, &old);
-    const rlimit limit{tree.size() + 10, old.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_EQ(put(*box, u"Title", u"too long"), S_OK);
-    const HRESULT status = box->SetInfo();
-    setrlimit(RLIMIT_FSIZE, &old);
-    EXPECT_EQ(status, STATUS_FILE_TOO_LARGE);
-    EXPECT_EQ(live.text(), tree);
-    EXPECT_EQ(box->SetInfo(), S_OK);
-    EXPECT_EQ(live.text(), tree + "+set \"localhost/b/c\" Title \"too long\"\n");
 }
 
 TEST(Metabase, leavesAFileThatNothingChangedUntouched) {

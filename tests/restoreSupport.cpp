@@ -42,13 +42,6 @@ Restored restore(const std::string& metabase, const std::string& xml, std::vecto
     return {run, folder.read("metabase.txt")};
 }
 
-std::string created(const std::string& what, const std::string& className) {
-    return "CREATE OBJECT: " + what + " (class " + className + ")\n";
-}
-std::string deleted(const std::string& name, const std::string& className) {
-    return "DELETE OBJECT: IIS://localhost/" + name + " (class " + className + ")\n";
-}
-
 std::string comparable(const std::string& backup) {
     std::istringstream lines(backup);
     std::string result;

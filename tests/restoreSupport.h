@@ -22,10 +22,6 @@ struct Restored : Outcome {
 Restored restore(const std::string& metabase, const std::string& xml, std::vector<std::string> options = {},
                  const Faults& faults = {});
 
-// Lines of a restore.
-std::string created(const std::string& what, const std::string& className);
-std::string deleted(const std::string& name, const std::string& className);
-
 /// A backup without what a restore doesn't bring back: whether a value is inherited, and the flagged
 /// properties.
 std::string comparable(const std::string& backup);

@@ -5,84 +5,25 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <random>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace {
 
-struct FileCase {
-    std::string xml;
-    std::string out;
-    std::string err;
-};
-
 TEST(RestoreFiles, thatAreNoBackupChangeNothing) {
-    const std::string node = "<obj path=\"IIS://localhost\"><props/><children/></obj>";
-    const std::string path = "<obj path=\"IIS://localhost\">";
-    const std::string tooLong = "<obj path=\"IIS://localhost\" a=\"" + std::string(8100, 'x') + "\" b=\"" +
-                                std::string(200, 'y') + "\" c=\"z\"><children/></obj>";
-    const std::string failed = "{80004005 restore}";
-    const std::string noParse =
-        "{80004005 xmlUtils}loadXML from backup file f failed (probably a syntax error){80004005 restore}";
-    const auto whole = [](const std::string& version, const std::string& inside) {
-        return "<x version=\"" + version + "\">" + inside + "</x>";
-    };
-    const auto oldVersion = [&](const std::string& version) {
-        return FileCase{whole(version, node),
-                        "Invalid backup (unknown version \"" + version + "\")\n" + failed, ""};
-    };
-    const auto child = [&](const std::string& text, const std::string& name) {
-        return FileCase{whole("1", text),
-                        "Invalid backup (child of metabase node is of type \"" + name + "\")\n" + failed, ""};
-    };
-    const auto missing = [](const std::string& attribute) {
-        return FileCase{"<m version=\"1\"><obj" + attribute + "><props/><children/></obj></m>", "", ""};
-    };
-    std::vector<FileCase> cases = {
-        {"", noParse, ""},
-        {"<a>", noParse, ""},
-        {std::string(1, '\0') + whole("1", node), noParse, ""},
-        {"<!DOCTYPE x>" + whole("1", node), noParse, ""},
-        {"<x>" + node + "</x>", "Invalid backup (no \"version\" attribute on the metabase tag)\n" + failed,
-         ""},
-        oldVersion("2.0"),
-        oldVersion("0.9"),
-        oldVersion(" 1"),
-        oldVersion(""),
-        {whole("1", ""), "Invalid backup (metabase tag should have one child; it has 0)\n" + failed, ""},
-        {whole("1", node + "<!-- -->"),
-         "Invalid backup (metabase tag should have one child; it has 2)\n" + failed, ""},
-        child("<OBJ/>", "OBJ"),
-        child("<object/>", "object"),
-        child("text", "#text"),
-        {whole("1", path + "<children/></obj>"),
-         "Node <obj path=\"IIS://localhost\"> must have exactly one \"props\" child node; it has has "
-         "0\n{80004005 "
-         "restore}{80004005 restore}",
-         ""},
-        {whole("1", path + "<props/></obj>"),
-         "Node <obj path=\"IIS://localhost\"> must have exactly one \"children\" child node; it has has "
-         "0\n{80004005 "
-         "restore}{80004005 restore}",
-         ""},
-        {whole("1", tooLong),
-         "Node <obj path=\"IIS://localhost\" a=\"" + std::string(8100, 'x') +
-             "\"> must have exactly one \"props\" child node; it has has 0\n{80004005 restore}{80004005 "
-             "restore}",
-         ""},
-    };
-    FileCase noPath = missing("");
-    noPath.out = "{800401E4 restore}";
-    noPath.err = "Root object  doesn't exist...not handling this yet\n";
-    FileCase wrongPath = missing(" path=\"IIS://localhost/n&#233;\"");
-    wrongPath.out = "{80005004 restore}";
-    wrongPath.err = "Root object IIS://localhost/n\xE9 doesn't exist...not handling this yet\n";
-    cases.insert(cases.end(), {noPath, wrongPath});
     const std::string before = live("IIsComputer A:IIsWebFile");
-    for (const FileCase& test : cases) {
+    std::vector<TestCase> cases = testCases("no-backups.txt");
+    const std::string attribute = "<obj path=\"IIS://localhost\" a=\"" + std::string(8100, 'x') + "\"";
+    cases.push_back(
+        {{"file", "<x version=\"1\">" + attribute + " b=\"" + std::string(200, 'y') +
+                      "\" c=\"z\"><children/></obj></x>"},
+         {"says", "Node " + attribute + "> must have exactly one \"props\" child node; it has has 0\n" +
+                      "{80004005 restore}{80004005 restore}"}});
+    for (TestCase& test : cases) {
         for (const std::vector<std::string>& options : {std::vector<std::string>{}, {"-n"}}) {
-            const Restored run = restore(before, test.xml, options);
-            EXPECT_EQ(folded(run.out), test.out) << test.xml.substr(0, 100);
-            EXPECT_EQ(run.err, test.err);
+            const Restored run = restore(before, test["file"], options);
+            EXPECT_EQ(folded(run.out), test["says"]) << test["file"].substr(0, 100);
+            EXPECT_EQ(run.err, test["stderr"]);
             EXPECT_EQ(run.exitCode, 2);
             EXPECT_EQ(run.metabase, before);
         }
@@ -129,115 +70,36 @@ TEST(RestoreFiles, thatCannotBeReadAreNamed) {
     }
 }
 
-struct FaultCase {
-    const char* call;
-    int number;
-    std::string said;
-};
-
 TEST(Restore, stopsAtTheFirstFailureAndTellsIt) {
-    const std::string top = "{restoreProp}{restoreProp}{restore}{restore}";
-    const std::string children = "{restoreObj}{restore}{restore}";
-    const std::string set = allLines.substr(0, allLines.find('\n') + 1);
-    const std::string both =
-        set + allLines.substr(set.size(), allLines.find('\n', set.size()) + 1 - set.size());
-    const std::string three = allLines.substr(0, allLines.rfind("Setting"));
-    const std::string create = allLines + created("P/N", "IIsWebFile");
-    const std::string erase = create + deleted("D", "IIsWebDirectory");
-    const FaultCase cases[] = {
-        {"CoCreateInstance", 1, "{xmlUtils}Creating XML DOM object{restore}"},
-        {"IXMLDOMDocument::put_async", 1, "{xmlUtils}{restore}"},
-        {"IXMLDOMDocument::loadXML", 1, "{xmlUtils}loading XML from backup file f{restore}"},
-        {"IXMLDOMDocument::get_documentElement", 1, "{restore}"},
-        {"IXMLDOMElement::getAttribute", 1, "{restore}{restore}"},
-        {"IXMLDOMNode::get_childNodes", 1, "{xmlUtils}{restore}{restore}"},
-        {"IXMLDOMNodeList::get_length", 1, "{xmlUtils}{restore}{restore}"},
-        {"IXMLDOMNode::get_firstChild", 1, "{restore}{restore}"},
-        {"IXMLDOMNode::get_nodeName", 1, "{restore}{restore}"},
-        {"IXMLDOMNode::get_firstChild", 2, "{restore}"},
-        {"query IXMLDOMElement", 1, "{restore}{restore}"},
-        {"IXMLDOMElement::getAttribute", 2, "{restore}{restore}"},
-        {"IXMLDOMNode::selectNodes", 1, "{xmlUtils}{restore}{restore}"},
-        {"IXMLDOMNodeList::nextNode", 1, "{xmlUtils}{restore}{restore}"},
-        {"IADs::get_Schema", 1,
-         "{schemaCache}{restoreProp}Getting schema info from schema cache{restore}{restore}"},
-        {"IXMLDOMNode::get_childNodes", 2, "{restoreProp}{restore}{restore}"},
-        {"IXMLDOMNodeList::nextNode", 2, "{restoreProp}{restore}{restore}"},
-        {"query IXMLDOMElement", 2, "{propInfo}{restoreProp}{restore}{restore}"},
-        {"IADs::GetEx", 1, top},
-        {"IXMLDOMNode::get_text", 1, "{propInfo}{propInfo}{propInfo}{propDefault}" + top},
-        {"IADs::get_ADsPath", 1, "{propDefault}" + top},
-        {"IADs::Put", 1, set + "{propDefault}" + top},
-        {"IADs::SetInfo", 1, set + "{propDefault}" + top},
-        {"CoGetClassObject", 1, both + "{propMimeMap}" + top},
-        {"IClassFactory::CreateInstance", 1, three + "{propMimeMap}" + top},
-        {"IISMimeType::put_Extension", 2, three + "{propMimeMap}" + top},
-        {"IISMimeType::put_MimeType", 1, three + "{propMimeMap}" + top},
-        {"query IDispatch", 2, three + "{propMimeMap}" + top},
-        {"IADs::Put", 3, three + "{propMimeMap}Put() for MimeMap property" + top},
-        {"IADs::SetInfo", 3, three + "{propMimeMap}" + top},
-        {"query IISIPSecurity", 1, three + "{propIPSec}QI for IISIPSecurity on IPSecurity property" + top},
-        {"IXMLDOMNode::selectSingleNode", 1,
-         three + "{propIPSec}selectSingleNode ( GrantByDefault ){propIPSec}" + top},
-        {"IXMLDOMNode::selectSingleNode", 2,
-         three + "{propIPSec}selectSingleNode ( IPDeny ){propIPSec}" + top},
-        {"IXMLDOMNode::selectSingleNode", 3,
-         three + "{propIPSec}selectSingleNode ( IPGrant ){propIPSec}" + top},
-        {"IXMLDOMNode::selectSingleNode", 4,
-         three + "{propIPSec}selectSingleNode ( DomainDeny ){propIPSec}" + top},
-        {"IXMLDOMNode::selectSingleNode", 5,
-         three + "{propIPSec}selectSingleNode ( DomainGrant ){propIPSec}" + top},
-        {"IISIPSecurity::get_GrantByDefault", 1, three + "{propIPSec}" + top},
-        {"IADs::Get", 1, allLines + "{propIPSec}Getting IPSecurity property" + top},
-        {"IISIPSecurity::put_GrantByDefault", 1, allLines + "{propIPSec}" + top},
-        {"IISIPSecurity::put_DomainGrant", 1, allLines + "{propIPSec}" + top},
-        {"IADs::Put", 4, allLines + "{propIPSec}" + top},
-        {"query IADsContainer", 1, allLines + children},
-        {"ADsBuildEnumerator", 1, allLines + children},
-        {"ADsBuildEnumerator", 2, allLines + children},
-        {"IEnumVARIANT::Next", 1, allLines + children},
-        {"IEnumVARIANT::Next", 4, allLines + children},
-        {"query IADs", 2, allLines + "{restoreObj}QI for IADs on child{restore}{restore}"},
-        {"IADs::get_Name", 1, allLines + children},
-        {"IADs::get_Class", 1, allLines + children},
-        {"query IADsContainer", 2, create + "{objInfo}Getting IADsContainer interface" + children},
-        {"IADsContainer::Create", 1, create + "{objInfo}Error creating object N (IIsWebFile)\n" + children},
-        {"query IADs", 4, create + "{objInfo}" + children},
-        {"IXMLDOMNode::hasChildNodes", 1, create + "{restoreObj}{restore}" + children},
-        {"query IADsDeleteOps", 1, erase + "{objInfo}" + children},
-        {"ADsBuildEnumerator", 3, erase + "{objInfo}" + children},
-        {"IEnumVARIANT::Next", 7, erase + "{objInfo}" + children},
-        {"query IADs", 5, erase + "{objInfo}QI for IADs on child" + children},
-        {"IADs::get_Parent", 1, erase + "{objInfo}{objInfo}" + children},
-        {"ADsGetObject", 4, erase + "{objInfo}{objInfo}" + children},
-        {"IADsContainer::Delete", 1,
-         erase + "{objInfo}Deleting IIsWebFile E from IIS://localhost/D{objInfo}" + children},
-        {"IADsDeleteOps::DeleteObject", 1, erase + deleted("V", "IIsWebVirtualDir") + "{objInfo}" + children},
+    const std::string before = live("IIsWebServer D:IIsWebDirectory D/E:IIsWebFile");
+    for (TestCase test : testCases("restore-faults.txt")) {
+        Faults faults;
+        faults.call = test["call"];
+        faults.number = test.contains("number") ? std::stoi(test["number"]) : 1;
+        const Restored run = restore(before, file(element("N", "IIsWebFile"), allProps), {}, faults);
+        EXPECT_EQ(folded(run.out + run.err), test["says"]) << test["call"] << test["number"];
+        EXPECT_EQ(run.exitCode, 2) << test["call"] << test["number"];
+    }
+}
+
+TEST(Restore, ofTheDeepestTreeNeedsLittleStack) {
+    const Folder folder;
+    std::string objects = "IIsWebDirectory";
+    std::string path;
+    for (int level = 2; level <= 256; ++level)
+        objects.append(" ").append(path.append(level > 2 ? "/d" : "d")).append(":IIsWebDirectory");
+    const auto run = [&](const char* mode) {
+        const Outcome outcome = runTool(folder, {mode, "-file", "f"}, [] {
+            const rlimit stack{1 << 20, 1 << 20};
+            ::setrlimit(RLIMIT_STACK, &stack);
+        });
+        EXPECT_EQ(outcome.exitCode, 0);
     };
-    const std::string before = live("IIsWebServer D:IIsWebDirectory D/E:IIsWebFile V:IIsWebVirtualDir");
-    const std::string xml = file(element("N", "IIsWebFile"), allProps);
-    const std::string done = allLines + created("P/N", "IIsWebFile") + deleted("D", "IIsWebDirectory") +
-                             deleted("V", "IIsWebVirtualDir");
-    EXPECT_EQ(restore(before, xml).out, done);
-    for (const FaultCase& test : cases) {
-        Faults faults;
-        faults.call = test.call;
-        faults.number = test.number;
-        const Restored run = restore(before, xml, {}, faults);
-        EXPECT_EQ(folded(run.out), test.said) << test.call << test.number;
-        EXPECT_EQ(run.exitCode, 2) << test.call << test.number;
-        // A success that delivers nothing is taken for what it is, too.
-        faults.status = S_OK;
-        const int exitCode = restore(before, xml, {}, faults).exitCode;
-        EXPECT_TRUE(exitCode == 0 || exitCode == 2) << test.call << test.number << " " << exitCode;
-    }
-    // After a create or a delete the commit is not looked at.
-    for (const int number : {5, 6, 7, 8}) {
-        Faults faults;
-        faults.call = "IADs::SetInfo";
-        faults.number = number;
-        EXPECT_EQ(restore(before, xml, {}, faults).out, done);
-    }
+    folder.write("metabase.txt", live(objects));
+    run("-backup");
+    folder.write("metabase.txt", live("IIsWebDirectory"));
+    run("-restore");
+    EXPECT_EQ(folder.read("metabase.txt"), live(objects));
 }
 
 TEST(Restore, refusesALiveTreeThatChangesUnderIt) {

@@ -11,6 +11,7 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -107,6 +108,32 @@ std::string folded(const std::string& text, const std::string& usual) {
         at = end + 1;
     }
     return result + text.substr(at);
+}
+
+std::string unescaped(std::string text) {
+    for (std::size_t at = text.find('\\'); at != std::string::npos; at = text.find('\\', at + 1)) {
+        const char kind = text[at + 1];
+        if (kind == 'x') {
+            text.replace(at, 4, 1, static_cast<char>(std::stoi(text.substr(at + 2, 2), nullptr, 16)));
+        } else {
+            text.replace(at, 2, 1, kind == 'n' ? '\n' : kind == 'r' ? '\r' : kind == 't' ? '\t' : kind);
+        }
+    }
+    return text;
+}
+
+std::vector<TestCase> testCases(const std::string& name) {
+    std::istringstream lines(testData(name));
+    std::vector<TestCase> cases;
+    TestCase test;
+    for (std::string line; std::getline(lines, line) || !test.empty(); line.clear()) {
+        if (line.starts_with('#')) continue;
+        const std::size_t blank = line.find(' ');
+        if (!line.empty()) test[line.substr(0, blank)] = unescaped(line.substr(blank + 1));
+        if (line.empty() && !test.empty()) cases.push_back(std::exchange(test, {}));
+    }
+    if (cases.size() < 2) std::abort();
+    return cases;
 }
 
 std::string sampleMetabase() { return readBytes(SKEINKEEP_SAMPLES "/metabase.txt"); }

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -56,3 +57,8 @@ std::string folded(const std::string& text, const std::string& usual = "80070005
 /// The bytes of the sample metabase, and of a file in tests/data.
 std::string sampleMetabase();
 std::string testData(const std::string& name);
+
+/// The cases of a file in tests/data: lines of a key and a text, in which \n and \xNN are escapes. A blank
+/// line ends a case, and lines that begin with # are comments.
+using TestCase = std::map<std::string, std::string>;
+std::vector<TestCase> testCases(const std::string& name);

@@ -1,5 +1,6 @@
 #!/bin/sh
-# Installs what is missing, builds the program and shows it at work on the sample metabase.
+# Installs what is missing, builds the program and shows it at work on the sample metabase. SKEINKEEP_UNDER, if set, is
+# the command under which the program runs, such as valgrind.
 set -eu
 cd "$(dirname "$0")/.."
 . tools/packages.sh
@@ -24,7 +25,8 @@ step() {
 }
 run() {
     printf '$ skeinKeep %s\n' "$*"
-    "$program" "$@"
+    # shellcheck disable=SC2086 # a command and its options
+    ${SKEINKEEP_UNDER:-} "$program" "$@"
 }
 
 step "A backup of the sample server"

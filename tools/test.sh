@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs what is missing, builds the program and runs its tests, once as it is and once under the sanitizers.
-# With --all also: the build with the other compiler, a minute of fuzzing for each target, the format of the sources
-# and the static checks.
+# With --all also: the build with the other compiler, the demo under valgrind, a minute of fuzzing for each target, the
+# format of the sources and the static checks.
 set -eu
 cd "$(dirname "$0")/.."
 . tools/packages.sh
@@ -20,6 +20,7 @@ if $all; then
     need libclang-rt-14-dev sh -c 'ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a'
     need clang-format clang-format --version
     need clang-tidy clang-tidy --version
+    need valgrind valgrind --version
 fi
 install_needed
 
@@ -47,6 +48,9 @@ $all || exit 0
 
 echo "== The other compiler, with the benchmarks"
 build build/clang -DCMAKE_CXX_COMPILER=clang++ -DSKEINKEEP_BENCH=ON
+
+echo "== The demo under valgrind"
+SKEINKEEP_UNDER="valgrind -q --leak-check=full --error-exitcode=9" sh tools/demo.sh >/dev/null
 
 echo "== Fuzzing"
 sh tools/fuzz.sh 60

@@ -1,0 +1,25 @@
+# What is installed, and where.
+
+include(GNUInstallDirs)
+set(SKEINKEEP_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Folder of zsh's completions")
+
+# compress FILE AS: adds a compressed copy to the build.
+function(compress file as)
+  set(packed ${CMAKE_BINARY_DIR}/${as})
+  add_custom_command(OUTPUT ${packed} DEPENDS ${CMAKE_SOURCE_DIR}/${file}
+    COMMAND gzip -9nc ${CMAKE_SOURCE_DIR}/${file} >${packed})
+  add_custom_target(compress_${as} ALL DEPENDS ${packed})
+endfunction()
+compress(docs/skeinKeep.1 skeinKeep.1.gz)
+compress(cmake/changelog changelog.gz)
+
+set(documents ${CMAKE_INSTALL_DATADIR}/doc/skeinkeep)
+install(TARGETS skeinKeep)
+install(FILES ${CMAKE_BINARY_DIR}/skeinKeep.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES tools/completion/skeinKeep.bash RENAME skeinKeep
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES tools/completion/_skeinKeep DESTINATION ${SKEINKEEP_ZSH_DIR})
+install(FILES ${CMAKE_BINARY_DIR}/changelog.gz README.md CHANGELOG.md docs/metabase-file.md docs/reliability.md
+  DESTINATION ${documents})
+install(FILES LICENSE RENAME copyright DESTINATION ${documents})
+install(FILES samples/metabase.txt DESTINATION ${documents}/examples)

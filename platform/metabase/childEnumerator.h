@@ -1,0 +1,24 @@
+// The walk over an object's children.
+#pragma once
+
+#include "platform/metabase/adsi.h"
+
+/// The one owner of an enumerator.
+class ChildEnumerator {
+public:
+    ChildEnumerator() = default;
+    ChildEnumerator(const ChildEnumerator&) = delete;
+    ChildEnumerator& operator=(const ChildEnumerator&) = delete;
+    ~ChildEnumerator() { free(); }
+
+    /// Starts at the first child of a container.
+    HRESULT build(IADsContainer& container);
+    /// S_OK with the next child in `child`, S_FALSE when there are no more, or a failure: an enumerator that
+    /// gives nothing and doesn't end, a thousand times in a row, is E_UNEXPECTED.
+    HRESULT next(Variant& child);
+    HRESULT free();
+
+private:
+    IEnumVARIANT* enumerator_ = nullptr;
+    bool ended_ = false;
+};
