@@ -23,3 +23,4 @@ install(FILES ${CMAKE_BINARY_DIR}/changelog.gz README.md CHANGELOG.md docs/metab
   DESTINATION ${documents})
 install(FILES LICENSE RENAME copyright DESTINATION ${documents})
 install(FILES samples/metabase.txt DESTINATION ${documents}/examples)
+install(DIRECTORY samples/nightly DESTINATION ${documents}/examples USE_SOURCE_PERMISSIONS)

@@ -42,7 +42,7 @@ ctest --test-dir build/test -j "$jobs" --output-on-failure
 echo "== Tests under the sanitizers"
 build build/sanitized -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DSKEINKEEP_SANITIZE=address,undefined
-UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir build/sanitized -j "$jobs" --output-on-failure
+ASAN_OPTIONS=quarantine_size_mb=8 UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir build/sanitized -j "$jobs" --output-on-failure
 
 $all || exit 0
 
