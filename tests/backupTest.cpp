@@ -29,6 +29,31 @@ std::string propsOf(const std::string& backup) {
                : backup.substr(at + begin.size(), backup.find("    </props>") - at - begin.size());
 }
 
+struct Backup : Outcome {
+    std::string file;
+};
+
+Backup backUpWith(const Faults& faults) {
+    const Folder folder;
+    folder.write("metabase.txt", exampleMetabase);
+    const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [&] { installFaults(faults); });
+    EXPECT_EQ(run.out, "");
+    return {run, folder.read("f")};
+}
+
+/// A property is read with another type: without data, an array with two dimensions.
+Faults retyped(const std::string& property, VARTYPE type) {
+    Faults faults;
+    faults.onRead = [=](const std::u16string& name, VARIANT& value) {
+        if (name != std::u16string(property.begin(), property.end())) return;
+        VariantClear(&value);
+        value.vt = type;
+        const SAFEARRAYBOUND bounds[] = {{1, 0}, {2, 5}};
+        if ((type & VT_ARRAY) != 0) value.parray = SafeArrayCreate(VT_VARIANT, 2, bounds);
+    };
+    return faults;
+}
+
 TEST(Backup, writesTheExampleByteForByte) {
     const Folder folder;
     folder.write("metabase.txt", exampleMetabase);
@@ -44,13 +69,7 @@ TEST(Backup, leavesInheritedPropertiesOutWhenAsked) {
     const Folder folder;
     folder.write("metabase.txt", exampleMetabase);
     // A value that would not be read can't fail the run either.
-    const auto failingRead = [] {
-        Faults faults;
-        faults.onRead = [](const std::u16string& name, VARIANT& value) {
-            if (name == u"IPSecurity") VariantClear(&value);
-        };
-        installFaults(faults);
-    };
+    const auto failingRead = [] { installFaults(retyped("IPSecurity", VT_EMPTY)); };
     const Outcome run =
         runTool(folder, {"-backup", "-noinherit", "-debug", "6", "-file", "f.xml"}, failingRead);
     EXPECT_EQ(run.exitCode, 0);
@@ -86,123 +105,36 @@ TEST(Backup, escapesWhatAnAttributeCannotHold) {
     }
 }
 
-struct FailureCase {
-    Faults faults;
-    std::string err;
-    /// How the file ends.
-    std::string tail;
-};
-
-Faults fault(const std::string& call, int number = 1) {
-    Faults faults;
-    faults.call = call;
-    faults.number = number;
-    return faults;
-}
-
-Faults reading(const std::u16string& property, const std::function<void(VARIANT&)>& change) {
-    Faults faults;
-    faults.onRead = [=](const std::u16string& name, VARIANT& value) {
-        if (name == property) change(value);
-    };
-    return faults;
-}
-
-void makeTwoDimensional(VARIANT& value) {
-    VariantClear(&value);
-    const SAFEARRAYBOUND bounds[] = {{1, 0}, {2, 5}};
-    value.vt = VT_ARRAY | VT_VARIANT;
-    value.parray = SafeArrayCreate(VT_VARIANT, 2, bounds);
-}
-
 TEST(Backup, stopsAtTheFirstFailureAndTellsIt) {
-    const std::string top = "<obj name=\"localhost\" class=\"IIsComputer\" path=\"IIS://localhost\">\n";
-    const std::string child =
-        "<obj name=\"MimeMap\" class=\"IIsMimeMap\" path=\"IIS://localhost/MimeMap\">\n";
-    const std::string rise = "{backup}{backup}{backup}";
-    const std::string inChild = rise + "{backup}";
-    const auto clear = [](VARIANT& value) { VariantClear(&value); };
-    const auto retype = [](VARTYPE type) {
-        return [type](VARIANT& value) {
-            VariantClear(&value);
-            value.vt = type;
-        };
-    };
-    const FailureCase cases[] = {
-        {fault("ADsGetObject"), "{backup}Connecting to IIS via ADSI{backup}",
-         "<metabase version=\"1.0.0\">\n"},
-        {fault("IADs::get_Name", 2), inChild, "    <children>\n"},
-        {fault("ADsGetObject", 2), "{schemaCache}{schemaCache}{backup}" + rise, top + "    <props>\n"},
-        {fault("query IADs"), "{backup}QI for IADs on child{backup}{backup}", "    <children>\n"},
-        {reading(u"ExampleFlag", retype(VT_CLSID)),
-         "{80020008 propDefault}Dumping property ExampleFlag{80020008 backup}Dumping property "
-         "ExampleFlag{80020008 "
-         "backup}{80020008 backup}{80020008 backup}{80020008 backup}",
-         "      <prop name=\"ExampleFlag\" type=\"72\">"},
-        {reading(u"IPSecurity", clear),
-         "{8000FFFF propIPSec}IPSecurity property should be of type VT_DISPATCH{8000FFFF backup}Dumping "
-         "property "
-         "IPSecurity{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}",
-         "          <prop name=\"IPSecurity\" inherited=\"true\">\n"},
-        {reading(u"IPSecurity", retype(VT_DISPATCH)),
-         "{80020005 propIPSec}QI for IISIPSecurity on IPSecurity property{80020005 backup}Dumping property "
-         "IPSecurity{80020005 backup}{80020005 backup}{80020005 backup}{80020005 backup}{80020005 backup}",
-         "          <prop name=\"IPSecurity\" inherited=\"true\">\n"},
-        {reading(u"MimeMap", clear),
-         "{8000FFFF propMimeMap}MimeMap property should be an array{8000FFFF backup}Dumping property "
-         "MimeMap{8000FFFF "
-         "backup}{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}",
-         child + "        <props>\n"},
-        {reading(u"MimeMap", makeTwoDimensional),
-         "{8000FFFF propMimeMap}MimeMap property has 2 dimensions (expected 1){8000FFFF backup}Dumping "
-         "property "
-         "MimeMap{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}{8000FFFF backup}",
-         child + "        <props>\n"},
-    };
-    for (const FailureCase& test : cases) {
-        const Folder folder;
-        folder.write("metabase.txt", exampleMetabase);
-        const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [&] { installFaults(test.faults); });
-        EXPECT_EQ(run.exitCode, 2) << test.faults.call;
-        EXPECT_EQ(folded(run.err), test.err) << test.faults.call << test.faults.number;
-        EXPECT_EQ(run.out, "");
-        const std::string backup = folder.read("f");
-        EXPECT_TRUE(backup.ends_with(test.tail)) << test.faults.call << test.faults.number << "\n" << backup;
-        EXPECT_TRUE(test.faults.onRead || exampleBackup.starts_with(backup)) << backup;
+    for (TestCase test : testCases("backup-faults.txt")) {
+        Faults faults = retyped(test["read"], static_cast<VARTYPE>(std::stoi("0" + test["as"])));
+        faults.call = test["call"];
+        faults.number = std::stoi("0" + test["number"]);
+        const Backup run = backUpWith(faults);
+        EXPECT_EQ(run.exitCode, 2) << test["says"];
+        EXPECT_EQ(folded(run.err, test["status"]), test["says"]);
+        EXPECT_TRUE(run.file.ends_with(test["tail"] + (test["as"] == "72" ? "" : "\n")))
+            << test["says"] << "\n"
+            << run.file;
     }
 }
 
 TEST(Backup, passesOverWhatIsNoFailure) {
     Faults patient;
     patient.idleAnswers = 999;
+    EXPECT_EQ(backUpWith(patient).file, exampleBackup);
     Faults lastWithEnd;
     lastWithEnd.lastWithEnd = true;
-    for (const Faults& faults : {patient, lastWithEnd}) {
-        const Folder folder;
-        folder.write("metabase.txt", exampleMetabase);
-        const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [&] { installFaults(faults); });
-        EXPECT_EQ(run.exitCode, 0) << run.err;
-        EXPECT_EQ(folder.read("f"), exampleBackup);
-    }
+    EXPECT_EQ(backUpWith(lastWithEnd).file, exampleBackup);
     // A null string isn't an empty one.
-    const Folder nullText;
-    nullText.write("metabase.txt", exampleMetabase);
-    runTool(nullText, {"-backup", "-file", "f"}, [] {
-        installFaults(reading(u"ExampleEmpty", [](VARIANT& value) {
-            VariantClear(&value);
-            value.vt = VT_BSTR;
-        }));
-    });
-    EXPECT_NE(nullText.read("f").find("name=\"ExampleEmpty\" type=\"8\">&lt;unsupported/&gt;<"),
-              std::string::npos);
+    const std::string nullText = backUpWith(retyped("ExampleEmpty", VT_BSTR)).file;
+    EXPECT_NE(nullText.find("name=\"ExampleEmpty\" type=\"8\">&lt;unsupported/&gt;<"), std::string::npos);
 }
 
 TEST(Backup, givesUpOnAnEnumeratorThatNeverEnds) {
-    const Folder folder;
-    folder.write("metabase.txt", exampleMetabase);
     Faults faults;
     faults.idleAnswers = 1000;
-    const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [&] { installFaults(faults); });
+    const Backup run = backUpWith(faults);
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_EQ(folded(run.err, "8000FFFF"), "{backup}{backup}{backup}");
 }

@@ -4,7 +4,6 @@
 
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <random>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -110,55 +109,6 @@ TEST(Restore, refusesALiveTreeThatChangesUnderIt) {
         const Restored run = restore(before, file(element("N", "IIsWebFile")), {}, faults);
         EXPECT_EQ(folded(run.out, "8000FFFF"), "{restoreObj}{restore}{restore}");
         EXPECT_EQ(run.metabase, before);
-    }
-}
-
-/// Changes the sample at random as an administrator would, only where a restore can bring it back.
-std::string changedAtRandom(const std::string& metabase, std::mt19937& random) {
-    const std::vector<std::string> whole = {
-        "MSFTPSVC/2", "NntpSvc/1", "Pop3Svc",        "W3SVC/10/ROOT",
-        "W3SVC/2",    "W3SVC/20",  "W3SVC/AppPools", "W3SVC/1/ROOT/old shop"};
-    const std::string changes[] = {
-        "+set \"localhost/W3SVC\" DefaultDoc \"" + std::to_string(random()) + "\"",
-        "+set \"localhost/W3SVC/1\" ServerBindings [] MimeMap mime(\".x\" \"y\")",
-        std::string("+set \"localhost/W3SVC/3\" IPSecurity ipsec(GrantByDefault false, IPGrant [\"1\"], ") +
-            "IPDeny [], DomainGrant [], DomainDeny [\"x\"])",
-        "+set \"localhost/W3SVC/1/ROOT\" AccessFlags " + std::to_string(random() % 1000) + " Path \"<&>\"",
-        "+set \"localhost/MSFTPSVC/1\" GreetingMessage [3, true, \"é€\"]",
-        "+set \"localhost/MimeMap\" MimeMap mime()",
-        "+create \"localhost/W3SVC/1/ROOT/brand new\" IIsWebDirectory",
-        "+create \"localhost/W3SVC/77\" IIsWebServer",
-        "+delete \"localhost/W3SVC/3/ROOT\"\n+create \"localhost/W3SVC/3/ROOT\" IIsWebDirectory",
-        "+delete \"localhost/MSFTPSVC/1/ROOT\""};
-    std::string text = metabase;
-    for (const std::string& change : changes) text += random() % 2 == 0 ? change + "\n" : "";
-    for (const std::string& path : whole)
-        text += random() % 3 == 0 ? "+delete \"localhost/" + path + "\"\n" : "";
-    return text;
-}
-
-TEST(Restore, bringsAChangedServerBackWholly) {
-    const unsigned seed = std::random_device()();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
-    const std::string never =
-        "Setting IIS://localhost/NntpSvc/1/Feeds/1:FeedStartTime property to [unknown variant type 7]\n";
-    const Folder folder;
-    const std::string sample = sampleMetabase();
-    folder.write("metabase.txt", sample);
-    EXPECT_EQ(runProgram(folder, {"-backup", "-file", "before"}).exitCode, 0);
-    for (int round = 0; round < 20; ++round) {
-        const std::string changed = changedAtRandom(sample, random);
-        folder.write("metabase.txt", changed);
-        EXPECT_EQ(runProgram(folder, {"-restore", "-n", "-file", "before"}).exitCode, 0);
-        EXPECT_EQ(folder.read("metabase.txt"), changed);
-        EXPECT_EQ(runProgram(folder, {"-restore", "-file", "before"}).exitCode, 0);
-        EXPECT_EQ(runProgram(folder, {"-backup", "-file", "after"}).exitCode, 0);
-        EXPECT_EQ(comparable(folder.read("after")), comparable(folder.read("before")));
-        const std::string restored = folder.read("metabase.txt");
-        const Outcome again = runProgram(folder, {"-restore", "-file", "before"});
-        EXPECT_EQ(again.out + again.err, never);
-        EXPECT_EQ(folder.read("metabase.txt"), restored);
     }
 }
 
