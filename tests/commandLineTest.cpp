@@ -5,6 +5,8 @@
 #include "tests/support.h"
 
 #include <gtest/gtest.h>
+#include <iterator>
+#include <sstream>
 
 namespace {
 
@@ -14,27 +16,17 @@ const std::string usageText =
     "  [-debug <n>]\n";
 
 TEST(CommandLine, refusesWhatItDoesNotUnderstandAndTouchesNoFile) {
-    const std::vector<std::string> lines[] = {{},
-                                              {"-backup"},
-                                              {"-file", "f"},
-                                              {"-backup", "-backup", "-file", "f"},
-                                              {"-restore", "-restore", "-file", "f"},
-                                              {"-backup", "-restore", "-file", "f"},
-                                              {"-backup", "-file"},
-                                              {"-file", "f", "-backup", "-file"},
-                                              {"-backup", "-file", "f", "-root"},
-                                              {"-backup", "-file", "f", "-log"},
-                                              {"-backup", "-file", "f", "-debug"},
-                                              {"-backup", "-file", "f", "-nx"},
-                                              {"-backup", "-file", "f", "-N"},
-                                              {"-backup", "-file", "f", "f"},
-                                              {"-backup", "-file", "f", ""}};
-    for (const auto& line : lines) {
+    for (const char* text : {"", "-backup", "-file f", "-backup -backup -file f", "-restore -restore -file f",
+                             "-backup -restore -file f", "-backup -file", "-file f -backup -file",
+                             "-backup -file f -root", "-backup -file f -log", "-backup -file f -debug",
+                             "-backup -file f -nx", "-backup -file f -N", "-backup -file f f"}) {
+        std::istringstream words(text);
+        const std::vector<std::string> line(std::istream_iterator<std::string>(words), {});
         const Folder folder;
         folder.write("metabase.txt", sampleMetabase());
         const Outcome run = runProgram(folder, line);
-        EXPECT_EQ(run.exitCode, 1) << testing::PrintToString(line);
-        EXPECT_EQ(run.err, usageText) << testing::PrintToString(line);
+        EXPECT_EQ(run.exitCode, 1) << text;
+        EXPECT_EQ(run.err, usageText) << text;
         EXPECT_EQ(run.out, "");
         EXPECT_EQ(folder.read("f"), "<none>");
     }
