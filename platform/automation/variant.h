@@ -128,13 +128,15 @@ HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, WORD flags, VA
 /// The one owner of a VARIANT's contents.
 class Variant {
 public:
-    Variant() { VariantInit(&value_); }
+    Variant() = default;
     Variant(Variant&& other) noexcept : value_(other.detach()) {}
     Variant& operator=(Variant&& other) noexcept {
         std::swap(value_, other.value_);
         return *this;
     }
-    ~Variant() { VariantClear(&value_); }
+    ~Variant() {
+        if (value_.vt != VT_EMPTY) VariantClear(&value_);
+    }
 
     /// Takes over a value.
     static Variant adopt(const VARIANT& value) {
@@ -153,13 +155,11 @@ public:
     VARIANT& get() { return value_; }
     const VARIANT& get() const { return value_; }
 
-    void reset() { VariantClear(&value_); }
-    /// Gives the value away; the caller clears it.
-    VARIANT detach() {
-        const VARIANT value = value_;
-        VariantInit(&value_);
-        return value;
+    void reset() {
+        if (value_.vt != VT_EMPTY) VariantClear(&value_);
     }
+    /// Gives the value away; the caller clears it.
+    VARIANT detach() { return std::exchange(value_, VARIANT{}); }
     /// The place where a call puts a value; what was held before is cleared.
     VARIANT* out() {
         reset();
@@ -167,5 +167,5 @@ public:
     }
 
 private:
-    VARIANT value_;
+    VARIANT value_{};
 };

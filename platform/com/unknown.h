@@ -3,6 +3,7 @@
 // References are counted without atomic operations: the whole process works on one thread.
 #pragma once
 
+#include "platform/com/memory.h"
 #include "platform/com/status.h"
 
 #include <cstddef>
@@ -126,6 +127,9 @@ public:
     ComObject() = default;
     ComObject(const ComObject&) = delete;
     ComObject& operator=(const ComObject&) = delete;
+
+    static void* operator new(std::size_t size) { return takeMemory(size); }
+    static void operator delete(void* object, std::size_t size) { giveMemory(object, size); }
 
     HRESULT QueryInterface(const IID& wanted, void** out) override {
         *out = nullptr;
