@@ -5,6 +5,7 @@
 
 #include "platform/metabase/lineReader.h"
 
+#include <array>
 #include <deque>
 #include <optional>
 #include <unordered_map>
@@ -117,4 +118,7 @@ private:
     std::deque<Node> nodes_;
     std::deque<std::string> texts_;
     Node above_;
+
+    // The same few names are looked up again and again: each is found in its slot, without a hash of it all.
+    mutable std::array<PropertyId, 256> recentProperties_{};
 };
