@@ -144,11 +144,31 @@ public:
         owner.value_ = value;
         return owner;
     }
-    static Variant ofString(Bstr text);
-    static Variant ofBool(bool truth);
+    static Variant ofString(Bstr text) {
+        Variant made;
+        made.value_.vt = VT_BSTR;
+        made.value_.bstrVal = text.detach();
+        return made;
+    }
+    static Variant ofBool(bool truth) {
+        Variant made;
+        made.value_.vt = VT_BOOL;
+        made.value_.boolVal = truth ? VARIANT_TRUE : VARIANT_FALSE;
+        return made;
+    }
     /// Takes over an array of VARIANTs.
-    static Variant ofArray(SAFEARRAY* array);
-    static Variant ofDispatch(ComPtr<IDispatch> object);
+    static Variant ofArray(SAFEARRAY* array) {
+        Variant made;
+        made.value_.vt = VT_ARRAY | VT_VARIANT;
+        made.value_.parray = array;
+        return made;
+    }
+    static Variant ofDispatch(ComPtr<IDispatch> object) {
+        Variant made;
+        made.value_.vt = VT_DISPATCH;
+        made.value_.pdispVal = object.detach();
+        return made;
+    }
 
     VARTYPE type() const { return value_.vt; }
     const VARIANT* operator->() const { return &value_; }

@@ -46,8 +46,8 @@ bool MetabaseObject::offers(const IID& wanted) const {
     return true;
 }
 
-HRESULT MetabaseObject::checkBound() const {
-    return node_.gone ? failWith(E_ADS_OBJECT_UNBOUND, adsPathOf(node_) + u" has been deleted") : S_OK;
+HRESULT MetabaseObject::failUnbound() const {
+    return failWith(E_ADS_OBJECT_UNBOUND, adsPathOf(node_) + u" has been deleted");
 }
 
 HRESULT MetabaseObject::findProperty(BSTR name, PropertyId& property) const {

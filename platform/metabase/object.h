@@ -36,7 +36,8 @@ protected:
     bool offers(const IID& wanted) const override;
 
 private:
-    HRESULT checkBound() const;
+    HRESULT checkBound() const { return node_.gone ? failUnbound() : S_OK; }
+    HRESULT failUnbound() const;
     /// The property, if the object's class lists it.
     HRESULT findProperty(BSTR name, PropertyId& property) const;
 

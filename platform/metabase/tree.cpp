@@ -100,7 +100,9 @@ EffectiveValue MetabaseTree::effectiveValue(const Node& node, PropertyId propert
 bool MetabaseTree::addProperty(PropertyDefinition definition) {
     if (findProperty(definition.name)) return false;
     const auto id = static_cast<PropertyId>(properties_.size());
-    propertyIds_.emplace(properties_.emplace_back(std::move(definition)).name, id);
+    definition.name = propertyNames_.emplace_back(definition.name);
+    propertyIds_.emplace(definition.name, id);
+    properties_.push_back(definition);
     return true;
 }
 

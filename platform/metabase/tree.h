@@ -13,7 +13,7 @@
 using PropertyId = std::uint32_t;
 
 struct PropertyDefinition {
-    std::u16string name;
+    std::u16string_view name;
     std::string_view typeWord;
     ValueForm form = ValueForm::plain;
     bool single = true;
@@ -75,7 +75,7 @@ public:
     MetabaseTree(const MetabaseTree&) = delete;
     MetabaseTree& operator=(const MetabaseTree&) = delete;
 
-    const std::deque<PropertyDefinition>& properties() const { return properties_; }
+    const std::vector<PropertyDefinition>& properties() const { return properties_; }
     const std::deque<ClassDefinition>& classes() const { return classes_; }
     const Node& above() const { return above_; }
     Node& above() { return above_; }
@@ -93,7 +93,7 @@ public:
     /// the default.
     EffectiveValue effectiveValue(const Node& node, PropertyId property) const;
 
-    /// False if the name is taken.
+    /// False if the name is taken. The definition's name, which is copied, needn't outlive the call.
     bool addProperty(PropertyDefinition definition);
     bool addClass(ClassDefinition definition);
     /// Keeps a text for as long as the tree.
@@ -111,7 +111,8 @@ public:
     static bool setValue(Node& node, PropertyId property, std::string_view text);
 
 private:
-    std::deque<PropertyDefinition> properties_;
+    std::vector<PropertyDefinition> properties_;
+    std::deque<std::u16string> propertyNames_;
     std::deque<ClassDefinition> classes_;
     std::unordered_map<std::u16string_view, PropertyId> propertyIds_;
     std::unordered_map<std::u16string_view, const ClassDefinition*> classesByName_;
@@ -120,5 +121,5 @@ private:
     Node above_;
 
     // The same few names are looked up again and again: each is found in its slot, without a hash of it all.
-    mutable std::array<PropertyId, 256> recentProperties_{};
+    mutable std::array<PropertyId, 1024> recentProperties_{};
 };
