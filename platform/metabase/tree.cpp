@@ -101,6 +101,9 @@ bool MetabaseTree::addProperty(PropertyDefinition definition) {
     if (findProperty(definition.name)) return false;
     const auto id = static_cast<PropertyId>(properties_.size());
     definition.name = propertyNames_.emplace_back(definition.name);
+    std::string nameText;
+    writeName(nameText, definition.name);
+    definition.nameText = keep(std::move(nameText));
     propertyIds_.emplace(definition.name, id);
     properties_.push_back(definition);
     return true;

@@ -14,6 +14,8 @@ using PropertyId = std::uint32_t;
 
 struct PropertyDefinition {
     std::u16string_view name;
+    /// The name as the metabase file has it.
+    std::string_view nameText;
     std::string_view typeWord;
     ValueForm form = ValueForm::plain;
     bool single = true;
@@ -93,7 +95,7 @@ public:
     /// the default.
     EffectiveValue effectiveValue(const Node& node, PropertyId property) const;
 
-    /// False if the name is taken. The definition's name, which is copied, needn't outlive the call.
+    /// False if the name is taken. Copies the name and makes its text.
     bool addProperty(PropertyDefinition definition);
     bool addClass(ClassDefinition definition);
     /// Keeps a text for as long as the tree.
