@@ -138,13 +138,14 @@ bool LineReader::symbol(char expected) {
 bool LineReader::name(std::u16string_view& name) {
     passBlanks();
     if (at_ != end_ && *at_ == '"') return string(name);
-    const char* begin = at_;
-    if (at_ == end_ || !is(*at_, nameStart)) return fail("expected a name");
-    while (at_ != end_ && is(*at_, nameMore)) ++at_;
-    if (at_ != end_ && !is(*at_, wordEnd)) return fail("expected a name");
-    decoded_.resize(static_cast<std::size_t>(at_ - begin));
-    decode(begin, at_, decoded_.size(), decoded_.data());
+    const char* at = at_;
+    if (at == end_ || !is(*at, nameStart)) return fail("expected a name");
+    while (at != end_ && is(*at, nameMore)) ++at;
+    if (at != end_ && !is(*at, wordEnd)) return fail("expected a name");
+    decoded_.assign(static_cast<std::size_t>(at - at_), u'\0');
+    decode(at_, at, decoded_.size(), decoded_.data());
     name = decoded_;
+    at_ = at;
     return true;
 }
 

@@ -20,8 +20,9 @@ public:
     ~OutStream() { flush(); }
 
     void write(std::string_view text) {
+        if (text.empty()) return;
         if (text.size() > capacity - used_) return writeLarge(text);
-        text.copy(buffer_.get() + used_, text.size());
+        std::memcpy(buffer_.get() + used_, text.data(), text.size());
         used_ += text.size();
     }
     void fill(char c, std::size_t count) {
