@@ -2,6 +2,7 @@
 
 #include "platform/com/text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -54,19 +55,33 @@ char32_t takeCharacter(const OLECHAR*& at, const OLECHAR* end) {
     return isHighHalf(unit) || isLowHalf(unit) || unit >= 0xFFFE ? replacement : unit;
 }
 
-/// The units below 256 that stand for themselves: all but those that are given.
-constexpr std::array<bool, 256> allBut(std::string_view special) {
-    std::array<bool, 256> plain{};
-    plain.fill(true);
-    for (const char c : special) plain[static_cast<unsigned char>(c)] = false;
-    return plain;
-}
+/// The units that stand for themselves: those below 256 but the special ones and NUL.
+class PlainUnits {
+public:
+    constexpr explicit PlainUnits(std::string_view special) {
+        plain_.fill(true);
+        for (const char c : special) plain_[static_cast<unsigned char>(c)] = false;
+        plain_[0] = false;
+    }
+    bool has(OLECHAR unit) const { return unit < plain_.size() && plain_[unit]; }
 
-constexpr std::array<bool, 256> plainInText = allBut({"&<>\0", 4});
-constexpr std::array<bool, 256> plainInAttribute = allBut("&<\"");
+private:
+    std::array<bool, 256> plain_{};
+};
 
-const OLECHAR* endOfPlain(const OLECHAR* at, const OLECHAR* end, const std::array<bool, 256>& plain) {
-    while (at != end && *at < plain.size() && plain[*at]) ++at;
+constexpr PlainUnits plainInText("&<>");
+constexpr PlainUnits plainInAttribute("&<\"");
+
+/// Writes the plain units of a text up to the first other one, and answers its place.
+const OLECHAR* writePlain(OutStream& stream, const OLECHAR* at, const OLECHAR* end) {
+    while (at != end && plainInText.has(*at)) {
+        const std::size_t room = std::min(static_cast<std::size_t>(end - at), OutStream::maxReserve);
+        char* out = stream.reserve(room);
+        std::size_t count = 0;
+        for (; count < room && plainInText.has(at[count]); ++count) out[count] = static_cast<char>(at[count]);
+        stream.commit(count);
+        at += count;
+    }
     return at;
 }
 
@@ -137,11 +152,7 @@ Status printVariant(OutStream& stream, const VARIANT& value) {
 Status printXmlEscaped(OutStream& stream, BSTR text) {
     const OLECHAR* at = text;
     const OLECHAR* end = at + SysStringLen(text);
-    while (at != end) {
-        const OLECHAR* plain = at;
-        at = endOfPlain(at, end, plainInText);
-        writeNarrowed(stream, {plain, static_cast<std::size_t>(at - plain)});
-        if (at == end) break;
+    while ((at = writePlain(stream, at, end)) != end) {
         switch (const char32_t character = takeCharacter(at, end); character) {
         case u'&': outPrintf(stream, "&amp;"); break;
         case u'<': outPrintf(stream, "&lt;"); break;
@@ -153,15 +164,21 @@ Status printXmlEscaped(OutStream& stream, BSTR text) {
     return S_OK;
 }
 
-XmlAttributeText::XmlAttributeText(const OLECHAR* text) : text_(text) {
+XmlAttributeText::XmlAttributeText(const OLECHAR* text) {
     if (text == nullptr) return;
-    const std::u16string_view units(text);
-    const OLECHAR* at = units.data();
-    const OLECHAR* end = at + units.size();
-    if (endOfPlain(at, end, plainInAttribute) == end) return;
+    const OLECHAR* at = text;
+    while (plainInAttribute.has(*at)) ++at;
+    text_ = {text, static_cast<std::size_t>(at - text)};
+    if (*at != u'\0') escape(at);
+}
+
+/// Makes the escaped text, of which the part ahead of `at` is plain.
+void XmlAttributeText::escape(const OLECHAR* at) {
+    const OLECHAR* end = at + std::u16string_view(at).size();
+    escaped_ = text_;
     while (at != end) {
         const OLECHAR* plain = at;
-        at = endOfPlain(at, end, plainInAttribute);
+        while (plainInAttribute.has(*at)) ++at;
         escaped_.append(plain, at);
         if (at == end) break;
         switch (const char32_t character = takeCharacter(at, end); character) {

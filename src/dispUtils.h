@@ -26,10 +26,12 @@ Status printXmlEscaped(OutStream& stream, BSTR text);
 class XmlAttributeText {
 public:
     explicit XmlAttributeText(const OLECHAR* text);
-    operator const OLECHAR*() const { return escaped_.empty() ? text_ : escaped_.c_str(); }
+    operator std::u16string_view() const { return escaped_.empty() ? text_ : escaped_; }
 
 private:
-    const OLECHAR* text_;
+    void escape(const OLECHAR* at);
+
+    std::u16string_view text_;
     std::u16string escaped_;
 };
 

@@ -7,6 +7,7 @@
 #include "src/xmlUtils.h"
 
 #include <algorithm>
+#include <span>
 #include <vector>
 
 namespace {
@@ -65,6 +66,7 @@ Status parseList(IXMLDOMNode& node, std::vector<Variant>& values) {
     if (Status status = xmlGetChildNodes(node, children); status < 0) return reported(status);
     LONG length = 0;
     if (Status status = children->get_length(&length); status < 0) return reported(status);
+    values.reserve(static_cast<std::size_t>(std::max(length, 0)));
     for (LONG i = 0; i < length; ++i) {
         ComPtr<IXMLDOMNode> child;
         if (Status status = children->nextNode(child.out()); status < 0) return reported(status);
@@ -76,7 +78,7 @@ Status parseList(IXMLDOMNode& node, std::vector<Variant>& values) {
 }
 
 /// Moves the values into an array, without copying what they refer to.
-Status moveIntoArray(std::vector<Variant>& values, Variant& out) {
+Status moveIntoArray(std::span<Variant> values, Variant& out) {
     SafeArray array(values.size());
     if (!array) return reported(E_UNEXPECTED);
     for (std::size_t i = 0; i < values.size(); ++i) array[i] = values[i].detach();
@@ -123,11 +125,15 @@ Status parseValueNode(IXMLDOMNode& node, Variant& out) {
 Status parsePropNode(IXMLDOMNode& node, Variant& out, bool& inherited) {
     Bstr tag;
     if (Status status = node.get_nodeName(tag.out()); status < 0) return reported(status);
-    std::vector<Variant> values;
+    Variant single;
+    std::vector<Variant> list;
+    std::span<Variant> values;
     if (equal(tag, u"prop")) {
-        if (Status status = parseValueNode(node, values.emplace_back()); status < 0) return reported(status);
+        if (Status status = parseValueNode(node, single); status < 0) return reported(status);
+        values = {&single, 1};
     } else if (equal(tag, u"proplist")) {
-        if (Status status = parseList(node, values); status < 0) return status;
+        if (Status status = parseList(node, list); status < 0) return status;
+        values = list;
     } else {
         errPrintf("Unknown property node: %S\n", tag);
         return reported(E_UNEXPECTED);

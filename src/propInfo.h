@@ -36,7 +36,7 @@ constexpr std::uint32_t propFlagIgnored = 4;
 
 /// A row of the property table. A handler may be null.
 struct PropInfo {
-    const OLECHAR* name;
+    std::u16string_view name;
     std::uint32_t flags;
     CmpFn cmpFn;
     SetFn setFn;

@@ -21,6 +21,31 @@ struct ChildEntry {
     bool matched = false;
 };
 
+/// A name's length and its last units as one number: most names differ in it.
+std::uint64_t nameKey(std::u16string_view name) {
+    std::uint64_t key = name.size();
+    for (const OLECHAR unit : name.substr(name.size() - std::min<std::size_t>(name.size(), 3))) {
+        key = key << 16 | unit;
+    }
+    return key;
+}
+
+/// The live children, in the provider's order.
+struct ChildEntries {
+    std::vector<ChildEntry> all;
+    /// Their nameKeys, close together: a search runs over all children for each `obj` element of the file.
+    std::vector<std::uint64_t> keys;
+
+    /// The first child of a name, or null.
+    ChildEntry* find(std::u16string_view name) {
+        const std::uint64_t key = nameKey(name);
+        for (std::size_t i = 0; i < keys.size(); ++i) {
+            if (keys[i] == key && equal(all[i].name, name)) return &all[i];
+        }
+        return nullptr;
+    }
+};
+
 /// One `obj` element of the file.
 struct FileObject {
     IXMLDOMNode& node;
@@ -67,7 +92,7 @@ Status readChild(const Variant& element, ChildEntry& entry) {
 }
 
 /// Reads the live children into entries, of which there must be as many as were counted.
-Status readChildren(IADsContainer& container, std::vector<ChildEntry>& entries) {
+Status readChildren(IADsContainer& container, ChildEntries& entries) {
     ChildEnumerator children;
     if (Status status = children.build(container); status < 0) return reported(status);
     for (std::size_t count = 0;; ++count) {
@@ -75,9 +100,11 @@ Status readChildren(IADsContainer& container, std::vector<ChildEntry>& entries) 
         const Status status = children.next(element);
         if (status < 0) return reported(status);
         const bool ended = status == S_FALSE;
-        if (ended != (count == entries.size())) return reported(E_UNEXPECTED);
+        if (ended != (count == entries.all.size())) return reported(E_UNEXPECTED);
         if (ended) break;
-        if (Status read = readChild(element, entries[count]); read < 0) return read;
+        ChildEntry& entry = entries.all[count];
+        if (Status read = readChild(element, entry); read < 0) return read;
+        entries.keys.push_back(nameKey(view(entry.name)));
     }
     const Status status = children.free();
     return status < 0 ? reported(status) : S_OK;
@@ -152,11 +179,9 @@ Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
     return S_OK;
 }
 
-Status reconcileChild(IADs& parent, const FileObject& object, std::vector<ChildEntry>& entries) {
-    const std::u16string_view name = view(object.name);
-    const auto entry =
-        std::ranges::find_if(entries, [name](const ChildEntry& child) { return equal(child.name, name); });
-    if (entry == entries.end()) return addMissing(parent, object);
+Status reconcileChild(IADs& parent, const FileObject& object, ChildEntries& entries) {
+    ChildEntry* entry = entries.find(view(object.name));
+    if (entry == nullptr) return addMissing(parent, object);
     if (entry->matched) {
         reported(E_UNEXPECTED);
         errPrintf("ERROR: object \"%S\" appears more than once in the backup file", object.name);
@@ -168,7 +193,7 @@ Status reconcileChild(IADs& parent, const FileObject& object, std::vector<ChildE
     return S_OK;
 }
 
-Status walkFile(IADs& object, IXMLDOMNode& childrenNode, std::vector<ChildEntry>& entries) {
+Status walkFile(IADs& object, IXMLDOMNode& childrenNode, ChildEntries& entries) {
     ComPtr<IXMLDOMNodeList> nodes;
     if (Status status = xmlGetChildNodes(childrenNode, nodes); status < 0) return reported(status);
     for (;;) {
@@ -204,8 +229,10 @@ Status reconcileChildren(IADs& object, IXMLDOMNode& childrenNode) {
 
     std::size_t count = 0;
     if (Status status = countChildren(*container, count); status < 0) return status;
-    std::vector<ChildEntry> entries(count);
+    ChildEntries entries;
+    entries.all.resize(count);
+    entries.keys.reserve(count);
     if (Status status = readChildren(*container, entries); status < 0) return status;
     if (Status status = walkFile(object, childrenNode, entries); status < 0) return status;
-    return deleteLeftovers(entries);
+    return deleteLeftovers(entries.all);
 }

@@ -32,7 +32,9 @@ public:
     /// Marks the first name that equals this one and wasn't seen before; false if there is none. Null is no
     /// name.
     bool take(BSTR name) {
-        for (std::size_t i = 0; name != nullptr && i < names_.size(); ++i) {
+        // A file has the names in the order of the class, as a rule: those at the front are seen soon.
+        while (firstUnseen_ < names_.size() && seen_[firstUnseen_] != 0) ++firstUnseen_;
+        for (std::size_t i = firstUnseen_; name != nullptr && i < names_.size(); ++i) {
             if (seen_[i] != 0 || !equal(names_[i], view(name))) continue;
             seen_[i] = 1;
             return true;
@@ -50,6 +52,7 @@ public:
 private:
     std::span<const BSTR> names_;
     std::vector<std::uint8_t> seen_;
+    std::size_t firstUnseen_ = 0;
 };
 
 /// Says whether a restore skips the property, whatever its value, and why.

@@ -1,15 +1,14 @@
 #include "platform/automation/bstr.h"
 
-#include <cstring>
 #include <new>
 #include <string>
 
 namespace {
 
-// The length in bytes stands right ahead of the first unit.
+// Ends with the length, so that the units are as well aligned as the block.
 constexpr std::size_t headSize = 8;
 
-char* blockOf(BSTR text) { return reinterpret_cast<char*>(text) - headSize; }
+std::size_t blockSize(UINT byteLength) { return headSize + byteLength + sizeof(OLECHAR); }
 
 } // namespace
 
@@ -21,7 +20,7 @@ BSTR SysAllocString(const OLECHAR* text) {
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length) {
     const UINT byteLength = length * static_cast<UINT>(sizeof(OLECHAR));
     if (byteLength / sizeof(OLECHAR) != length) throw std::bad_alloc();
-    auto* block = static_cast<char*>(::operator new(headSize + byteLength + sizeof(OLECHAR)));
+    auto* block = static_cast<char*>(takeMemory(blockSize(byteLength)));
     std::memcpy(block + headSize - sizeof byteLength, &byteLength, sizeof byteLength);
     auto* units = reinterpret_cast<BSTR>(block + headSize);
     if (text != nullptr) std::memcpy(units, text, byteLength);
@@ -30,17 +29,13 @@ BSTR SysAllocStringLen(const OLECHAR* text, UINT length) {
 }
 
 void SysFreeString(BSTR text) {
-    if (text != nullptr) ::operator delete(blockOf(text));
+    if (text == nullptr) return;
+    giveMemory(reinterpret_cast<char*>(text) - headSize, blockSize(SysStringByteLen(text)));
 }
 
-UINT SysStringLen(BSTR text) { return SysStringByteLen(text) / static_cast<UINT>(sizeof(OLECHAR)); }
+UINT SysStringLen(BSTR text) { return static_cast<UINT>(view(text).size()); }
 
-UINT SysStringByteLen(BSTR text) {
-    UINT byteLength = 0;
-    if (text != nullptr)
-        std::memcpy(&byteLength, blockOf(text) + headSize - sizeof byteLength, sizeof byteLength);
-    return byteLength;
-}
+UINT SysStringByteLen(BSTR text) { return SysStringLen(text) * static_cast<UINT>(sizeof(OLECHAR)); }
 
 HRESULT VarBstrCmp(BSTR left, BSTR right, LCID, ULONG flags) {
     if (flags != 0) return E_INVALIDARG;

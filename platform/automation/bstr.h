@@ -4,6 +4,7 @@
 
 #include "platform/com/unknown.h"
 
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -31,8 +32,13 @@ UINT SysStringByteLen(BSTR text);
 HRESULT VarBstrCmp(BSTR left, BSTR right, LCID locale, ULONG flags);
 }
 
-/// The units of a string.
-inline std::u16string_view view(BSTR text) { return {text, SysStringLen(text)}; }
+/// The units of a string. Their length in bytes stands right ahead of the first one.
+inline std::u16string_view view(BSTR text) {
+    if (text == nullptr) return {};
+    UINT byteLength = 0;
+    std::memcpy(&byteLength, reinterpret_cast<const char*>(text) - sizeof byteLength, sizeof byteLength);
+    return {text, byteLength / sizeof(OLECHAR)};
+}
 
 // A character from U+10000 up is a pair of units, its two halves.
 constexpr bool isHighHalf(OLECHAR unit) { return unit >= 0xD800 && unit < 0xDC00; }
@@ -59,7 +65,9 @@ public:
         std::swap(text_, other.text_);
         return *this;
     }
-    ~Bstr() { SysFreeString(text_); }
+    ~Bstr() {
+        if (text_ != nullptr) SysFreeString(text_);
+    }
 
     /// Takes over a string.
     static Bstr adopt(BSTR text) {
@@ -86,5 +94,10 @@ private:
     BSTR text_ = nullptr;
 };
 
-/// Exact comparison, unit by unit, with case. Null equals the empty string.
-inline bool equal(BSTR left, std::u16string_view right) { return view(left) == right; }
+/// Exact comparison, unit by unit, with case: the lengths, then the bytes.
+inline bool equal(std::u16string_view left, std::u16string_view right) {
+    return left.size() == right.size() &&
+           (left.empty() || std::memcmp(left.data(), right.data(), left.size() * sizeof(OLECHAR)) == 0);
+}
+/// Null equals the empty string.
+inline bool equal(BSTR left, std::u16string_view right) { return equal(view(left), right); }

@@ -39,7 +39,7 @@ SAFEARRAY* SafeArrayCreate(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* 
         dataSize *= bounds[i].cElements;
     }
 
-    auto* block = static_cast<char*>(::operator new(headSize(dimensions) + dataSize));
+    auto* block = static_cast<char*>(takeMemory(headSize(dimensions) + dataSize));
     auto* array = new (block) SAFEARRAY{};
     array->cDims = static_cast<WORD>(dimensions);
     array->vt = type;
@@ -53,11 +53,12 @@ SAFEARRAY* SafeArrayCreate(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* 
 
 HRESULT SafeArrayDestroy(SAFEARRAY* array) {
     if (array == nullptr) return S_OK;
+    const std::size_t count = elementCount(*array);
     if (array->vt == VT_VARIANT) {
         auto* elements = static_cast<VARIANT*>(array->pvData);
-        for (std::size_t i = 0, count = elementCount(*array); i < count; ++i) VariantClear(&elements[i]);
+        for (std::size_t i = 0; i < count; ++i) VariantClear(&elements[i]);
     }
-    ::operator delete(array);
+    giveMemory(array, headSize(array->cDims) + count * array->cbElements);
     return S_OK;
 }
 

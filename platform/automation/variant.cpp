@@ -47,31 +47,3 @@ HRESULT VariantCopy(VARIANT* target, const VARIANT* source) {
     *target = copy;
     return S_OK;
 }
-
-Variant Variant::ofString(Bstr text) {
-    Variant value;
-    value.value_.vt = VT_BSTR;
-    value.value_.bstrVal = text.detach();
-    return value;
-}
-
-Variant Variant::ofBool(bool truth) {
-    Variant value;
-    value.value_.vt = VT_BOOL;
-    value.value_.boolVal = truth ? VARIANT_TRUE : VARIANT_FALSE;
-    return value;
-}
-
-Variant Variant::ofArray(SAFEARRAY* array) {
-    Variant value;
-    value.value_.vt = VT_ARRAY | VT_VARIANT;
-    value.value_.parray = array;
-    return value;
-}
-
-Variant Variant::ofDispatch(ComPtr<IDispatch> object) {
-    Variant value;
-    value.value_.vt = VT_DISPATCH;
-    value.value_.pdispVal = object.detach();
-    return value;
-}

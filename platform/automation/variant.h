@@ -128,13 +128,15 @@ HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, WORD flags, VA
 /// The one owner of a VARIANT's contents.
 class Variant {
 public:
-    Variant() { VariantInit(&value_); }
+    Variant() = default;
     Variant(Variant&& other) noexcept : value_(other.detach()) {}
     Variant& operator=(Variant&& other) noexcept {
         std::swap(value_, other.value_);
         return *this;
     }
-    ~Variant() { VariantClear(&value_); }
+    ~Variant() {
+        if (value_.vt != VT_EMPTY) VariantClear(&value_);
+    }
 
     /// Takes over a value.
     static Variant adopt(const VARIANT& value) {
@@ -142,24 +144,42 @@ public:
         owner.value_ = value;
         return owner;
     }
-    static Variant ofString(Bstr text);
-    static Variant ofBool(bool truth);
+    static Variant ofString(Bstr text) {
+        Variant made;
+        made.value_.vt = VT_BSTR;
+        made.value_.bstrVal = text.detach();
+        return made;
+    }
+    static Variant ofBool(bool truth) {
+        Variant made;
+        made.value_.vt = VT_BOOL;
+        made.value_.boolVal = truth ? VARIANT_TRUE : VARIANT_FALSE;
+        return made;
+    }
     /// Takes over an array of VARIANTs.
-    static Variant ofArray(SAFEARRAY* array);
-    static Variant ofDispatch(ComPtr<IDispatch> object);
+    static Variant ofArray(SAFEARRAY* array) {
+        Variant made;
+        made.value_.vt = VT_ARRAY | VT_VARIANT;
+        made.value_.parray = array;
+        return made;
+    }
+    static Variant ofDispatch(ComPtr<IDispatch> object) {
+        Variant made;
+        made.value_.vt = VT_DISPATCH;
+        made.value_.pdispVal = object.detach();
+        return made;
+    }
 
     VARTYPE type() const { return value_.vt; }
     const VARIANT* operator->() const { return &value_; }
     VARIANT& get() { return value_; }
     const VARIANT& get() const { return value_; }
 
-    void reset() { VariantClear(&value_); }
-    /// Gives the value away; the caller clears it.
-    VARIANT detach() {
-        const VARIANT value = value_;
-        VariantInit(&value_);
-        return value;
+    void reset() {
+        if (value_.vt != VT_EMPTY) VariantClear(&value_);
     }
+    /// Gives the value away; the caller clears it.
+    VARIANT detach() { return std::exchange(value_, VARIANT{}); }
     /// The place where a call puts a value; what was held before is cleared.
     VARIANT* out() {
         reset();
@@ -167,5 +187,5 @@ public:
     }
 
 private:
-    VARIANT value_;
+    VARIANT value_{};
 };

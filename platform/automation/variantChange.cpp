@@ -10,8 +10,9 @@ bool isNothing(VARTYPE type) { return type == VT_EMPTY || type == VT_NULL; }
 
 /// Says whether a VARIANT can have the type at all.
 bool isType(VARTYPE type) {
+    if (type == VT_BSTR) return true;
     if ((type & VT_ARRAY) != 0) return (type & ~VT_ARRAY) == VT_VARIANT || (type & ~VT_ARRAY) == VT_UI1;
-    return isNothing(type) || isReference(type) || type == VT_BSTR || isScalar(type);
+    return isNothing(type) || isReference(type) || isScalar(type);
 }
 
 /// The string of an ASCII text.

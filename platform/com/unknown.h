@@ -3,9 +3,13 @@
 // References are counted without atomic operations: the whole process works on one thread.
 #pragma once
 
+#include "platform/com/memory.h"
 #include "platform/com/status.h"
 
+#include <array>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <type_traits>
 #include <utility>
 
@@ -15,7 +19,11 @@ struct GUID {
     std::uint16_t Data3;
     std::uint8_t Data4[8];
 
-    friend constexpr bool operator==(const GUID&, const GUID&) = default;
+    /// Two comparisons of eight bytes.
+    friend constexpr bool operator==(const GUID& a, const GUID& b) {
+        using Halves = std::array<std::uint64_t, 2>;
+        return std::bit_cast<Halves>(a) == std::bit_cast<Halves>(b);
+    }
 };
 
 using IID = GUID;
@@ -127,9 +135,14 @@ public:
     ComObject(const ComObject&) = delete;
     ComObject& operator=(const ComObject&) = delete;
 
+    static void* operator new(std::size_t size) { return takeMemory(size); }
+    static void operator delete(void* object, std::size_t size) { giveMemory(object, size); }
+
     HRESULT QueryInterface(const IID& wanted, void** out) override {
         *out = nullptr;
-        if (!offers(wanted) || !((*out = as<Interfaces>(wanted)) || ...)) return E_NOINTERFACE;
+        if (!offers(wanted)) return E_NOINTERFACE;
+        if (!((*out = as<Interfaces>(wanted)) || ...) && !((*out = asBase<Interfaces>(wanted)) || ...))
+            return E_NOINTERFACE;
         ++references_;
         return S_OK;
     }
@@ -146,10 +159,13 @@ protected:
     virtual bool offers(const IID&) const { return true; }
 
 private:
-    /// This object as Interface, IDispatch or IUnknown, or null if none of them is wanted.
+    /// This object as Interface, or null if another one is wanted.
     template <class Interface> void* as(const IID& wanted) {
+        return wanted == Interface::iid ? static_cast<Interface*>(this) : nullptr;
+    }
+    /// The same for the interfaces below it, IDispatch and IUnknown.
+    template <class Interface> void* asBase(const IID& wanted) {
         auto* self = static_cast<Interface*>(this);
-        if (wanted == Interface::iid) return self;
         if constexpr (std::is_base_of_v<IDispatch, Interface>) {
             if (wanted == IDispatch::iid) return static_cast<IDispatch*>(self);
         }

@@ -144,18 +144,20 @@ HRESULT MetabaseFile::lock() {
         return errno == EWOULDBLOCK ? failed(STATUS_LOCK_VIOLATION, "another process is changing it")
                                     : failedSystem(errno, "can't be locked");
     }
+    Identity locked;
+    if (!Identity::of(file.get(), locked) || !(locked == identity_)) return failAltered();
     locked_ = std::move(file);
     return S_OK;
 }
 
-/// The file that is locked must be the one that was read, and the one at the path.
+/// The file at the path must be the one that is locked, in the state that this process knows of it.
 HRESULT MetabaseFile::checkUnaltered() const {
-    Identity locked;
     Identity current;
-    const bool unaltered = Identity::of(locked_.get(), locked) && locked == identity_ &&
-                           Identity::of(path_, current) && current == identity_;
-    return unaltered ? S_OK
-                     : failed(STATUS_FILE_ALTERED, "has been changed by someone else since it was read");
+    return Identity::of(path_, current) && current == identity_ ? S_OK : failAltered();
+}
+
+HRESULT MetabaseFile::failAltered() const {
+    return failed(STATUS_FILE_ALTERED, "has been changed by someone else since it was read");
 }
 
 /// Cuts off what a dying process left.

@@ -44,9 +44,9 @@ public:
     void keepOnly(std::size_t size) { size_ = size; }
 
     /// Appends a line, which ends in LF, with one write; nothing of it stays where that fails. The first call
-    /// takes the lock, which is held until this object goes. STATUS_LOCK_VIOLATION: another process holds it.
-    /// STATUS_FILE_ALTERED: the file at the path isn't the one any more that was read. Others tell why the
-    /// system can't write.
+    /// takes the lock, which is held until this object goes, unless the file isn't the one that was read.
+    /// STATUS_LOCK_VIOLATION: another process holds it. STATUS_FILE_ALTERED: the file at the path isn't the
+    /// one any more that was read. Others tell why the system can't write.
     HRESULT append(std::string_view line);
 
     bool isChanged() const { return changed_; }
@@ -71,6 +71,7 @@ private:
 
     HRESULT lock();
     HRESULT checkUnaltered() const;
+    HRESULT failAltered() const;
     HRESULT mend();
     HRESULT writeLine(std::string_view line);
     HRESULT failed(HRESULT status, std::string_view what) const;

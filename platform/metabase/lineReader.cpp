@@ -11,21 +11,34 @@
 
 namespace {
 
-bool isBlank(char c) { return c == ' ' || c == '\t'; }
+enum CharClass : std::uint8_t {
+    blank = 1,
+    /// Ends a word.
+    wordEnd = 2,
+    /// Stands for itself in a string, one byte and one unit.
+    plain = 4,
+    /// In a bare name, and at its start.
+    nameMore = 8,
+    nameStart = 16,
+};
 
-/// The characters that end a word.
-bool endsWord(char c) {
-    return isBlank(c) || c == ',' || c == '"' || c == '(' || c == ')' || c == '[' || c == ']';
-}
-
-/// The characters that stand for themselves in a string, one byte and one unit each.
-constexpr std::array<bool, 256> plainCharacters = [] {
-    std::array<bool, 256> plain{};
-    for (std::size_t c = 0x20; c < 0x7F; ++c) plain[c] = c != '"' && c != '\\';
-    return plain;
+/// The classes of each character.
+constexpr std::array<std::uint8_t, 256> charClasses = [] {
+    std::array<std::uint8_t, 256> classes{};
+    const auto change = [&classes](std::string_view characters, unsigned changed) {
+        for (const char c : characters)
+            classes[static_cast<unsigned char>(c)] ^= static_cast<std::uint8_t>(changed);
+    };
+    for (std::size_t c = 0x20; c < 0x7F; ++c) classes[c] = plain;
+    change("\"\\", plain);
+    change(" \t", blank | wordEnd);
+    change(",\"()[]", wordEnd);
+    change("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_", nameStart | nameMore);
+    change("0123456789-.", nameMore);
+    return classes;
 }();
 
-bool isPlain(char c) { return plainCharacters[static_cast<unsigned char>(c)]; }
+bool is(char c, unsigned classes) { return (charClasses[static_cast<unsigned char>(c)] & classes) != 0; }
 
 int hexDigit(char c) {
     if (c >= '0' && c <= '9') return c - '0';
@@ -61,9 +74,13 @@ bool readCharacter(const char*& at, const char* end, char32_t& character) {
 }
 
 /// Makes the units of a string that was scanned without a fault.
-char16_t* decode(const char* at, const char* end, char16_t* out) {
+void decode(const char* at, const char* end, std::size_t units, char16_t* out) {
+    if (static_cast<std::size_t>(end - at) == units) {
+        std::transform(at, end, out, [](char c) { return static_cast<unsigned char>(c); });
+        return;
+    }
     while (at != end) {
-        if (isPlain(*at)) {
+        if (is(*at, plain)) {
             *out++ = static_cast<unsigned char>(*at++);
             continue;
         }
@@ -76,7 +93,6 @@ char16_t* decode(const char* at, const char* end, char16_t* out) {
             *out++ = static_cast<char16_t>(character);
         }
     }
-    return out;
 }
 
 } // namespace
@@ -88,7 +104,7 @@ Variant arrayOf(std::vector<Variant>& elements) {
 }
 
 void LineReader::passBlanks() {
-    while (at_ != end_ && isBlank(*at_)) ++at_;
+    while (at_ != end_ && is(*at_, blank)) ++at_;
 }
 
 bool LineReader::atEnd() {
@@ -104,7 +120,7 @@ std::string_view LineReader::rest() {
 std::string_view LineReader::word() {
     passBlanks();
     const char* begin = at_;
-    while (at_ != end_ && !endsWord(*at_)) ++at_;
+    while (at_ != end_ && !is(*at_, wordEnd)) ++at_;
     return {begin, static_cast<std::size_t>(at_ - begin)};
 }
 
@@ -122,14 +138,14 @@ bool LineReader::symbol(char expected) {
 bool LineReader::name(std::u16string_view& name) {
     passBlanks();
     if (at_ != end_ && *at_ == '"') return string(name);
-    const std::string_view bare = word();
-    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
-    const auto isBare = [&](char c) { return isLetter(c) || (c >= '0' && c <= '9') || c == '-' || c == '.'; };
-    if (bare.empty() || !isLetter(bare[0]) || !std::ranges::all_of(bare, isBare)) {
-        return fail("expected a name");
-    }
-    decoded_.assign(bare.begin(), bare.end());
+    const char* at = at_;
+    if (at == end_ || !is(*at, nameStart)) return fail("expected a name");
+    while (at != end_ && is(*at, nameMore)) ++at;
+    if (at != end_ && !is(*at, wordEnd)) return fail("expected a name");
+    decoded_.assign(static_cast<std::size_t>(at - at_), u'\0');
+    decode(at_, at, decoded_.size(), decoded_.data());
     name = decoded_;
+    at_ = at;
     return true;
 }
 
@@ -137,7 +153,7 @@ bool LineReader::string(std::u16string_view& text) {
     StringSpan span{};
     if (!scanString(span)) return false;
     decoded_.resize(span.units);
-    decode(span.begin, span.end, decoded_.data());
+    decode(span.begin, span.end, span.units, decoded_.data());
     text = decoded_;
     return true;
 }
@@ -147,9 +163,9 @@ bool LineReader::scanString(StringSpan& span) {
     span.begin = at_;
     span.units = 0;
     for (;;) {
-        const char* plain = at_;
-        while (at_ != end_ && isPlain(*at_)) ++at_;
-        span.units += static_cast<std::size_t>(at_ - plain);
+        const char* start = at_;
+        while (at_ != end_ && is(*at_, plain)) ++at_;
+        span.units += static_cast<std::size_t>(at_ - start);
         if (at_ == end_) return fail("a string without its closing quote");
         if (*at_ == '"') break;
         char32_t character = 0;
@@ -167,7 +183,7 @@ bool LineReader::bstr(Bstr* out) {
     if (!scanString(span)) return false;
     if (out == nullptr) return true;
     *out = Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(span.units)));
-    decode(span.begin, span.end, out->get());
+    decode(span.begin, span.end, span.units, out->get());
     return true;
 }
 
@@ -236,13 +252,21 @@ template <class Item> bool LineReader::items(char close, Item item) {
 
 bool LineReader::list(Variant* out) {
     if (!symbol('[')) return false;
-    std::vector<Variant> elements;
-    const auto element = [&] {
-        if (out == nullptr) return scalar(nullptr);
-        return scalar(&elements.emplace_back());
-    };
-    if (!items(']', element)) return false;
-    if (out != nullptr) *out = arrayOf(elements);
+    const char* first = at_;
+    std::size_t count = 0;
+    if (!items(']', [&] { return ++count, scalar(nullptr); })) return false;
+    if (out == nullptr) return true;
+
+    at_ = first;
+    SafeArray array(count);
+    std::size_t index = 0;
+    items(']', [&] {
+        Variant element;
+        scalar(&element);
+        array[index++] = element.detach();
+        return true;
+    });
+    *out = Variant::ofArray(array.detach());
     return true;
 }
 

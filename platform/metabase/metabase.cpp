@@ -33,6 +33,7 @@ HRESULT Metabase::open(ComPtr<Metabase>& metabase) {
 
 HRESULT Metabase::set(Node& node, std::span<const PendingValue> values) {
     if (HRESULT status = file_.append(setLine(tree_, node, values)); status < 0) return status;
+    ++revision_;
     for (const PendingValue& value : values)
         MetabaseTree::setValue(node, value.property, tree_.keep(value.text));
     return S_OK;
@@ -51,6 +52,7 @@ HRESULT Metabase::create(Node& parent, std::u16string_view className, std::u16st
                         u"IIS://" + path + u": " + widened(refusal));
     }
     if (HRESULT status = file_.append(createLine(path, *definition)); status < 0) return status;
+    ++revision_;
     created = &tree_.add(parent, name, *definition);
     tree_.setKeyType(*created);
     return S_OK;
@@ -59,6 +61,7 @@ HRESULT Metabase::create(Node& parent, std::u16string_view className, std::u16st
 HRESULT Metabase::remove(Node& node) {
     if (&node == tree_.root()) return failWith(E_ADS_BAD_PATHNAME, u"The topmost object can't be deleted");
     if (HRESULT status = file_.append(deleteLine(node)); status < 0) return status;
+    ++revision_;
     MetabaseTree::remove(node);
     return S_OK;
 }

@@ -15,6 +15,9 @@ public:
 
     const MetabaseTree& tree() const { return tree_; }
 
+    /// Another number after each change.
+    std::uint64_t revision() const { return revision_; }
+
     /// Changes: written to the file first, and only then made in the tree.
     HRESULT set(Node& node, std::span<const PendingValue> values);
     HRESULT create(Node& parent, std::u16string_view className, std::u16string_view name, Node*& created);
@@ -27,6 +30,7 @@ private:
     MetabaseFile file_{fileName};
     MetabaseText text_;
     MetabaseTree tree_;
+    std::uint64_t revision_ = 1;
 };
 
 /// The path by which the directory knows an object.

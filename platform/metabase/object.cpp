@@ -46,8 +46,8 @@ bool MetabaseObject::offers(const IID& wanted) const {
     return true;
 }
 
-HRESULT MetabaseObject::checkBound() const {
-    return node_.gone ? failWith(E_ADS_OBJECT_UNBOUND, adsPathOf(node_) + u" has been deleted") : S_OK;
+HRESULT MetabaseObject::failUnbound() const {
+    return failWith(E_ADS_OBJECT_UNBOUND, adsPathOf(node_) + u" has been deleted");
 }
 
 HRESULT MetabaseObject::findProperty(BSTR name, PropertyId& property) const {
@@ -58,6 +58,17 @@ HRESULT MetabaseObject::findProperty(BSTR name, PropertyId& property) const {
                                                       u" has no property " + std::u16string(view(name)));
     }
     property = *found;
+    return S_OK;
+}
+
+HRESULT MetabaseObject::show(BSTR name) {
+    if (HRESULT status = checkBound(); status < 0) return status;
+    const MetabaseTree& tree = metabase_->tree();
+    if (shownRevision_ == metabase_->revision() && equal(name, tree.properties()[shownProperty_].name))
+        return S_OK;
+    if (HRESULT status = findProperty(name, shownProperty_); status < 0) return status;
+    shown_ = tree.effectiveValue(node_, shownProperty_);
+    shownRevision_ = metabase_->revision();
     return S_OK;
 }
 
@@ -124,11 +135,9 @@ HRESULT MetabaseObject::Put(BSTR name, const VARIANT& value) {
 
 HRESULT MetabaseObject::GetEx(BSTR name, VARIANT* value) {
     VariantInit(value);
-    PropertyId property = 0;
-    if (HRESULT status = findProperty(name, property); status < 0) return status;
-    const MetabaseTree& tree = metabase_->tree();
+    if (HRESULT status = show(name); status < 0) return status;
     Variant made;
-    LineReader(tree.effectiveValue(node_, property).text).value(tree.properties()[property].form, &made);
+    LineReader(shown_.text).value(metabase_->tree().properties()[shownProperty_].form, &made);
     *value = made.detach();
     return S_OK;
 }
@@ -180,9 +189,7 @@ HRESULT MetabaseObject::DeleteObject(LONG) {
 
 HRESULT MetabaseObject::GetPropertyAttribObj(BSTR name, IDispatch** attributes) {
     *attributes = nullptr;
-    PropertyId property = 0;
-    if (HRESULT status = findProperty(name, property); status < 0) return status;
-    const bool inherited = metabase_->tree().effectiveValue(node_, property).inherited;
-    *attributes = makeObject<PropertyAttribute>(inherited).detach();
+    if (HRESULT status = show(name); status < 0) return status;
+    *attributes = makeObject<PropertyAttribute>(shown_.inherited).detach();
     return S_OK;
 }

@@ -36,11 +36,20 @@ protected:
     bool offers(const IID& wanted) const override;
 
 private:
-    HRESULT checkBound() const;
+    HRESULT checkBound() const { return node_.gone ? failUnbound() : S_OK; }
+    HRESULT failUnbound() const;
     /// The property, if the object's class lists it.
     HRESULT findProperty(BSTR name, PropertyId& property) const;
+    /// Looks a property up, and what the object shows for it, into shown_.
+    HRESULT show(BSTR name);
 
     ComPtr<Metabase> metabase_;
     Node& node_;
     std::vector<PendingValue> pending_;
+
+    // A walk asks for the attributes of a property, then for its value: what was looked up last stays good
+    // until the metabase is changed.
+    PropertyId shownProperty_ = 0;
+    EffectiveValue shown_{};
+    std::uint64_t shownRevision_ = 0;
 };

@@ -94,9 +94,10 @@ bool RecordReader::oneOf(std::string_view yes, std::string_view no, bool& answer
 
 bool RecordReader::property() {
     PropertyDefinition definition;
-    std::u16string_view name;
-    if (!line_.name(name)) return failLine();
-    if (name.empty()) return fail("a property without a name");
+    std::u16string_view read;
+    if (!line_.name(read)) return failLine();
+    if (read.empty()) return fail("a property without a name");
+    const std::u16string name(read);
     definition.name = name;
     definition.typeWord = line_.word();
     if (!findForm(definition.typeWord, definition.form)) return fail("expected the type of a property");
@@ -105,7 +106,7 @@ bool RecordReader::property() {
     const char* begin = line_.rest().data();
     if (!line_.value(definition.form, nullptr)) return failLine();
     definition.defaultText = {begin, static_cast<std::size_t>(line_.place() - begin)};
-    return tree_.addProperty(std::move(definition)) || fail("a property that is defined already");
+    return tree_.addProperty(definition) || fail("a property that is defined already");
 }
 
 bool RecordReader::propertyName(PropertyId& property) {

@@ -36,7 +36,7 @@ private:
 };
 
 void writeProperty(LineWriter& out, const PropertyDefinition& property) {
-    out.word("property ").name(property.name).word(" ").word(property.typeWord);
+    out.word("property ").word(property.nameText).word(" ").word(property.typeWord);
     out.word(property.single ? " single" : " list").word(property.inheritable ? " inheritable " : " local ");
     out.word(property.defaultText).end();
 }
@@ -44,7 +44,7 @@ void writeProperty(LineWriter& out, const PropertyDefinition& property) {
 void writeNames(LineWriter& out, const MetabaseTree& tree, const std::vector<PropertyId>& list) {
     std::string_view separator = " (";
     for (const PropertyId property : list) {
-        out.word(separator).name(tree.properties()[property].name);
+        out.word(separator).word(tree.properties()[property].nameText);
         separator = ", ";
     }
     out.word(list.empty() ? " ()" : ")");
@@ -60,7 +60,7 @@ void writeClass(LineWriter& out, const MetabaseTree& tree, const ClassDefinition
 
 void writeValues(LineWriter& out, const MetabaseTree& tree, const Node& node) {
     for (const StoredValue& value : node.values) {
-        out.word("  ").name(tree.properties()[value.property].name).word(" ").word(value.view()).end();
+        out.word("  ").word(tree.properties()[value.property].nameText).word(" ").word(value.view()).end();
     }
 }
 
@@ -104,7 +104,7 @@ std::string setLine(const MetabaseTree& tree, const Node& node, std::span<const 
     std::string line = changeLine("+set", MetabaseTree::pathOf(node));
     for (const PendingValue& value : values) {
         line.push_back(' ');
-        writeName(line, tree.properties()[value.property].name);
+        line += tree.properties()[value.property].nameText;
         line.push_back(' ');
         line += value.text;
     }

@@ -22,6 +22,13 @@ const StoredValue* ownValue(const Node& node, PropertyId property) {
     return found != node.values.end() && found->property == property ? &*found : nullptr;
 }
 
+/// A number that tells most names of a schema apart.
+std::size_t slotOf(std::u16string_view name) {
+    std::size_t mixed = name.size();
+    for (const char16_t unit : {name.front(), name[name.size() / 2], name.back()}) mixed = 31 * mixed + unit;
+    return mixed;
+}
+
 } // namespace
 
 bool isAddressable(std::u16string_view name) {
@@ -38,9 +45,12 @@ bool isAddressable(std::u16string_view name) {
 }
 
 std::optional<PropertyId> MetabaseTree::findProperty(std::u16string_view name) const {
+    if (name.empty()) return std::nullopt;
+    PropertyId& recent = recentProperties_[slotOf(name) % recentProperties_.size()];
+    if (recent < properties_.size() && equal(properties_[recent].name, name)) return recent;
     const auto found = propertyIds_.find(name);
     if (found == propertyIds_.end()) return std::nullopt;
-    return found->second;
+    return recent = found->second;
 }
 
 const ClassDefinition* MetabaseTree::findClass(std::u16string_view name) const {
@@ -90,7 +100,12 @@ EffectiveValue MetabaseTree::effectiveValue(const Node& node, PropertyId propert
 bool MetabaseTree::addProperty(PropertyDefinition definition) {
     if (findProperty(definition.name)) return false;
     const auto id = static_cast<PropertyId>(properties_.size());
-    propertyIds_.emplace(properties_.emplace_back(std::move(definition)).name, id);
+    definition.name = propertyNames_.emplace_back(definition.name);
+    std::string nameText;
+    writeName(nameText, definition.name);
+    definition.nameText = keep(std::move(nameText));
+    propertyIds_.emplace(definition.name, id);
+    properties_.push_back(definition);
     return true;
 }
 

@@ -5,6 +5,7 @@
 
 #include "platform/metabase/lineReader.h"
 
+#include <array>
 #include <deque>
 #include <optional>
 #include <unordered_map>
@@ -12,7 +13,9 @@
 using PropertyId = std::uint32_t;
 
 struct PropertyDefinition {
-    std::u16string name;
+    std::u16string_view name;
+    /// The name as the metabase file has it.
+    std::string_view nameText;
     std::string_view typeWord;
     ValueForm form = ValueForm::plain;
     bool single = true;
@@ -74,7 +77,7 @@ public:
     MetabaseTree(const MetabaseTree&) = delete;
     MetabaseTree& operator=(const MetabaseTree&) = delete;
 
-    const std::deque<PropertyDefinition>& properties() const { return properties_; }
+    const std::vector<PropertyDefinition>& properties() const { return properties_; }
     const std::deque<ClassDefinition>& classes() const { return classes_; }
     const Node& above() const { return above_; }
     Node& above() { return above_; }
@@ -92,7 +95,7 @@ public:
     /// the default.
     EffectiveValue effectiveValue(const Node& node, PropertyId property) const;
 
-    /// False if the name is taken.
+    /// False if the name is taken. Copies the name and makes its text.
     bool addProperty(PropertyDefinition definition);
     bool addClass(ClassDefinition definition);
     /// Keeps a text for as long as the tree.
@@ -110,11 +113,15 @@ public:
     static bool setValue(Node& node, PropertyId property, std::string_view text);
 
 private:
-    std::deque<PropertyDefinition> properties_;
+    std::vector<PropertyDefinition> properties_;
+    std::deque<std::u16string> propertyNames_;
     std::deque<ClassDefinition> classes_;
     std::unordered_map<std::u16string_view, PropertyId> propertyIds_;
     std::unordered_map<std::u16string_view, const ClassDefinition*> classesByName_;
     std::deque<Node> nodes_;
     std::deque<std::string> texts_;
     Node above_;
+
+    // The same few names are looked up again and again: each is found in its slot, without a hash of it all.
+    mutable std::array<PropertyId, 1024> recentProperties_{};
 };

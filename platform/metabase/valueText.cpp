@@ -180,7 +180,9 @@ void writeString(std::string& out, std::u16string_view text) {
     out.push_back('"');
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char16_t unit = text[i];
-        if (unit == u'"' || unit == u'\\') {
+        if (unit >= 0x20 && unit < 0x7F && unit != u'"' && unit != u'\\') {
+            out.push_back(static_cast<char>(unit));
+        } else if (unit == u'"' || unit == u'\\') {
             out.push_back('\\');
             out.push_back(static_cast<char>(unit));
         } else if (unit == u'\n' || unit == u'\r' || unit == u'\t') {

@@ -7,21 +7,12 @@
 
 namespace {
 
-void pad(OutStream& stream, const printing::Piece& piece, std::size_t length) {
-    if (piece.width > 0 && static_cast<std::size_t>(piece.width) > length) {
-        stream.fill(' ', static_cast<std::size_t>(piece.width) - length);
-    }
-}
+/// Room for the digits of any number.
+using Digits = std::array<char, 24>;
 
-template <class Number>
-void printNumber(OutStream& stream, const printing::Piece& piece, Number value, int base) {
-    std::array<char, 24> digits{};
-    char* end = std::to_chars(digits.data(), digits.data() + digits.size(), value, base).ptr;
-    for (char& digit : digits) {
-        if (digit >= 'a' && digit <= 'f') digit = static_cast<char>(digit - 'a' + 'A');
-    }
+void printDigits(OutStream& stream, const printing::Piece& piece, const Digits& digits, const char* end) {
     const std::string_view text(digits.data(), static_cast<std::size_t>(end - digits.data()));
-    pad(stream, piece, text.size());
+    printing::pad(stream, piece, text.size());
     stream.write(text);
 }
 
@@ -30,11 +21,17 @@ void printNumber(OutStream& stream, const printing::Piece& piece, Number value, 
 namespace printing {
 
 void printSigned(OutStream& stream, const Piece& piece, std::int64_t value) {
-    printNumber(stream, piece, value, 10);
+    Digits digits;
+    const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+    printDigits(stream, piece, digits, end);
 }
 
 void printHex(OutStream& stream, const Piece& piece, std::uint32_t value) {
-    printNumber(stream, piece, value, 16);
+    Digits digits;
+    char* end = std::to_chars(digits.data(), digits.data() + digits.size(), value, 16).ptr;
+    std::transform(digits.data(), end, digits.data(),
+                   [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
+    printDigits(stream, piece, digits, end);
 }
 
 void printFloat(OutStream& stream, const Piece& piece, double value) {
@@ -45,19 +42,18 @@ void printFloat(OutStream& stream, const Piece& piece, double value) {
     stream.write(text);
 }
 
-void printNarrow(OutStream& stream, const Piece& piece, std::string_view text) {
-    if (piece.precision != none) text = text.substr(0, static_cast<std::size_t>(piece.precision));
-    pad(stream, piece, text.size());
-    stream.write(text);
-}
-
 void printWide(OutStream& stream, const Piece& piece, const char16_t* text) {
     const std::size_t limit =
         piece.precision == none ? std::u16string_view::npos : static_cast<std::size_t>(piece.precision);
     std::size_t length = 0;
     while (text != nullptr && length < limit && text[length] != u'\0') ++length;
-    pad(stream, piece, length);
-    writeNarrowed(stream, {text, length});
+    printWide(stream, piece, {text, length});
+}
+
+void printWide(OutStream& stream, const Piece& piece, std::u16string_view text) {
+    if (piece.precision != none) text = text.substr(0, static_cast<std::size_t>(piece.precision));
+    pad(stream, piece, text.size());
+    writeNarrowed(stream, text);
 }
 
 } // namespace printing

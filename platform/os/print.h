@@ -27,7 +27,9 @@ struct Piece {
 template <class T>
 concept NarrowText = std::convertible_to<T, std::string_view>;
 template <class T>
-concept WideText = std::convertible_to<T, const char16_t*>;
+concept WidePointer = std::convertible_to<T, const char16_t*>;
+template <class T>
+concept WideText = WidePointer<T> || std::convertible_to<T, std::u16string_view>;
 
 template <class T> constexpr bool accepts(char conversion) {
     switch (conversion) {
@@ -44,8 +46,21 @@ template <class T> constexpr bool accepts(char conversion) {
 void printSigned(OutStream& stream, const Piece& piece, std::int64_t value);
 void printHex(OutStream& stream, const Piece& piece, std::uint32_t value);
 void printFloat(OutStream& stream, const Piece& piece, double value);
-void printNarrow(OutStream& stream, const Piece& piece, std::string_view text);
 void printWide(OutStream& stream, const Piece& piece, const char16_t* text);
+void printWide(OutStream& stream, const Piece& piece, std::u16string_view text);
+
+/// The blanks ahead of a text of this length.
+inline void pad(OutStream& stream, const Piece& piece, std::size_t length) {
+    if (piece.width > 0 && static_cast<std::size_t>(piece.width) > length) {
+        stream.fill(' ', static_cast<std::size_t>(piece.width) - length);
+    }
+}
+
+inline void printNarrow(OutStream& stream, const Piece& piece, std::string_view text) {
+    if (piece.precision != none) text = text.substr(0, static_cast<std::size_t>(piece.precision));
+    pad(stream, piece, text.size());
+    stream.write(text);
+}
 
 template <class T> void printArgument(OutStream& stream, const Piece& piece, const T& argument) {
     if constexpr (std::integral<T>) {
@@ -56,8 +71,10 @@ template <class T> void printArgument(OutStream& stream, const Piece& piece, con
         }
     } else if constexpr (std::floating_point<T>) {
         printFloat(stream, piece, argument);
+    } else if constexpr (WidePointer<T>) {
+        printWide(stream, piece, static_cast<const char16_t*>(argument));
     } else if constexpr (WideText<T>) {
-        printWide(stream, piece, argument);
+        printWide(stream, piece, static_cast<std::u16string_view>(argument));
     } else {
         printNarrow(stream, piece, argument);
     }
@@ -133,9 +150,10 @@ void writeNarrowed(OutStream& stream, std::u16string_view text);
 template <class... Args> using Format = printing::Format<std::type_identity_t<Args>...>;
 
 /// Prints to a stream. Conversions: %d (signed), %X (32 bits, capitals), %f, %s, and %S for a wide string,
-/// which ends at its first NUL, prints nothing for null, the byte of the same value for a unit below 256 and
-/// `?` for any other. Each may have a width (blanks to its left; `*` takes it from the arguments), and %s and
-/// %S a precision, the longest part that is printed. "%1.1S" thus prints one unit, and a blank for NUL.
+/// which prints the byte of the same value for a unit below 256 and `?` for any other. One that is given by
+/// its pointer ends at its first NUL, and prints nothing for null. Each may have a width (blanks to its left;
+/// `*` takes it from the arguments), and %s and %S a precision, the longest part that is printed. "%1.1S"
+/// thus prints one unit, and a blank for NUL.
 template <class... Args>
 void printTo(OutStream& stream, const Format<Args...>& format, const Args&... arguments) {
     std::size_t index = 0;

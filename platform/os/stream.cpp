@@ -1,9 +1,7 @@
 #include "platform/os/stream.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -23,13 +21,9 @@ void writeAll(int descriptor, std::string_view text) {
 OutStream::OutStream(int descriptor, Flush policy)
     : descriptor_(descriptor), policy_(policy), buffer_(new char[capacity]) {}
 
-void OutStream::fill(char c, std::size_t count) {
-    while (count > 0) {
-        const std::size_t step = std::min(count, maxReserve);
-        std::memset(reserve(step), c, step);
-        commit(step);
-        count -= step;
-    }
+void OutStream::fillLarge(char c, std::size_t count) {
+    for (; count > maxReserve; count -= maxReserve) fill(c, maxReserve);
+    fill(c, count);
 }
 
 void OutStream::flush() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -19,11 +20,16 @@ public:
     ~OutStream() { flush(); }
 
     void write(std::string_view text) {
+        if (text.empty()) return;
         if (text.size() > capacity - used_) return writeLarge(text);
-        text.copy(buffer_.get() + used_, text.size());
+        std::memcpy(buffer_.get() + used_, text.data(), text.size());
         used_ += text.size();
     }
-    void fill(char c, std::size_t count);
+    void fill(char c, std::size_t count) {
+        if (count > maxReserve) return fillLarge(c, count);
+        std::memset(reserve(count), c, count);
+        commit(count);
+    }
 
     /// Room for `count` bytes, at most maxReserve, to be filled in place; commit tells how many were.
     static constexpr std::size_t maxReserve = 4096;
@@ -43,6 +49,7 @@ private:
     static constexpr std::size_t capacity = 1 << 16;
 
     void writeLarge(std::string_view text);
+    void fillLarge(char c, std::size_t count);
     void flushAfterPrint();
 
     int descriptor_;

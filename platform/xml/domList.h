@@ -8,7 +8,7 @@
 namespace xml {
 
 /// The children of a node, or those of them that are elements of one name.
-class DomNodeList final : public NamelessObject<IXMLDOMNodeList>, public Recycled<DomNodeList> {
+class DomNodeList final : public NamelessObject<IXMLDOMNodeList> {
 public:
     /// Without a tag all children are listed; NameTable::none stands for a tag that the document lacks.
     DomNodeList(ComPtr<SharedTree> shared, NodeIndex parent,
@@ -31,7 +31,7 @@ private:
     LONG length_ = -1;
 };
 
-class DomAttributes final : public NamelessObject<IXMLDOMNamedNodeMap>, public Recycled<DomAttributes> {
+class DomAttributes final : public NamelessObject<IXMLDOMNamedNodeMap> {
 public:
     DomAttributes(ComPtr<SharedTree> shared, NodeIndex element);
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "platform/xml/msxml.h"
-#include "platform/xml/recycled.h"
 #include "platform/xml/tree.h"
 
 namespace xml {
@@ -42,7 +41,7 @@ extern template class NodeObject<IXMLDOMElement>;
 extern template class NodeObject<IXMLDOMDocument>;
 
 /// A reference to a node below the document.
-class DomNode final : public NodeObject<IXMLDOMElement>, public Recycled<DomNode> {
+class DomNode final : public NodeObject<IXMLDOMElement> {
 public:
     DomNode(ComPtr<SharedTree> shared, NodeIndex node) : NodeObject(std::move(shared), node) {}
 

@@ -1,7 +1,8 @@
 // NameTable: each name of a document once, under a number.
 #pragma once
 
-#include <algorithm>
+#include "platform/automation/bstr.h"
+
 #include <array>
 #include <cstdint>
 #include <map>
@@ -20,7 +21,7 @@ public:
     /// The number of a name, a new one for a new name.
     Number enter(std::u16string_view name) {
         Recent& recent = recent_[slotOf(name)];
-        if (!std::ranges::equal(recent.name, name)) recent = enterSlowly(name);
+        if (!equal(recent.name, name)) recent = enterSlowly(name);
         return recent.number;
     }
     /// The number of a name, none if the table lacks it.

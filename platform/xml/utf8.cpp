@@ -1,5 +1,8 @@
 #include "platform/xml/utf8.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace xml {
 
 char* encode(char32_t character, char* out) {
@@ -21,7 +24,25 @@ char* encode(char32_t character, char* out) {
     return out;
 }
 
+namespace {
+
+/// Whether no byte of a text has its highest bit, eight bytes at a time.
+bool isAscii(std::string_view text) {
+    std::uint64_t bits = 0;
+    std::size_t at = 0;
+    for (; at + sizeof bits <= text.size(); at += sizeof bits) {
+        std::uint64_t eight = 0;
+        std::memcpy(&eight, text.data() + at, sizeof eight);
+        bits |= eight;
+    }
+    for (; at < text.size(); ++at) bits |= static_cast<unsigned char>(text[at]);
+    return (bits & 0x8080808080808080) == 0;
+}
+
+} // namespace
+
 std::uint32_t countUnits(std::string_view text) {
+    if (isAscii(text)) return static_cast<std::uint32_t>(text.size());
     std::uint32_t units = 0;
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
@@ -31,6 +52,9 @@ std::uint32_t countUnits(std::string_view text) {
 }
 
 char16_t* decode(std::string_view text, char16_t* out) {
+    if (isAscii(text))
+        return std::transform(text.begin(), text.end(), out,
+                              [](char c) { return static_cast<unsigned char>(c); });
     const char* at = text.data();
     const char* const end = at + text.size();
     const auto next = [&at] { return static_cast<unsigned char>(*at++); };
