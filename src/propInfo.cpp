@@ -64,10 +64,10 @@ Status refuseUntyped(IXMLDOMNode& node) {
 Status parseList(IXMLDOMNode& node, std::vector<Variant>& values) {
     ComPtr<IXMLDOMNodeList> children;
     if (Status status = xmlGetChildNodes(node, children); status < 0) return reported(status);
-    LONG length = 0;
-    if (Status status = children->get_length(&length); status < 0) return reported(status);
-    values.reserve(static_cast<std::size_t>(std::max(length, 0)));
-    for (LONG i = 0; i < length; ++i) {
+    std::size_t length = 0;
+    if (Status status = xmlGetLength(*children, length); status < 0) return reported(status);
+    values.reserve(length);
+    for (std::size_t i = 0; i < length; ++i) {
         ComPtr<IXMLDOMNode> child;
         if (Status status = children->nextNode(child.out()); status < 0) return reported(status);
         if (!child) return reported(E_UNEXPECTED);

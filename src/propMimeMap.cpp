@@ -77,10 +77,10 @@ Status openFactory(ComPtr<IClassFactory>& factory) {
 Status mimeMapParse(IXMLDOMNode& node, std::vector<MimeMapEntry>& entries) {
     ComPtr<IXMLDOMNodeList> children;
     if (Status status = xmlGetChildNodes(node, children); status < 0) return reported(status);
-    LONG length = 0;
-    if (Status status = children->get_length(&length); status < 0) return reported(status);
+    std::size_t length = 0;
+    if (Status status = xmlGetLength(*children, length); status < 0) return reported(status);
 
-    std::vector<MimeMapEntry> parsed(static_cast<std::size_t>(length));
+    std::vector<MimeMapEntry> parsed(length);
     for (MimeMapEntry& entry : parsed) {
         ComPtr<IXMLDOMNode> child;
         if (Status status = children->nextNode(child.out()); status < 0) return reported(status);
@@ -111,9 +111,9 @@ Status mimeMapPropCmp(const VARIANT& value, BackupProp& prop) {
     if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
     ComPtr<IXMLDOMNodeList> children;
     if (Status status = xmlGetChildNodes(*prop.element, children); status < 0) return reported(status);
-    LONG length = 0;
-    if (Status status = children->get_length(&length); status < 0) return reported(status);
-    if (length != bounds.upper - bounds.lower + 1) return 1;
+    std::size_t length = 0;
+    if (Status status = xmlGetLength(*children, length); status < 0) return reported(status);
+    if (std::cmp_not_equal(length, std::int64_t{bounds.upper} - bounds.lower + 1)) return 1;
     if (length == 0) return 0;
 
     std::vector<MimeMapEntry> entries;

@@ -11,16 +11,6 @@
 
 namespace {
 
-/// One live child as it was when the pass began.
-struct ChildEntry {
-    Bstr name;
-    Bstr className;
-    ComPtr<IADs> object;
-    const ObjInfo* info = nullptr;
-    /// A node of the file has been dealt with against this child: it is no leftover.
-    bool matched = false;
-};
-
 /// A name's length and its last units as one number: most names differ in it.
 std::uint64_t nameKey(std::u16string_view name) {
     std::uint64_t key = name.size();
@@ -30,20 +20,17 @@ std::uint64_t nameKey(std::u16string_view name) {
     return key;
 }
 
-/// The live children, in the provider's order.
-struct ChildEntries {
-    std::vector<ChildEntry> all;
-    /// Their nameKeys, close together: a search runs over all children for each `obj` element of the file.
-    std::vector<std::uint64_t> keys;
-
-    /// The first child of a name, or null.
-    ChildEntry* find(std::u16string_view name) {
-        const std::uint64_t key = nameKey(name);
-        for (std::size_t i = 0; i < keys.size(); ++i) {
-            if (keys[i] == key && equal(all[i].name, name)) return &all[i];
-        }
-        return nullptr;
-    }
+/// One live child as it was when the pass began.
+struct ChildEntry {
+    /// Of the name. All children are searched for each `obj` element of the file, and a look at this is
+    /// cheap.
+    std::uint64_t key = 0;
+    Bstr name;
+    Bstr className;
+    ComPtr<IADs> object;
+    const ObjInfo* info = nullptr;
+    /// A node of the file has been dealt with against this child: it is no leftover.
+    bool matched = false;
 };
 
 /// One `obj` element of the file.
@@ -82,6 +69,7 @@ Status countChildren(IADsContainer& container, std::size_t& count) {
 Status readChild(const Variant& element, ChildEntry& entry) {
     if (Status status = queryChild(element, entry.object); status < 0) return status;
     if (Status status = entry.object->get_Name(entry.name.out()); status < 0) return reported(status);
+    entry.key = nameKey(view(entry.name));
     if (Status status = entry.object->get_Class(entry.className.out()); status < 0) return reported(status);
     if (findObjInfo(view(entry.className), entry.info) == S_FALSE) {
         reported(E_UNEXPECTED);
@@ -92,7 +80,7 @@ Status readChild(const Variant& element, ChildEntry& entry) {
 }
 
 /// Reads the live children into entries, of which there must be as many as were counted.
-Status readChildren(IADsContainer& container, ChildEntries& entries) {
+Status readChildren(IADsContainer& container, std::vector<ChildEntry>& entries) {
     ChildEnumerator children;
     if (Status status = children.build(container); status < 0) return reported(status);
     for (std::size_t count = 0;; ++count) {
@@ -100,11 +88,9 @@ Status readChildren(IADsContainer& container, ChildEntries& entries) {
         const Status status = children.next(element);
         if (status < 0) return reported(status);
         const bool ended = status == S_FALSE;
-        if (ended != (count == entries.all.size())) return reported(E_UNEXPECTED);
+        if (ended != (count == entries.size())) return reported(E_UNEXPECTED);
         if (ended) break;
-        ChildEntry& entry = entries.all[count];
-        if (Status read = readChild(element, entry); read < 0) return read;
-        entries.keys.push_back(nameKey(view(entry.name)));
+        if (Status read = readChild(element, entries[count]); read < 0) return read;
     }
     const Status status = children.free();
     return status < 0 ? reported(status) : S_OK;
@@ -179,9 +165,12 @@ Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
     return S_OK;
 }
 
-Status reconcileChild(IADs& parent, const FileObject& object, ChildEntries& entries) {
-    ChildEntry* entry = entries.find(view(object.name));
-    if (entry == nullptr) return addMissing(parent, object);
+Status reconcileChild(IADs& parent, const FileObject& object, std::vector<ChildEntry>& entries) {
+    const std::u16string_view name = view(object.name);
+    const auto entry = std::ranges::find_if(entries, [name, key = nameKey(name)](const ChildEntry& child) {
+        return child.key == key && equal(child.name, name);
+    });
+    if (entry == entries.end()) return addMissing(parent, object);
     if (entry->matched) {
         reported(E_UNEXPECTED);
         errPrintf("ERROR: object \"%S\" appears more than once in the backup file", object.name);
@@ -193,7 +182,7 @@ Status reconcileChild(IADs& parent, const FileObject& object, ChildEntries& entr
     return S_OK;
 }
 
-Status walkFile(IADs& object, IXMLDOMNode& childrenNode, ChildEntries& entries) {
+Status walkFile(IADs& object, IXMLDOMNode& childrenNode, std::vector<ChildEntry>& entries) {
     ComPtr<IXMLDOMNodeList> nodes;
     if (Status status = xmlGetChildNodes(childrenNode, nodes); status < 0) return reported(status);
     for (;;) {
@@ -229,10 +218,8 @@ Status reconcileChildren(IADs& object, IXMLDOMNode& childrenNode) {
 
     std::size_t count = 0;
     if (Status status = countChildren(*container, count); status < 0) return status;
-    ChildEntries entries;
-    entries.all.resize(count);
-    entries.keys.reserve(count);
+    std::vector<ChildEntry> entries(count);
     if (Status status = readChildren(*container, entries); status < 0) return status;
     if (Status status = walkFile(object, childrenNode, entries); status < 0) return status;
-    return deleteLeftovers(entries.all);
+    return deleteLeftovers(entries);
 }

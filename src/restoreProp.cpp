@@ -82,10 +82,10 @@ Status reconcileProperties(IADs& object, IXMLDOMNode& propsNode) {
     WarningPath path(object);
     ComPtr<IXMLDOMNodeList> nodes;
     if (Status status = xmlGetChildNodes(propsNode, nodes); status < 0) return reported(status);
-    LONG length = 0;
-    if (Status status = nodes->get_length(&length); status < 0) return reported(status);
+    std::size_t length = 0;
+    if (Status status = xmlGetLength(*nodes, length); status < 0) return reported(status);
     std::vector<BackupProp> records;
-    records.reserve(static_cast<std::size_t>(length));
+    records.reserve(length);
     for (;;) {
         ComPtr<IXMLDOMNode> node;
         if (Status status = nodes->nextNode(node.out()); status < 0) return reported(status);

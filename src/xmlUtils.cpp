@@ -4,6 +4,7 @@
 #include "platform/os/file.h"
 #include "src/dispUtils.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <initializer_list>
 #include <limits>
@@ -91,8 +92,8 @@ Status refuseShortRead(const char* fileName, std::size_t count, std::int64_t siz
     return E_UNEXPECTED;
 }
 
-/// The file's text, as wide as its bytes. The bytes are freed ahead of the parsing.
-Status readWide(const char* fileName, Bstr& text) {
+/// The file's bytes, with a terminator behind them.
+Status readBytes(const char* fileName, std::unique_ptr<char[]>& bytes) {
     InputFile file(fileName);
     if (!file.isOpen()) return refuseOpening(fileName, errno);
     const std::int64_t size = file.size();
@@ -100,11 +101,10 @@ Status readWide(const char* fileName, Bstr& text) {
     if (size > std::numeric_limits<std::int32_t>::max()) return refuseShortRead(fileName, 0, size);
 
     const auto length = static_cast<std::size_t>(size);
-    const std::unique_ptr<char[]> bytes(new char[length + 1]);
+    bytes.reset(new char[length + 1]);
     const std::size_t count = file.read(bytes.get(), length);
     if (count != length) return refuseShortRead(fileName, count, size);
     bytes[length] = '\0';
-    if (Status status = ansiToWide(bytes.get(), text); status < 0) return reported(status);
     return S_OK;
 }
 
@@ -118,9 +118,13 @@ Status xmlLoadFile(const char* fileName, ComPtr<IXMLDOMDocument>& document) {
         errPrintf("Creating XML DOM object");
         return status;
     }
-    Bstr text;
-    if (Status status = readWide(fileName, text); status < 0) return status;
+    std::unique_ptr<char[]> bytes;
+    if (Status status = readBytes(fileName, bytes); status < 0) return status;
     if (Status status = loading->put_async(VARIANT_FALSE); status < 0) return reported(status);
+    Bstr text;
+    if (Status status = ansiToWide(bytes.get(), text); status < 0) return reported(status);
+    // The document takes the most memory by far: it doesn't begin before the bytes have gone.
+    bytes.reset();
 
     VARIANT_BOOL success = VARIANT_FALSE;
     if (Status status = loading->loadXML(text, &success); status < 0) {
@@ -166,6 +170,13 @@ Status xmlGetAttrOfNode(IXMLDOMNode& node, BSTR name, Bstr& value, const OLECHAR
 Status xmlGetChildNodes(IXMLDOMNode& node, ComPtr<IXMLDOMNodeList>& children) {
     const Status status = node.get_childNodes(children.out());
     return status >= 0 && !children ? E_UNEXPECTED : status;
+}
+
+Status xmlGetLength(IXMLDOMNodeList& nodes, std::size_t& length) {
+    LONG count = 0;
+    const Status status = nodes.get_length(&count);
+    length = static_cast<std::size_t>(std::max(count, 0));
+    return status >= 0 && count < 0 ? E_UNEXPECTED : status;
 }
 
 Status xmlChildCount(IXMLDOMNode& node, LONG& count) {

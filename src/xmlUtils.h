@@ -29,6 +29,9 @@ Status xmlGetAttrOfNode(IXMLDOMNode& node, BSTR name, Bstr& value, const OLECHAR
 /// The child nodes of every kind. Reports nothing.
 Status xmlGetChildNodes(IXMLDOMNode& node, ComPtr<IXMLDOMNodeList>& children);
 
+/// The number of nodes in a list; E_UNEXPECTED for one that can't be. Reports nothing.
+Status xmlGetLength(IXMLDOMNodeList& nodes, std::size_t& length);
+
 /// Number of child nodes of every kind.
 Status xmlChildCount(IXMLDOMNode& node, LONG& count);
 
