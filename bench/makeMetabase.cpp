@@ -4,6 +4,9 @@
 //     makeMetabase flat [CHILDREN [SEED]]               many children below one object, 20000
 //     makeMetabase deep [LEVELS [SEED]]                 a chain of objects, 200
 //     makeMetabase long [VALUES [SEED]]                 few objects with long lists, 10000 values each
+//     makeMetabase random [SEED]                        a small one with everything that there is
+
+#include "bench/randomMetabase.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -164,8 +167,11 @@ int main(int argc, char** argv) {
     } else if (shape == "long") {
         metabase.schema();
         for (unsigned i = 0; i < 3; ++i) metabase.directory(top + std::to_string(i), number(2, 10000));
+    } else if (shape == "random") {
+        Random random(number(2, 1));
+        std::fputs(RandomMetabase(random).tree().c_str(), stdout);
     } else {
-        std::fputs("Usage: makeMetabase wide|flat|deep|long [SIZE...] [SEED]\n", stderr);
+        std::fputs("Usage: makeMetabase wide|flat|deep|long|random [SIZE...] [SEED]\n", stderr);
         return 1;
     }
     return 0;

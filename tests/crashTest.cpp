@@ -8,13 +8,13 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <random>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -31,30 +31,37 @@ struct Server : Folder {
         write("f", backup);
     }
     std::string text() const { return read("metabase.txt"); }
+    /// What the server holds, whatever the form of its file.
+    std::string shown() const {
+        EXPECT_EQ(runProgram(*this, {"-backup", "-file", "shown"}).exitCode, 0);
+        return read("shown");
+    }
+    /// The file behind a restore that can't rewrite it, with a line for each change.
+    std::string restoredLines() const {
+        std::filesystem::create_directory(path(".metabase.txt.rewrite"));
+        EXPECT_EQ(runProgram(*this, restoring).exitCode, 0);
+        return text();
+    }
 };
 
-/// What the server holds, whatever the form of its file.
-std::string shown(const Server& server) {
-    EXPECT_EQ(runProgram(server, {"-backup", "-file", "shown"}).exitCode, 0);
-    return server.read("shown");
+std::string manyObjects(int count) {
+    std::string children;
+    for (int i = 0; i < count; ++i) {
+        children +=
+            element(std::to_string(i), "IIsWebServer", "", "<prop name=\"Title\" type=\"8\">new</prop>");
+    }
+    return file(children);
 }
 
 /// The restore that nothing gets in the way of.
 struct Undisturbed {
-    /// The file with a line for each change.
-    std::string lines;
+    std::string lines = Server().restoredLines();
     /// What the server holds ahead of the first change and behind each.
     std::vector<std::string> states;
 
     Undisturbed() {
-        const Server server;
-        // In the place of the file's replacement.
-        std::filesystem::create_directory(server.path(".metabase.txt.rewrite"));
-        EXPECT_EQ(runProgram(server, restoring).exitCode, 0);
-        lines = server.text();
-        for (std::size_t end = metabase.size(); end <= lines.size(); end = lines.find('\n', end) + 1) {
-            states.push_back(shown(Server(lines.substr(0, end))));
-            if (end == lines.size()) break;
+        for (std::size_t end = metabase.size(); end <= lines.size(); ++end) {
+            if (lines[end - 1] == '\n') states.push_back(Server(lines.substr(0, end)).shown());
         }
     }
 };
@@ -67,9 +74,9 @@ const Undisturbed& undisturbed() {
 /// Expects that the server has the first so many of the changes, and that the next restore makes the others.
 void expectCompletable(const Server& server) {
     const auto& states = undisturbed().states;
-    EXPECT_NE(std::ranges::find(states, shown(server)), states.end()) << server.text();
+    EXPECT_NE(std::ranges::find(states, server.shown()), states.end()) << server.text();
     EXPECT_EQ(runProgram(server, restoring).exitCode, 0);
-    EXPECT_EQ(shown(server), states.back());
+    EXPECT_EQ(server.shown(), states.back());
 }
 
 /// Runs a restore that does something at the call of a number. Gives false where there is no such call any
@@ -123,53 +130,43 @@ TEST(Crash, canTearTheLastLineAnywhere) {
     }
 }
 
+void killAfter(std::chrono::nanoseconds time) {
+    sigevent event{};
+    event.sigev_notify = SIGEV_SIGNAL;
+    event.sigev_signo = SIGKILL;
+    timer_t timer{};
+    const itimerspec once{{0, 0}, {time.count() / 1'000'000'000, time.count() % 1'000'000'000 + 1}};
+    EXPECT_EQ(::timer_create(CLOCK_MONOTONIC, &event, &timer), 0);
+    EXPECT_EQ(::timer_settime(timer, 0, &once, nullptr), 0);
+}
+
 TEST(Crash, killsARunOfThousandsOfChangesAtAnyTime) {
     const unsigned seed = std::random_device()();
     std::mt19937 random(seed);
     constexpr int objects = 4000;
-    std::string children;
-    for (int i = 0; i < objects; ++i)
-        children +=
-            element(std::to_string(i), "IIsWebServer", "", "<prop name=\"Title\" type=\"8\">new</prop>");
-    const std::string large = file(children);
-    const auto run = [&](const Server& server, std::chrono::microseconds patience) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            if (::chdir(server.path().c_str()) != 0) std::_Exit(99);
-            ::close(STDOUT_FILENO);
-            ::execl(SKEINKEEP_PROGRAM, "skeinKeep", "-restore", "-file", "f", nullptr);
-            std::_Exit(98);
-        }
-        std::this_thread::sleep_for(patience);
-        ::kill(child, SIGKILL);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        return WIFSIGNALED(status);
-    };
     const Server whole;
-    whole.write("f", large);
+    whole.write("f", manyObjects(objects));
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(runProgram(whole, restoring).exitCode, 0);
-    const auto span =
-        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
+    EXPECT_EQ(runTool(whole, restoring).exitCode, 0);
+    const auto span = std::chrono::steady_clock::now() - start;
     const Server appended;
-    appended.write("f", large);
-    std::filesystem::create_directory(appended.path(".metabase.txt.rewrite"));
-    EXPECT_EQ(runProgram(appended, restoring).exitCode, 0);
-    const std::string lines = appended.text();
+    appended.write("f", whole.read("f"));
+    const std::string lines = appended.restoredLines();
     int killed = 0;
-    for (int round = 0; round < 60; ++round) {
+    constexpr int rounds = 60;
+    for (int round = 0; round < rounds; ++round) {
         const Server server;
-        server.write("f", large);
-        killed += run(server, span * (random() % 1200) / 1000);
+        server.write("f", whole.read("f"));
+        const auto patience = span * (random() % 1200) / 1000;
+        killed += runTool(server, restoring, [patience] { killAfter(patience); }).exitCode == -SIGKILL;
         const std::string left = server.text();
         EXPECT_TRUE(left == whole.text() || (left.starts_with(metabase) && lines.starts_with(left)))
             << "seed " << seed;
         EXPECT_EQ(runProgram(server, restoring).exitCode, 0);
-        EXPECT_EQ(shown(server), shown(whole)) << "seed " << seed;
+        EXPECT_EQ(server.shown(), whole.shown()) << "seed " << seed;
     }
-    std::cout << "killed " << killed << " of 60 runs of " << 2 * objects << " changes, seed " << seed
-              << std::endl;
+    std::cout << "killed " << killed << " of " << rounds << " runs of " << 2 * objects << " changes, seed "
+              << seed << std::endl;
     EXPECT_GT(killed, 0);
 }
 
@@ -192,7 +189,7 @@ TEST(SystemFailure, endsTheRunAtTheChangeThatCannotBeMade) {
                 const std::string call = server.read("reached");
                 SCOPED_TRACE(call + " " + std::to_string(number) + "\n" + run.out);
                 ++failures;
-                const bool complete = shown(server) == undisturbed().states.back();
+                const bool complete = server.shown() == undisturbed().states.back();
                 EXPECT_TRUE(run.exitCode == 2 || (run.exitCode == 0 && complete)) << run.exitCode;
                 if (call == "write+" && !lasting) {
                     EXPECT_EQ(run.exitCode, 2);
@@ -231,7 +228,7 @@ TEST(SystemFailure, ofStandardOutputHindersNoChange) {
             ::dup2(full ? ::open("/dev/full", O_WRONLY) : ends[1], STDOUT_FILENO);
         });
         EXPECT_EQ(run.exitCode, 0);
-        EXPECT_EQ(shown(server), undisturbed().states.back());
+        EXPECT_EQ(server.shown(), undisturbed().states.back());
     }
 }
 

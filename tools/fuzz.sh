@@ -1,7 +1,7 @@
 #!/bin/sh
 # fuzz.sh SECONDS [TARGET...]: lets the fuzz targets, or those that are named, look for inputs that break a promise.
-# They go on from tests/fuzz/corpus and from what earlier runs found, in build/fuzz/corpus. An input that breaks
-# something stays in build/fuzz/broken; its test is one more file in tests/fuzz/corpus.
+# They go on from tools/fuzz/corpus and from what earlier runs found, in build/fuzz/corpus. An input that breaks
+# something stays in build/fuzz/broken; its test is one more file in tools/fuzz/corpus.
 set -eu
 cd "$(dirname "$0")/.."
 seconds=$1
@@ -16,7 +16,7 @@ for target in "$@"; do mkdir -p "build/fuzz/corpus/$target" "build/fuzz/broken/$
 # shellcheck disable=SC2016
 printf '%s\n' "$@" | xargs -P "$(nproc)" -I@ sh -c '
     echo "Fuzzing: @"
-    "build/fuzz/tests/fuzz/@Fuzz" -max_total_time="$2" -close_fd_mask=3 -timeout=10 -verbosity=0 \
-        -dict="$1/tests/fuzz/words.dict" -artifact_prefix="$1/build/fuzz/broken/@/" \
-        "$1/build/fuzz/corpus/@" "$1/tests/fuzz/corpus/@"' sh "$PWD" "$seconds"
+    "build/fuzz/tools/fuzz/@Fuzz" -max_total_time="$2" -close_fd_mask=3 -timeout=10 -verbosity=0 \
+        -dict="$1/tools/fuzz/words.dict" -artifact_prefix="$1/build/fuzz/broken/@/" \
+        "$1/build/fuzz/corpus/@" "$1/tools/fuzz/corpus/@"' sh "$PWD" "$seconds"
 echo "No input broke a promise."

@@ -55,8 +55,8 @@ SKEINKEEP_UNDER="valgrind -q --leak-check=full --error-exitcode=9" sh tools/demo
 echo "== Fuzzing"
 sh tools/fuzz.sh 60
 
-sources=$(git ls-files 'src/*.cpp' 'platform/*.cpp' 'tests/*.cpp' 'bench/*.cpp')
-headers=$(git ls-files 'src/*.h' 'platform/*.h' 'tests/*.h' 'bench/*.h')
+sources=$(git ls-files 'src/*.cpp' 'platform/*.cpp' 'tests/*.cpp' 'bench/*.cpp' 'tools/*.cpp')
+headers=$(git ls-files 'src/*.h' 'platform/*.h' 'tests/*.h' 'bench/*.h' 'tools/*.h')
 
 echo "== Format"
 # shellcheck disable=SC2086

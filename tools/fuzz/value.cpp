@@ -1,7 +1,7 @@
 // Any text becomes a value of any type, which comes back from its own text, or is refused for a reason.
 
 #include "platform/automation/variant.h"
-#include "tests/fuzz/fuzz.h"
+#include "tools/fuzz/fuzz.h"
 
 #include <array>
 #include <bit>

@@ -1,6 +1,6 @@
 // Runs a fuzz target over the files of folders, once each. Options are the fuzzer's own.
 
-#include "tests/fuzz/fuzz.h"
+#include "tools/fuzz/fuzz.h"
 
 #include <cstdio>
 #include <fstream>

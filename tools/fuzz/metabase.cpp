@@ -2,7 +2,7 @@
 // with it.
 
 #include "platform/metabase/records.h"
-#include "tests/fuzz/fuzz.h"
+#include "tools/fuzz/fuzz.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // A dry run takes any bytes for a backup file and never changes the server, nor does its exit code lie.
 
-#include "tests/fuzz/fuzz.h"
+#include "tools/fuzz/fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const Folder& folder = workingFolder();

@@ -3,7 +3,7 @@
 #include "platform/com/runtime.h"
 #include "platform/platform.h"
 #include "platform/xml/msxml.h"
-#include "tests/fuzz/fuzz.h"
+#include "tools/fuzz/fuzz.h"
 
 #include <algorithm>
 
