@@ -1,4 +1,4 @@
-// The live metabase and its file: what can be read, what a change leaves, and who may make one.
+// The live metabase and its file: what can be read, what a change leaves, and whose hands it notices.
 
 #include "platform/automation/safearray.h"
 #include "platform/com/runtime.h"
@@ -9,12 +9,9 @@
 #include "platform/platform.h"
 #include "tests/support.h"
 
-#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace std::string_view_literals;
 
@@ -28,7 +25,7 @@ class Live {
 public:
     explicit Live(const std::string& text) {
         static const bool installed = (installPlatform(), true);
-        EXPECT_TRUE(installed);
+        (void)installed;
         folder.write("metabase.txt", text);
         std::filesystem::current_path(folder.path());
         CoInitializeEx(nullptr, 0);
@@ -213,18 +210,7 @@ TEST(Metabase, refusesTreesThatAreTooDeep) {
     EXPECT_EQ(live.text(), deep);
 }
 
-TEST(Metabase, hasOneWriterAndNoticesOtherHands) {
-    {
-        const Live live(tree);
-        const auto box = open(u"IIS://localhost/b/c");
-        const int other = ::open("metabase.txt", O_RDONLY);
-        ASSERT_EQ(::flock(other, LOCK_EX), 0);
-        EXPECT_EQ(change(*box), STATUS_LOCK_VIOLATION);
-        EXPECT_EQ(shown(*box, u"Title"), "\"none\"");
-        EXPECT_EQ(live.text(), tree);
-        ::close(other);
-        EXPECT_EQ(change(*box), S_OK);
-    }
+TEST(Metabase, noticesOtherHands) {
     const std::pair<const char*, std::function<void(const Live&)>> hands[] = {
         {"appended", [](const Live& live) { live.folder.write("metabase.txt", tree + "\n"); }},
         {"touched", [](const Live&) { std::filesystem::last_write_time("metabase.txt", {}); }},
