@@ -222,6 +222,7 @@ TEST(Xml, answersWhatAnElementIsAsked) {
     ComPtr<IXMLDOMElement> root;
     for (TestCase test : testCases("xml-queries.txt")) {
         if (test.contains("text")) root = rootOf(wide(test["text"]));
+        ASSERT_TRUE(root) << test["text"];
         EXPECT_EQ(answer(*root, test["how"], Bstr(wide(test["ask"]))), wide(test["answer"]))
             << test["how"] << " " << test["ask"];
     }
