@@ -8,13 +8,8 @@ namespace xml {
 
 namespace {
 
-Bstr wide(std::string_view text) {
-    Bstr made = Bstr::adopt(SysAllocStringLen(nullptr, countUnits(text)));
-    decode(text, made);
-    return made;
-}
-
 Bstr textBelow(const Tree& tree, NodeIndex node) {
+    if (const NodeIndex only = tree.onlyTextBelow(node); only != 0) return wide(tree.textOf(only));
     UINT units = 0;
     tree.visitTextBelow(node, [&units](std::string_view piece) { units += countUnits(piece); });
     Bstr text = Bstr::adopt(SysAllocStringLen(nullptr, units));

@@ -20,4 +20,9 @@ NodeIndex Tree::findAttribute(NodeIndex element, NameTable::Number name) const {
     return 0;
 }
 
+NodeIndex Tree::onlyTextBelow(NodeIndex node) const {
+    const NodeIndex last = behind(node) - 1;
+    return attributesEnd(node) == last && countsAsText(nodes[last].kind) ? last : 0;
+}
+
 } // namespace xml

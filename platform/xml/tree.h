@@ -59,6 +59,8 @@ struct Tree {
     std::u16string_view nameOf(NodeIndex node) const { return names[nodes[node].name]; }
     /// What a node that is no parent holds.
     std::string_view textOf(NodeIndex node) const { return &text[nodes[node].link]; }
+    /// The node that holds all the text below a node; 0 if there are none or several.
+    NodeIndex onlyTextBelow(NodeIndex node) const;
     /// Calls `visit` with each piece of the text below a node.
     template <class Visit> void visitTextBelow(NodeIndex node, Visit visit) const {
         for (NodeIndex at = node + 1; at < behind(node); ++at) {
