@@ -124,8 +124,13 @@ HRESULT DomNode::getAttribute(BSTR name, VARIANT* value) {
     return S_OK;
 }
 
-bool DomNode::offers(const IID& wanted) const {
-    return wanted != IXMLDOMElement::iid || tree().nodes[node_].kind == NodeKind::element;
+HRESULT DomNode::QueryInterface(const IID& wanted, void** out) {
+    if (wanted != IXMLDOMElement::iid) return NodeObject::QueryInterface(wanted, out);
+    const bool isElement = tree().nodes[node_].kind == NodeKind::element;
+    *out = isElement ? static_cast<IXMLDOMElement*>(this) : nullptr;
+    if (!isElement) return E_NOINTERFACE;
+    AddRef();
+    return S_OK;
 }
 
 } // namespace xml
