@@ -100,11 +100,10 @@ template <class Interface> HRESULT NodeObject<Interface>::selectSingleNode(BSTR 
     const std::optional<std::string> wanted = nameInQuery(view(query));
     if (!wanted) return E_INVALIDARG;
 
-    const NameTable::Number name = tree().names.find(u"name");
     const NodeIndex end = tree().behind(node_);
     NodeIndex child = tree().firstChild(node_);
     for (; child < end; child = tree().nextChild(child, end)) {
-        const NodeIndex attribute = tree().findAttribute(child, name);
+        const NodeIndex attribute = tree().findAttribute(child, u"name");
         if (attribute != 0 && tree().textOf(attribute) == *wanted) break;
     }
     return handOutNode(shared_, child, end, node);
@@ -115,7 +114,7 @@ template class NodeObject<IXMLDOMDocument>;
 
 HRESULT DomNode::getAttribute(BSTR name, VARIANT* value) {
     VariantInit(value);
-    const NodeIndex attribute = tree().findAttribute(node_, tree().names.find(view(name)));
+    const NodeIndex attribute = tree().findAttribute(node_, view(name));
     if (attribute == 0) {
         value->vt = VT_NULL;
         return S_FALSE;

@@ -54,7 +54,7 @@ struct Tree {
     /// The attributes of an element are the nodes from the one behind it up to this one.
     NodeIndex attributesEnd(NodeIndex element) const;
     /// The attribute of an element by its name; 0, which is no attribute, if it has none.
-    NodeIndex findAttribute(NodeIndex element, NameTable::Number name) const;
+    NodeIndex findAttribute(NodeIndex element, std::u16string_view name) const;
 
     std::u16string_view nameOf(NodeIndex node) const { return names[nodes[node].name]; }
     /// What a node that is no parent holds.
