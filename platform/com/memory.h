@@ -53,3 +53,8 @@ inline void giveMemory(void* block, std::size_t size) {
     if (kind >= memory::kinds) return ::operator delete(block);
     memory::spares[kind] = new (block) memory::Spare{memory::spares[kind]};
 }
+
+/// From now on the system's allocator keeps the large blocks that it gets back, where it lets itself be told.
+/// The bytes, the wide text and the tree of a file follow one another: what one of them leaves needs not be
+/// asked of the system, page for page, for the next.
+void keepFreedMemory();

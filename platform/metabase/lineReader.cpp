@@ -131,6 +131,13 @@ bool LineReader::optional(char expected) {
     return true;
 }
 
+bool LineReader::optionalWord(std::string_view text) {
+    const std::string_view next = rest();
+    if (next.size() <= text.size() || !is(next[text.size()], blank) || !next.starts_with(text)) return false;
+    at_ += text.size();
+    return true;
+}
+
 bool LineReader::symbol(char expected) {
     return optional(expected) || fail(std::string("expected '") + expected + "'");
 }

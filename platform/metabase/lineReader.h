@@ -33,6 +33,8 @@ public:
     bool symbol(char expected);
     /// Takes the symbol if it is the next one; leaves no error.
     bool optional(char expected);
+    /// Takes the text if it is what comes next, up to a blank; leaves no error.
+    bool optionalWord(std::string_view text);
     /// A name, bare or as a string. The text is good until the next call.
     bool name(std::u16string_view& name);
     bool string(std::u16string_view& text);

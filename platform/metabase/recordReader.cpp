@@ -26,6 +26,8 @@ private:
     bool headLine(std::string_view line);
     bool property();
     bool propertyName(PropertyId& property);
+    bool expectedProperty(PropertyId& property);
+    bool namedProperty(PropertyId& property);
     bool propertyValue(PropertyId property, std::string_view& text);
     bool propertyList(std::vector<PropertyId>& list);
     bool classRecord();
@@ -41,6 +43,9 @@ private:
     MetabaseTree& tree_;
     LineReader line_;
     Node* current_ = nullptr;
+    PropertyId lastProperty_ = 0;
+    /// For each property the one that followed it last. Objects of a class have theirs in one order.
+    std::vector<PropertyId> followers_;
     bool versionSeen_ = false;
     std::string error_;
 };
@@ -109,7 +114,24 @@ bool RecordReader::property() {
     return tree_.addProperty(definition) || fail("a property that is defined already");
 }
 
+/// Takes the name of the property that is expected to come; leaves the line alone if it doesn't.
+bool RecordReader::expectedProperty(PropertyId& property) {
+    if (tree_.properties().empty()) return false;
+    followers_.resize(tree_.properties().size());
+    property = followers_[lastProperty_];
+    return line_.optionalWord(tree_.properties()[property].nameText);
+}
+
 bool RecordReader::propertyName(PropertyId& property) {
+    if (!expectedProperty(property)) {
+        if (!namedProperty(property)) return false;
+        followers_[lastProperty_] = property;
+    }
+    lastProperty_ = property;
+    return true;
+}
+
+bool RecordReader::namedProperty(PropertyId& property) {
     std::u16string_view name;
     if (!line_.name(name)) return failLine();
     const std::optional<PropertyId> found = tree_.findProperty(name);

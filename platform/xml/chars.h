@@ -43,6 +43,9 @@ inline bool isNamePair(const char16_t* at) {
     return at[0] >= 0xD800 && at[0] < 0xDB80 && (at[1] & 0xFC00) == 0xDC00;
 }
 
+/// Says whether a name that stands ahead of `at` ends there.
+inline bool endsName(const char16_t* at) { return !is(*at, nameChar) && !isNamePair(at); }
+
 /// The place behind the name that begins at `at`, or `at` itself where none does. The text must end in a 0.
 inline const char16_t* nameEnd(const char16_t* at) {
     if (!is(*at, nameStart) && !isNamePair(at)) return at;

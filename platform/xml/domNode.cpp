@@ -8,13 +8,8 @@ namespace xml {
 
 namespace {
 
-Bstr wide(std::string_view text) {
-    Bstr made = Bstr::adopt(SysAllocStringLen(nullptr, countUnits(text)));
-    decode(text, made);
-    return made;
-}
-
 Bstr textBelow(const Tree& tree, NodeIndex node) {
+    if (const NodeIndex only = tree.onlyTextBelow(node); only != 0) return wide(tree.textOf(only));
     UINT units = 0;
     tree.visitTextBelow(node, [&units](std::string_view piece) { units += countUnits(piece); });
     Bstr text = Bstr::adopt(SysAllocStringLen(nullptr, units));
@@ -105,11 +100,10 @@ template <class Interface> HRESULT NodeObject<Interface>::selectSingleNode(BSTR 
     const std::optional<std::string> wanted = nameInQuery(view(query));
     if (!wanted) return E_INVALIDARG;
 
-    const NameTable::Number name = tree().names.find(u"name");
     const NodeIndex end = tree().behind(node_);
     NodeIndex child = tree().firstChild(node_);
     for (; child < end; child = tree().nextChild(child, end)) {
-        const NodeIndex attribute = tree().findAttribute(child, name);
+        const NodeIndex attribute = tree().findAttribute(child, u"name");
         if (attribute != 0 && tree().textOf(attribute) == *wanted) break;
     }
     return handOutNode(shared_, child, end, node);
@@ -120,7 +114,7 @@ template class NodeObject<IXMLDOMDocument>;
 
 HRESULT DomNode::getAttribute(BSTR name, VARIANT* value) {
     VariantInit(value);
-    const NodeIndex attribute = tree().findAttribute(node_, tree().names.find(view(name)));
+    const NodeIndex attribute = tree().findAttribute(node_, view(name));
     if (attribute == 0) {
         value->vt = VT_NULL;
         return S_FALSE;
@@ -129,8 +123,13 @@ HRESULT DomNode::getAttribute(BSTR name, VARIANT* value) {
     return S_OK;
 }
 
-bool DomNode::offers(const IID& wanted) const {
-    return wanted != IXMLDOMElement::iid || tree().nodes[node_].kind == NodeKind::element;
+HRESULT DomNode::QueryInterface(const IID& wanted, void** out) {
+    if (wanted != IXMLDOMElement::iid) return NodeObject::QueryInterface(wanted, out);
+    const bool isElement = tree().nodes[node_].kind == NodeKind::element;
+    *out = isElement ? static_cast<IXMLDOMElement*>(this) : nullptr;
+    if (!isElement) return E_NOINTERFACE;
+    AddRef();
+    return S_OK;
 }
 
 } // namespace xml

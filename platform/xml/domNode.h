@@ -45,10 +45,9 @@ class DomNode final : public NodeObject<IXMLDOMElement> {
 public:
     DomNode(ComPtr<SharedTree> shared, NodeIndex node) : NodeObject(std::move(shared), node) {}
 
+    /// Only an element is one.
+    HRESULT QueryInterface(const IID& wanted, void** out) override;
     HRESULT getAttribute(BSTR name, VARIANT* value) override;
-
-private:
-    bool offers(const IID& wanted) const override;
 };
 
 /// Hands out the node at an index below `end`; S_FALSE with null for any other.

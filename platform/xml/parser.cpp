@@ -5,6 +5,7 @@
 #include "platform/xml/utf8.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 #include <vector>
 
@@ -49,6 +50,13 @@ public:
     Tree result();
 
 private:
+    /// The names that followed a name when it was last met.
+    struct Followers {
+        NameTable::Number tag = NameTable::none;
+        NameTable::Number attribute = NameTable::none;
+    };
+
+    Followers& followersOf(NameTable::Number name) { return followers_[name % followers_.size()]; }
     std::u16string_view rest() const { return {at_, static_cast<std::size_t>(end_ - at_)}; }
     bool accept(char16_t unit);
     bool accept(std::u16string_view markup);
@@ -59,7 +67,7 @@ private:
     bool content();
     bool startTag();
     bool endTag();
-    bool attribute(NodeIndex element);
+    bool attribute(NodeIndex element, NameTable::Number& last);
     bool attributeValue();
     bool skipIndentation();
     bool text();
@@ -69,6 +77,7 @@ private:
     bool reference();
     bool characterReference();
     NameTable::Number name();
+    NameTable::Number name(NameTable::Number& expected);
 
     template <CharClass plain> char16_t copy(char lineEnd);
     bool copyUntil(std::u16string_view terminator);
@@ -88,6 +97,11 @@ private:
     NodeIndex open_ = 0;
     /// For each name the last element that had an attribute of that name.
     std::vector<NodeIndex> lastUser_;
+
+    /// Names come in the same order again and again: those to expect behind each name, whose number modulo
+    /// the size is its place here.
+    std::array<Followers, 64> followers_;
+    NameTable::Number lastTag_ = 0;
 
     /// Of the run of text since the last tag: its first node, whether it is white space so far, and whether
     /// it follows a start tag.
@@ -167,13 +181,15 @@ bool Parser::content() {
 bool Parser::startTag() {
     endRun(false);
     ++at_;
-    const NameTable::Number tag = name();
+    const NameTable::Number tag = name(followersOf(lastTag_).tag);
     if (tag == NameTable::none) return false;
+    lastTag_ = tag;
     const NodeIndex element = addNode(NodeKind::element, tag);
+    NameTable::Number last = tag;
     for (;;) {
         const bool isSeparate = skipWhite();
         if (*at_ == u'>' || *at_ == u'/') break;
-        if (!isSeparate || !attribute(element)) return false;
+        if (!isSeparate || !attribute(element, last)) return false;
     }
     runFollowsStart_ = *at_ == u'>';
     if (runFollowsStart_) {
@@ -199,9 +215,11 @@ bool Parser::endTag() {
     return true;
 }
 
-bool Parser::attribute(NodeIndex element) {
-    const NameTable::Number number = name();
+/// `last` is the name ahead of the attribute's, and becomes that.
+bool Parser::attribute(NodeIndex element, NameTable::Number& last) {
+    const NameTable::Number number = name(followersOf(last).attribute);
     if (number == NameTable::none) return false;
+    last = number;
     if (number >= lastUser_.size()) lastUser_.resize(number + 1);
     if (std::exchange(lastUser_[number], element) == element) return false;
     skipWhite();
@@ -328,6 +346,21 @@ NameTable::Number Parser::name() {
     at_ = nameEnd(start);
     if (at_ == start) return NameTable::none;
     return tree_.names.enter({start, static_cast<std::size_t>(at_ - start)});
+}
+
+/// The same where a name is expected to come; becomes the one that came.
+NameTable::Number Parser::name(NameTable::Number& expected) {
+    if (expected != NameTable::none) {
+        const char16_t* at = at_;
+        const std::u16string_view wanted = tree_.names[expected];
+        const char16_t* unit = wanted.begin();
+        while (unit != wanted.end() && *at == *unit) ++at, ++unit;
+        if (unit == wanted.end() && endsName(at)) {
+            at_ = at;
+            return expected;
+        }
+    }
+    return expected = name();
 }
 
 /// Copies what stands for itself, and line ends as `lineEnd`. Answers the unit that it stops at.

@@ -13,11 +13,17 @@ NodeIndex Tree::attributesEnd(NodeIndex element) const {
     return at;
 }
 
-NodeIndex Tree::findAttribute(NodeIndex element, NameTable::Number name) const {
-    for (NodeIndex at = element + 1; at < behind(element) && nodes[at].kind == NodeKind::attribute; ++at) {
-        if (nodes[at].name == name) return at;
+NodeIndex Tree::findAttribute(NodeIndex element, std::u16string_view name) const {
+    const NodeIndex end = behind(element);
+    for (NodeIndex at = element + 1; at < end && nodes[at].kind == NodeKind::attribute; ++at) {
+        if (equal(nameOf(at), name)) return at;
     }
     return 0;
+}
+
+NodeIndex Tree::onlyTextBelow(NodeIndex node) const {
+    const NodeIndex last = behind(node) - 1;
+    return attributesEnd(node) == last && countsAsText(nodes[last].kind) ? last : 0;
 }
 
 } // namespace xml

@@ -54,11 +54,13 @@ struct Tree {
     /// The attributes of an element are the nodes from the one behind it up to this one.
     NodeIndex attributesEnd(NodeIndex element) const;
     /// The attribute of an element by its name; 0, which is no attribute, if it has none.
-    NodeIndex findAttribute(NodeIndex element, NameTable::Number name) const;
+    NodeIndex findAttribute(NodeIndex element, std::u16string_view name) const;
 
     std::u16string_view nameOf(NodeIndex node) const { return names[nodes[node].name]; }
     /// What a node that is no parent holds.
     std::string_view textOf(NodeIndex node) const { return &text[nodes[node].link]; }
+    /// The node that holds all the text below a node; 0 if there are none or several.
+    NodeIndex onlyTextBelow(NodeIndex node) const;
     /// Calls `visit` with each piece of the text below a node.
     template <class Visit> void visitTextBelow(NodeIndex node, Visit visit) const {
         for (NodeIndex at = node + 1; at < behind(node); ++at) {

@@ -39,6 +39,11 @@ bool isAscii(std::string_view text) {
     return (bits & 0x8080808080808080) == 0;
 }
 
+char16_t* widen(std::string_view ascii, char16_t* out) {
+    return std::transform(ascii.begin(), ascii.end(), out,
+                          [](char c) { return static_cast<unsigned char>(c); });
+}
+
 } // namespace
 
 std::uint32_t countUnits(std::string_view text) {
@@ -52,9 +57,7 @@ std::uint32_t countUnits(std::string_view text) {
 }
 
 char16_t* decode(std::string_view text, char16_t* out) {
-    if (isAscii(text))
-        return std::transform(text.begin(), text.end(), out,
-                              [](char c) { return static_cast<unsigned char>(c); });
+    if (isAscii(text)) return widen(text, out);
     const char* at = text.data();
     const char* const end = at + text.size();
     const auto next = [&at] { return static_cast<unsigned char>(*at++); };
@@ -74,6 +77,17 @@ char16_t* decode(std::string_view text, char16_t* out) {
         *out++ = static_cast<char16_t>(character);
     }
     return out;
+}
+
+Bstr wide(std::string_view text) {
+    if (isAscii(text)) {
+        Bstr made = Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(text.size())));
+        widen(text, made);
+        return made;
+    }
+    Bstr made = Bstr::adopt(SysAllocStringLen(nullptr, countUnits(text)));
+    decode(text, made);
+    return made;
 }
 
 } // namespace xml

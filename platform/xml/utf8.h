@@ -1,6 +1,8 @@
 // UTF-8, the form in which a document keeps its text, which is nearly always ASCII.
 #pragma once
 
+#include "platform/automation/bstr.h"
+
 #include <cstdint>
 #include <string_view>
 
@@ -18,5 +20,8 @@ std::uint32_t countUnits(std::string_view text);
 
 /// Writes the units of a well-formed text to `out`, and answers the place behind them.
 char16_t* decode(std::string_view text, char16_t* out);
+
+/// A string of the units of a well-formed text.
+Bstr wide(std::string_view text);
 
 } // namespace xml
