@@ -212,6 +212,7 @@ Status getArrayElement(const VARIANT& array, LONG index, Variant& element) {
     if (SafeArrayGetDim(array.parray) > 1) return DISP_E_BADINDEX;
     VARTYPE type = VT_EMPTY;
     if (Status status = SafeArrayGetVartype(array.parray, &type); status < 0) return status;
+    if (type == VT_EMPTY) return E_UNEXPECTED;
     if (type == VT_VARIANT) return SafeArrayGetElement(array.parray, &index, element.out());
     VARIANT plain{};
     plain.vt = type;

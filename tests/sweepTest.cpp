@@ -23,6 +23,10 @@ const std::string backup = testData("sweep-backup.xml");
 struct Scenario {
     const char* name;
     std::vector<std::string> arguments;
+
+    friend std::ostream& operator<<(std::ostream& out, const Scenario& scenario) {
+        return out << scenario.name;
+    }
 };
 
 const Scenario scenarios[] = {{"backup", {"-backup", "-file", "made"}},
