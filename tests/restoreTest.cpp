@@ -1,6 +1,5 @@
 // A whole restore: the files that it takes, every failure, and the way there and back.
 
-#include "platform/com/memory.h"
 #include "tests/restoreSupport.h"
 
 #include <filesystem>
@@ -91,7 +90,7 @@ TEST(Restore, ofTheDeepestTreeNeedsLittleStack) {
     const auto run = [&](const char* mode) {
         const Outcome outcome = runTool(folder, {mode, "-file", "f"}, [] {
             // A sanitizer's frames are several times as large.
-            const rlim_t size = (memory::kinds == 0 ? 6 : 1) << 20;
+            const rlim_t size = (isSanitized ? 6 : 1) << 20;
             const rlimit stack{size, size};
             ::setrlimit(RLIMIT_STACK, &stack);
         });

@@ -7,6 +7,13 @@
 #include <string>
 #include <vector>
 
+/// Whether everything is built with sanitizers, which take time and memory of their own.
+#ifdef SKEINKEEP_SANITIZED
+constexpr bool isSanitized = true;
+#else
+constexpr bool isSanitized = false;
+#endif
+
 /// A new folder that goes with its owner.
 class Folder {
 public:
