@@ -1,12 +1,14 @@
 // What a user types, and what comes of it.
 
 #include "platform/com/runtime.h"
+#include "platform/os/stream.h"
 #include "src/dispUtils.h"
 #include "tests/support.h"
 
 #include <gtest/gtest.h>
 #include <iterator>
 #include <sstream>
+#include <unistd.h>
 
 namespace {
 
@@ -90,6 +92,23 @@ TEST(CommandLine, failuresAreToldWithAndWithoutASystemText) {
         "Error 0x80004005 (Unspecified error) at some:7\nError 0x87654321 at other:1234\n";
     EXPECT_EQ(run.err.substr(0, said.size()), said);
     EXPECT_EQ(folded(run.err.substr(said.size()), "80070002"), "{backup}Connecting to IIS via ADSI{backup}");
+}
+
+TEST(CommandLine, bothStreamsInOnePlaceKeepTheirOrder) {
+    const Folder folder;
+    const Outcome run = runChild(folder, [] {
+        ::dup2(STDOUT_FILENO, STDERR_FILENO);
+        for (const std::size_t length : {1, 3000, 70000}) {
+            standardOutput().write("out ");
+            standardError().write(std::string(length, '.'));
+            standardError().write(std::string(length, '.'));
+            standardError().printed();
+        }
+        return 0;
+    });
+    std::string said;
+    for (const std::size_t length : {1, 3000, 70000}) said += "out " + std::string(2 * length, '.');
+    EXPECT_EQ(run.out, said);
 }
 
 TEST(CommandLine, closedStreamsAndFullDisksChangeNothing) {

@@ -5,19 +5,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace {
-
-void writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(descriptor, text.data(), text.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-}
-
-} // namespace
-
 OutStream::OutStream(int descriptor, Flush policy)
     : descriptor_(descriptor), policy_(policy), buffer_(new char[capacity]) {}
 
@@ -27,19 +14,29 @@ void OutStream::fillLarge(char c, std::size_t count) {
 }
 
 void OutStream::flush() {
-    writeAll(descriptor_, {buffer_.get(), used_});
+    handOver({buffer_.get(), used_});
     used_ = 0;
+}
+
+void OutStream::handOver(std::string_view text) {
+    if (text.empty()) return;
+    if (this == &standardError()) standardOutput().flush();
+    while (!text.empty()) {
+        const ssize_t written = ::write(descriptor_, text.data(), text.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
 }
 
 void OutStream::writeLarge(std::string_view text) {
     flush();
-    if (text.size() > capacity) return writeAll(descriptor_, text);
+    if (text.size() > capacity) return handOver(text);
     write(text);
 }
 
 void OutStream::flushAfterPrint() {
     if (used_ == 0 || (policy_ == Flush::eachLine && buffer_[used_ - 1] != '\n')) return;
-    if (this == &standardError()) standardOutput().flush();
     flush();
 }
 

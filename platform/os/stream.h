@@ -51,6 +51,7 @@ private:
     void writeLarge(std::string_view text);
     void fillLarge(char c, std::size_t count);
     void flushAfterPrint();
+    void handOver(std::string_view text);
 
     int descriptor_;
     Flush policy_;
