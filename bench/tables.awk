@@ -27,7 +27,7 @@ function row(text, run, reference,    time, work) {
     printf "| %s | %.2f | %.2f | %s | %s | %.0f | %.0f |\n", text, time, work,
         reference == "" ? "" : sprintf("%.2f", time / median(elapsed, reference)),
         reference == "" ? "" : sprintf("%.2f", work / median(cpu, reference)),
-        backupSize["W"] / 1e6 / time, median(peak, run) / 1024
+        backupSize["W"] / 1e6 / time, median(peak, run) * 1024 / 1e6
 }
 
 # Microseconds of processor time for each object.

@@ -19,8 +19,8 @@ install(FILES ${CMAKE_BINARY_DIR}/skeinKeep.1.gz DESTINATION ${CMAKE_INSTALL_MAN
 install(FILES tools/completion/skeinKeep.bash RENAME skeinKeep
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 install(FILES tools/completion/_skeinKeep DESTINATION ${SKEINKEEP_ZSH_DIR})
-install(FILES ${CMAKE_BINARY_DIR}/changelog.gz README.md CHANGELOG.md docs/metabase-file.md docs/reliability.md
-  DESTINATION ${documents})
+install(FILES ${CMAKE_BINARY_DIR}/changelog.gz README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documents})
+install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN *.md)
 install(FILES LICENSE RENAME copyright DESTINATION ${documents})
 install(FILES samples/metabase.txt DESTINATION ${documents}/examples)
 install(DIRECTORY samples/nightly DESTINATION ${documents}/examples USE_SOURCE_PERMISSIONS)

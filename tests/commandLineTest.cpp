@@ -5,8 +5,10 @@
 #include "src/dispUtils.h"
 #include "tests/support.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <set>
 #include <sstream>
 #include <unistd.h>
 
@@ -122,6 +124,40 @@ TEST(CommandLine, closedStreamsAndFullDisksChangeNothing) {
     folder.write("metabase.txt", sampleMetabase() + "+set \"localhost/W3SVC\" DefaultDoc \"x\"\n");
     EXPECT_EQ(runProgram(folder, {"-restore", "-debug", "6", "-file", "open"}, {1, 2}).exitCode, 0);
     EXPECT_EQ(folder.read("metabase.txt"), sampleMetabase());
+}
+
+TEST(Nightly, keepsTheLatestBackupsAndSaysWhyOneIsNoGood) {
+    const Folder folder;
+    std::filesystem::create_directories(folder.path("kept of it"));
+    folder.write("metabase.txt", sampleMetabase());
+    for (int day = 10; day < 41; ++day)
+        folder.write("kept of it/2001-01-" + std::to_string(day) + ".xml", "");
+    const auto backups = [&] {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path("kept of it")))
+            names.insert(entry.path().filename());
+        return names;
+    };
+    const auto run = [&](const char* date) {
+        return runChild(folder, [&] {
+            const std::string command = "PATH=${0%/*}:$PATH; date() { echo " + std::string(date) +
+                                        "; }; set -- . 'kept of it'; . " SKEINKEEP_SAMPLES
+                                        "/nightly/skeinkeep-nightly";
+            ::execl("/bin/sh", "sh", "-c", command.c_str(), SKEINKEEP_PROGRAM, nullptr);
+            return 98;
+        });
+    };
+    const Outcome good = run("2002-02-02");
+    EXPECT_EQ(std::to_string(good.exitCode) + good.out + good.err, "0");
+    const std::set<std::string> kept = backups();
+    EXPECT_TRUE(kept.size() == 30 && kept.contains("2002-02-02.xml") && !kept.contains("2001-01-11.xml"));
+    std::filesystem::create_symlink("/dev/full", folder.path("kept of it/2002-02-03.xml.new"));
+    const Outcome bad = run("2002-02-03");
+    EXPECT_EQ(bad.exitCode, 1);
+    EXPECT_NE(bad.err.find("/2002-02-03.xml.new is not what the server has"), std::string::npos) << bad.err;
+    EXPECT_NE(bad.err.find("Error 0x"), std::string::npos) << bad.err;
+    std::filesystem::remove(folder.path("kept of it/2002-02-03.xml.new"));
+    EXPECT_EQ(backups(), kept);
 }
 
 } // namespace

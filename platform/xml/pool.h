@@ -10,9 +10,9 @@
 
 namespace xml {
 
-/// The one owner of its records. Large blocks grow and shrink by realloc, which moves pages and copies
-/// nothing, and room that nothing was written to costs no memory: room for the worst case may be reserved.
-/// Out of memory is std::bad_alloc.
+/// The one owner of its records. The array grows and shrinks by realloc, in place where it can, and room that
+/// nothing was written to costs no memory: room for the worst case may be reserved. Out of memory is
+/// std::bad_alloc.
 template <class T> class Pool {
     static_assert(std::is_trivially_copyable_v<T>);
 
