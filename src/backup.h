@@ -5,7 +5,7 @@
 #include "src/skeinKeep.h"
 
 /// The driver: writes the tree below `rootPath` to `backupFile`. A backup that fails leaves what it wrote so
-/// far.
+/// far. A file that can't be opened is told, but not reported: E_FAIL.
 Status backupMain();
 
 /// Writes the `metabase` element. An empty path stands for the default root.

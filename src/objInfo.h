@@ -25,5 +25,5 @@ struct ObjInfo {
 };
 
 /// 0 with the row of a class; 1 with the default row, which can't be created, for a class that the table
-/// lacks.
+/// lacks. It can't fail.
 Status findObjInfo(std::u16string_view className, const ObjInfo*& row);

@@ -53,14 +53,16 @@ constexpr std::string_view inheritedText(bool inherited) { return inherited ? " 
 /// Writes the line with the start tag of a property that takes several lines.
 void openProp(OutStream& stream, int indent, const char* tag, const OLECHAR* name, bool inherited);
 
-/// Looks a word up in the table of truth words: 0, or E_FAIL with `value` left alone.
+/// Looks a word up in the table of truth words: 0, or E_FAIL with `value` left alone. Reports nothing.
 Status parseBoolWord(std::u16string_view word, bool& value);
 
-/// The value of one element with a `type` attribute.
+/// The value of one element: its text as the type that its `type` attribute numbers. Without the attribute,
+/// or with one that is no number, E_FAIL; else what VariantChangeType says.
 Status parseValueNode(IXMLDOMNode& node, Variant& out);
 
 /// The value of a `prop` or `proplist` element, always as a one-dimensional array of VARIANTs from lower
-/// bound 0, and its `inherited` attribute.
+/// bound 0, and its `inherited` attribute, where a word that is no truth word is told and taken for false.
+/// E_UNEXPECTED for an element of another tag.
 Status parsePropNode(IXMLDOMNode& node, Variant& out, bool& inherited);
 
 /// Attaches a record to an element and reads its name.

@@ -72,6 +72,21 @@ Status openFactory(ComPtr<IClassFactory>& factory) {
     return received(status, found, factory);
 }
 
+/// Reports a value that isn't an array of one dimension.
+Status checkMimeMap(const VARIANT& value, const OLECHAR* name, SourcePlace place = SourcePlace::current()) {
+    if ((value.vt & VT_ARRAY) == 0) {
+        reported(E_UNEXPECTED, place);
+        errPrintf("%S property should be an array", name);
+        return E_UNEXPECTED;
+    }
+    if (const UINT dimensions = SafeArrayGetDim(value.parray); dimensions != 1) {
+        reported(E_UNEXPECTED, place);
+        errPrintf("%S property has %d dimensions (expected 1)", name, dimensions);
+        return E_UNEXPECTED;
+    }
+    return S_OK;
+}
+
 } // namespace
 
 Status mimeMapParse(IXMLDOMNode& node, std::vector<MimeMapEntry>& entries) {
@@ -97,16 +112,7 @@ Status mimeMapParse(IXMLDOMNode& node, std::vector<MimeMapEntry>& entries) {
 }
 
 Status mimeMapPropCmp(const VARIANT& value, BackupProp& prop) {
-    if ((value.vt & VT_ARRAY) == 0) {
-        reported(E_UNEXPECTED);
-        errPrintf("MimeMap property should be an array");
-        return E_UNEXPECTED;
-    }
-    if (const UINT dimensions = SafeArrayGetDim(value.parray); dimensions != 1) {
-        reported(E_UNEXPECTED);
-        errPrintf("MimeMap property has %d dimensions (expected 1)", dimensions);
-        return E_UNEXPECTED;
-    }
+    if (Status status = checkMimeMap(value, u"MimeMap"); status < 0) return status;
     ArrayBounds bounds;
     if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
     ComPtr<IXMLDOMNodeList> children;
@@ -145,16 +151,7 @@ Status mimeMapPropSet(IADs& object, BackupProp& prop) {
 Status mimeMapPropPrint(bool, BackupProp&, const VARIANT&) { return S_OK; }
 
 Status mimeMapPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
-    if ((value.vt & VT_ARRAY) == 0) {
-        reported(E_UNEXPECTED);
-        errPrintf("%S property should be an array", name);
-        return E_UNEXPECTED;
-    }
-    if (const UINT dimensions = SafeArrayGetDim(value.parray); dimensions != 1) {
-        reported(E_UNEXPECTED);
-        errPrintf("%S property has %d dimensions (expected 1)", name, dimensions);
-        return E_UNEXPECTED;
-    }
+    if (Status status = checkMimeMap(value, name); status < 0) return status;
     const int indent = level * 2 + 4;
     openProp(stream, indent, "prop", name, inherited);
     ArrayBounds bounds;

@@ -9,11 +9,12 @@
 /// Moves `errStream` to standard output. What was changed before a failure stays changed.
 Status restoreMain();
 
-/// Checks that a document is a backup of a version that is read here.
+/// Checks that a document is a backup of a version that is read here. E_FAIL, told but not reported, for one
+/// that isn't.
 Status validateBackup(IXMLDOMElement& documentElement);
 
 /// Restores the live object that an `obj` element describes, and all below it. A null `object` is the topmost
-/// one, which is bound by the element's `path`.
+/// one, which is bound by the element's `path`; a failure of that is told, but not reported.
 Status restoreObject(IXMLDOMNode& node, IADs* object);
 
 /// Prints the line of an object that is created. Returns 1 in a dry run, which must not make the change, else

@@ -101,6 +101,17 @@ int runMode(Mode mode) {
     return status < 0 ? 2 : 0;
 }
 
+using SystemText = std::unique_ptr<char, decltype(&LocalFree)>;
+
+/// The system's text for a status, without the line end behind it; null if it has none.
+SystemText systemText(Status status) {
+    char* buffer = nullptr;
+    const DWORD length = FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,
+                                        static_cast<DWORD>(status), LOCALE_USER_DEFAULT, &buffer, 0, nullptr);
+    for (DWORD i = length; buffer != nullptr && i > 1 && isSpace(buffer[i - 1]); --i) buffer[i - 1] = '\0';
+    return SystemText(buffer, &LocalFree);
+}
+
 } // namespace
 
 int skeinKeepMain(int argc, char** argv) {
@@ -114,19 +125,7 @@ int skeinKeepMain(int argc, char** argv) {
 }
 
 void reportHr(Status status, std::string_view sourceFile, std::uint32_t line) {
-    const std::unique_ptr<char, void* (*)(void*)> text(
-        [status] {
-            char* buffer = nullptr;
-            const DWORD length =
-                FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,
-                               static_cast<DWORD>(status), LOCALE_USER_DEFAULT, &buffer, 0, nullptr);
-            const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
-            for (DWORD i = length; buffer != nullptr && i > 1 && isSpace(buffer[i - 1]); --i)
-                buffer[i - 1] = '\0';
-            return buffer;
-        }(),
-        &LocalFree);
-    if (text) {
+    if (const SystemText text = systemText(status)) {
         errPrintf("Error 0x%X (%s) at %s:%d\n", status, text.get(), sourceFile, line);
     } else {
         errPrintf("Error 0x%X at %s:%d\n", status, sourceFile, line);

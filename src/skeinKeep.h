@@ -7,7 +7,9 @@
 #include <cstdint>
 #include <string_view>
 
-/// 0 is success, negative a failure. A function that can also answer 1 says so.
+/// 0 is success, negative a failure. A function that can also answer 1 says so. A function of `src/` that
+/// fails has reported it (see `reported`), unless its contract says otherwise; calls of the platform never
+/// report.
 using Status = HRESULT;
 
 struct SchemaCache;

@@ -33,7 +33,7 @@ private:
     // The closing bracket and a terminator always fit.
     std::size_t room() const { return sizeof bytes_ - 2 - used_; }
     void put(std::u16string_view piece) {
-        for (const char16_t unit : piece) bytes_[used_++] = unit < 0x100 ? static_cast<char>(unit) : '?';
+        for (const char16_t unit : piece) bytes_[used_++] = narrowed(unit);
     }
 
     char bytes_[8192];

@@ -20,7 +20,8 @@ inline const Bstr versionAttribute(u"version");
 Status xmlLoadFile(const char* fileName, ComPtr<IXMLDOMDocument>& document);
 
 /// An attribute as a string. 0 with the value, or with a copy of `defaultText` for an attribute that is
-/// missing; 1, with null, for a missing one without default; negative on a failure.
+/// missing; 1, with null, for a missing one without default; negative on a failure. A failure of getAttribute
+/// itself isn't reported.
 Status xmlGetAttr(IXMLDOMElement& element, BSTR name, Bstr& value, const OLECHAR* defaultText = nullptr);
 
 /// The same on a node, which must be an element.
@@ -32,7 +33,7 @@ Status xmlGetChildNodes(IXMLDOMNode& node, ComPtr<IXMLDOMNodeList>& children);
 /// The number of nodes in a list; E_UNEXPECTED for one that can't be. Reports nothing.
 Status xmlGetLength(IXMLDOMNodeList& nodes, std::size_t& length);
 
-/// Number of child nodes of every kind.
+/// The number of child nodes of every kind, as the list tells it.
 Status xmlChildCount(IXMLDOMNode& node, LONG& count);
 
 /// The first child with a tag, or null. Any other number of them than one is complained about on `errStream`,

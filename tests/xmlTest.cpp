@@ -1,9 +1,9 @@
 // What a document holds, as its callers see it through the interfaces.
 
+#include "platform/automation/utf8.h"
 #include "platform/com/runtime.h"
 #include "platform/xml/domDocument.h"
 #include "platform/xml/msxml.h"
-#include "platform/xml/utf8.h"
 #include "tests/support.h"
 
 #include <gtest/gtest.h>
@@ -18,14 +18,13 @@ using View = std::u16string_view;
 /// The units of UTF-8, in which each half of a surrogate pair may stand alone.
 Text wide(const std::string& text) {
     Text units(text.size(), u'\0');
-    units.resize(static_cast<std::size_t>(xml::decode(text, units.data()) - units.data()));
+    units.resize(static_cast<std::size_t>(utf8::decode(text, units.data()) - units.data()));
     return units;
 }
 
 ComPtr<IXMLDOMDocument> newDocument() {
     registerDomDocument();
     CoInitializeEx(nullptr, 0);
-    ComPtr<IXMLDOMDocument> document;
     void* made = nullptr;
     EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument, nullptr, CLSCTX_ALL, IXMLDOMDocument::iid, &made), S_OK);
     CoUninitialize();

@@ -1,7 +1,6 @@
 #include "platform/automation/bstr.h"
 
 #include <new>
-#include <string>
 
 namespace {
 
@@ -11,11 +10,6 @@ constexpr std::size_t headSize = 8;
 std::size_t blockSize(UINT byteLength) { return headSize + byteLength + sizeof(OLECHAR); }
 
 } // namespace
-
-BSTR SysAllocString(const OLECHAR* text) {
-    if (text == nullptr) return nullptr;
-    return SysAllocStringLen(text, static_cast<UINT>(std::char_traits<OLECHAR>::length(text)));
-}
 
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length) {
     const UINT byteLength = length * static_cast<UINT>(sizeof(OLECHAR));

@@ -5,6 +5,7 @@
 #include "platform/com/unknown.h"
 
 #include <cstring>
+#include <initializer_list>
 #include <string_view>
 #include <utility>
 
@@ -16,10 +17,8 @@ constexpr HRESULT VARCMP_GT = 2;
 
 extern "C" {
 
-/// A copy of a text that ends at its first NUL; null for null. Out of memory is std::bad_alloc, here and in
-/// every other call of this folder.
-BSTR SysAllocString(const OLECHAR* text);
 /// A string of `length` units, copied from `text`; with a null `text` they are left for the caller to fill.
+/// Out of memory is std::bad_alloc, here and in every other call of this folder.
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
 void SysFreeString(BSTR text);
 
@@ -103,3 +102,11 @@ inline bool equal(std::u16string_view left, std::u16string_view right) {
 }
 /// Null equals the empty string.
 inline bool equal(BSTR left, std::u16string_view right) { return equal(view(left), right); }
+
+/// A place, below `slots`, for a name that isn't empty in a table of those that were looked up last: three of
+/// its units and its length tell most names of one schema or document apart, for less than a hash of it all.
+inline std::size_t slotOf(std::u16string_view name, std::size_t slots) {
+    std::size_t mixed = name.size();
+    for (const OLECHAR unit : {name.front(), name[name.size() / 2], name.back()}) mixed = 31 * mixed + unit;
+    return mixed % slots;
+}

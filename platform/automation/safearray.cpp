@@ -124,14 +124,6 @@ HRESULT SafeArrayGetElement(const SAFEARRAY* array, const LONG* indices, void* e
     return VariantCopy(static_cast<VARIANT*>(element), reinterpret_cast<const VARIANT*>(source));
 }
 
-HRESULT SafeArrayAccessData(SAFEARRAY* array, void** data) {
-    if (array == nullptr) return E_INVALIDARG;
-    *data = array->pvData;
-    return S_OK;
-}
-
-HRESULT SafeArrayUnaccessData(SAFEARRAY* array) { return array == nullptr ? E_INVALIDARG : S_OK; }
-
 SafeArray::SafeArray(std::size_t count) : array_(nullptr) {
     if (count > std::numeric_limits<std::int32_t>::max()) return;
     const SAFEARRAYBOUND bound{static_cast<ULONG>(count), 0};

@@ -26,9 +26,13 @@ SAFEARRAY* SafeArrayCreate(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* 
 
 /// Clears and frees all elements and the array. Null is passed over.
 HRESULT SafeArrayDestroy(SAFEARRAY* array);
+/// A copy of the array and of all its elements, null for null. On a failure to copy an element `copy` is
+/// null.
 HRESULT SafeArrayCopy(const SAFEARRAY* array, SAFEARRAY** copy);
 
+/// The number of dimensions, 0 for null.
 UINT SafeArrayGetDim(const SAFEARRAY* array);
+/// The type of the elements. E_INVALIDARG for a null array, here and in the calls below.
 HRESULT SafeArrayGetVartype(const SAFEARRAY* array, VARTYPE* type);
 
 /// The bounds of a dimension, counted from 1; DISP_E_BADINDEX for one that the array lacks. An empty
@@ -40,10 +44,6 @@ HRESULT SafeArrayGetUBound(const SAFEARRAY* array, UINT dimension, LONG* bound);
 /// former contents are not looked at: a VARIANT, or a byte. The caller clears it. DISP_E_BADINDEX if an index
 /// is out of bounds.
 HRESULT SafeArrayGetElement(const SAFEARRAY* array, const LONG* indices, void* element);
-
-/// The elements themselves, for a caller that moves values in or reads them without copying.
-HRESULT SafeArrayAccessData(SAFEARRAY* array, void** data);
-HRESULT SafeArrayUnaccessData(SAFEARRAY* array);
 }
 
 /// The one owner of a SAFEARRAY.

@@ -4,8 +4,6 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
-#include <concepts>
-#include <cstring>
 #include <limits>
 #include <type_traits>
 

@@ -19,6 +19,7 @@ extern "C" {
 DWORD FormatMessageA(DWORD flags, const void* source, DWORD status, DWORD language, char** buffer, DWORD size,
                      void* arguments);
 
+/// Frees a buffer of FormatMessageA; null is passed over. Returns null.
 void* LocalFree(void* memory);
 
 /// Makes wide text of `length` bytes, or, with -1, of the bytes up to and including the first NUL. Returns

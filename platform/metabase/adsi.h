@@ -6,7 +6,9 @@
 
 #include "platform/automation/variant.h"
 
-/// An object of a directory.
+/// An object of a directory. Once it is deleted every call answers E_ADS_OBJECT_UNBOUND. A name that the
+/// object's class doesn't list is E_ADS_PROPERTY_NOT_FOUND, a value that the property can't hold
+/// E_ADS_CANT_CONVERT_DATATYPE, what the file of the metabase has against a change one of STATUS_...
 struct IADs : IDispatch {
     static constexpr IID iid{0xFD8256D0, 0xFD15, 0x11CE, {0xAB, 0xC4, 0x02, 0x60, 0x8C, 0x9E, 0x75, 0x53}};
 
@@ -40,7 +42,10 @@ struct IADsContainer : IDispatch {
 
     /// An enumerator (IEnumVARIANT) over the children as they are now.
     virtual HRESULT get__NewEnum(IUnknown** enumerator) = 0;
+    /// E_ADS_OBJECT_EXISTS, E_ADS_BAD_PATHNAME for what can't be a name here, E_ADS_SCHEMA_VIOLATION for an
+    /// unknown class.
     virtual HRESULT Create(BSTR className, BSTR name, IDispatch** created) = 0;
+    /// Deletes a child with all below it. E_ADS_UNKNOWN_OBJECT if no child has both the name and the class.
     virtual HRESULT Delete(BSTR className, BSTR name) = 0;
 
 protected:
@@ -58,10 +63,11 @@ protected:
     ~IADsClass() = default;
 };
 
-/// An object that can be deleted with everything below it.
+/// An object that can be deleted with everything below it, at once.
 struct IADsDeleteOps : IDispatch {
     static constexpr IID iid{0xB2BD0902, 0x8878, 0x11D1, {0x8C, 0x21, 0x00, 0xC0, 0x4F, 0xD8, 0xD5, 0x03}};
 
+    /// `flags` is 0.
     virtual HRESULT DeleteObject(LONG flags) = 0;
 
 protected:
@@ -103,6 +109,7 @@ HRESULT ADsGetObject(const OLECHAR* path, const IID& wanted, void** object);
 HRESULT ADsBuildEnumerator(IADsContainer* container, IEnumVARIANT** enumerator);
 /// IEnumVARIANT::Next. The last element may come with S_FALSE or ahead of it.
 HRESULT ADsEnumerateNext(IEnumVARIANT* enumerator, ULONG count, VARIANT* elements, ULONG* fetched);
+/// Releases an enumerator; null is passed over.
 HRESULT ADsFreeEnumerator(IEnumVARIANT* enumerator);
 }
 

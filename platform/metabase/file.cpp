@@ -27,30 +27,6 @@ HRESULT statusOf(int error, HRESULT usual) {
     }
 }
 
-/// Writes all of `text`, or returns false with errno set.
-bool writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(descriptor, text.data(), text.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
-/// Reads up to `size` bytes; fewer only at the end of the file. Negative with errno set on a failure.
-ssize_t readAll(int descriptor, char* buffer, std::size_t size) {
-    std::size_t count = 0;
-    while (count < size) {
-        const ssize_t got = ::read(descriptor, buffer + count, size - count);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) return got;
-        if (got == 0) break;
-        count += static_cast<std::size_t>(got);
-    }
-    return static_cast<ssize_t>(count);
-}
-
 /// The file that the path leads to, all links followed; empty if there is none.
 std::string realPathOf(const char* path) {
     const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path, nullptr), &std::free);
@@ -64,10 +40,6 @@ void syncFolderOf(const std::string& path) {
 }
 
 } // namespace
-
-Descriptor::~Descriptor() {
-    if (isOpen()) ::close(number_);
-}
 
 bool MetabaseFile::Identity::of(int descriptor, Identity& identity) {
     struct stat info {};
@@ -116,10 +88,11 @@ HRESULT MetabaseFile::read(std::string_view& text) {
         if (!Identity::of(file.get(), identity_) || ::lseek(file.get(), 0, SEEK_SET) != 0) break;
         const auto size = static_cast<std::size_t>(identity_.size);
         text_.reset(new char[size]);
-        const ssize_t count = readAll(file.get(), text_.get(), size);
-        if (count < 0) return failedSystem(errno, "can't be read", STATUS_READ_FAULT);
+        std::size_t count = 0;
+        if (!readAll(file.get(), text_.get(), size, count))
+            return failedSystem(errno, "can't be read", STATUS_READ_FAULT);
         Identity after;
-        if (!Identity::of(file.get(), after) || !std::cmp_equal(count, size)) continue;
+        if (!Identity::of(file.get(), after) || count != size) continue;
         if (after == identity_ || (tries == patience && after.size >= identity_.size)) {
             text = {text_.get(), size};
             size_ = size;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/com/status.h"
+#include "platform/os/descriptor.h"
 
 #include <ctime>
 #include <functional>
@@ -9,25 +10,6 @@
 #include <string>
 #include <string_view>
 #include <sys/types.h>
-#include <utility>
-
-/// A file descriptor, closed with its owner.
-class Descriptor {
-public:
-    explicit Descriptor(int number = -1) : number_(number) {}
-    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(number_, other.number_);
-        return *this;
-    }
-    ~Descriptor();
-
-    int get() const { return number_; }
-    bool isOpen() const { return number_ >= 0; }
-
-private:
-    int number_;
-};
 
 /// Statuses of a failure come with a detail text (setStatusDetail) that names the file.
 class MetabaseFile {

@@ -2,8 +2,8 @@
 
 #include "platform/automation/safearray.h"
 #include "platform/automation/scalarText.h"
+#include "platform/automation/utf8.h"
 #include "platform/metabase/iisObjects.h"
-#include "platform/metabase/utf8.h"
 #include "platform/metabase/valueText.h"
 
 #include <algorithm>
@@ -51,7 +51,7 @@ int hexDigit(char c) {
 /// escaped.
 bool readCharacter(const char*& at, const char* end, char32_t& character) {
     if (*at != '\\') {
-        if (!readUtf8(at, end, character)) return false;
+        if (!utf8::read(at, end, character)) return false;
         return character >= 0x20 && (character < 0x7F || character >= 0xA0);
     }
     if (end - at < 2) return false;
@@ -96,6 +96,13 @@ void decode(const char* at, const char* end, std::size_t units, char16_t* out) {
 }
 
 } // namespace
+
+bool isBareName(std::u16string_view name) {
+    const auto isOf = [](unsigned classes) {
+        return [classes](char16_t unit) { return unit < 0x80 && is(static_cast<char>(unit), classes); };
+    };
+    return !name.empty() && isOf(nameStart)(name.front()) && std::ranges::all_of(name, isOf(nameMore));
+}
 
 Variant arrayOf(std::vector<Variant>& elements) {
     SafeArray array(elements.size());

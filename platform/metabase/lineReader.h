@@ -26,17 +26,20 @@ public:
     bool atEnd();
     /// What follows, blanks passed over.
     std::string_view rest();
+    /// Where the reader stands in the line.
     const char* place() const { return at_; }
 
     /// Takes a word of bare characters, as it stands; empty if there is none.
     std::string_view word();
+    /// Takes the symbol, which must be the next one.
     bool symbol(char expected);
     /// Takes the symbol if it is the next one; leaves no error.
     bool optional(char expected);
     /// Takes the text if it is what comes next, up to a blank; leaves no error.
     bool optionalWord(std::string_view text);
-    /// A name, bare or as a string. The text is good until the next call.
+    /// A name, bare or as a string. The text is good until the next call of name or string.
     bool name(std::u16string_view& name);
+    /// A string in quotes. The text is good until the next call of name or string.
     bool string(std::u16string_view& text);
 
     /// A property's value. With an `out` it is made as IADs::GetEx gives it, without one it is only checked.
@@ -72,6 +75,9 @@ private:
     std::string error_;
     std::u16string decoded_;
 };
+
+/// Whether LineReader::name takes a name as it is, without quotes.
+bool isBareName(std::u16string_view name);
 
 /// Moves values into a one-dimensional array from lower bound 0.
 Variant arrayOf(std::vector<Variant>& elements);

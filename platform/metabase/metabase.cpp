@@ -1,6 +1,7 @@
 #include "platform/metabase/metabase.h"
 
 #include "platform/com/text.h"
+#include "platform/os/print.h"
 
 namespace {
 
@@ -8,11 +9,15 @@ std::u16string widened(std::string_view text) { return {text.begin(), text.end()
 
 } // namespace
 
-std::u16string adsPathOf(const Node& node) { return u"IIS://" + MetabaseTree::pathOf(node); }
+std::u16string adsPathOf(const Node& node) { return std::u16string(adsRoot) + MetabaseTree::pathOf(node); }
+
+std::u16string adsPathOf(const ClassDefinition& definition) {
+    return std::u16string(adsSchemaRoot) + definition.name;
+}
 
 HRESULT failWith(HRESULT status, std::u16string_view text) {
     std::string narrow;
-    for (const char16_t unit : text) narrow.push_back(unit < 0x100 ? static_cast<char>(unit) : '?');
+    for (const char16_t unit : text) narrow.push_back(narrowed(unit));
     setStatusDetail(status, narrow);
     return status;
 }
@@ -49,7 +54,7 @@ HRESULT Metabase::create(Node& parent, std::u16string_view className, std::u16st
     if (const std::string_view refusal = tree_.refusalOf(parent, name); !refusal.empty()) {
         const bool exists = MetabaseTree::findChild(parent, name) != nullptr;
         return failWith(exists ? E_ADS_OBJECT_EXISTS : E_ADS_BAD_PATHNAME,
-                        u"IIS://" + path + u": " + widened(refusal));
+                        std::u16string(adsRoot) + path + u": " + widened(refusal));
     }
     if (HRESULT status = file_.append(createLine(path, *definition)); status < 0) return status;
     ++revision_;

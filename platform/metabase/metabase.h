@@ -33,8 +33,14 @@ private:
     std::uint64_t revision_ = 1;
 };
 
-/// The path by which the directory knows an object.
+/// What stands ahead of a path in the tree, and of a class's name, in the paths by which the directory knows
+/// objects and classes.
+constexpr std::u16string_view adsRoot = u"IIS://";
+constexpr std::u16string_view adsSchemaRoot = u"IIS://localhost/schema/";
+
+/// The path by which the directory knows an object, or a class.
 std::u16string adsPathOf(const Node& node);
+std::u16string adsPathOf(const ClassDefinition& definition);
 
 /// Leaves a detail text, wide text being narrowed as far as it goes, and returns the status.
 HRESULT failWith(HRESULT status, std::u16string_view text);

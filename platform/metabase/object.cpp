@@ -109,7 +109,7 @@ HRESULT MetabaseObject::get_Parent(BSTR* path) {
 HRESULT MetabaseObject::get_Schema(BSTR* path) {
     *path = nullptr;
     if (HRESULT status = checkBound(); status < 0) return status;
-    return give(u"IIS://localhost/schema/" + node_.definition->name, path);
+    return give(adsPathOf(*node_.definition), path);
 }
 
 HRESULT MetabaseObject::SetInfo() {

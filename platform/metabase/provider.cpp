@@ -9,7 +9,6 @@
 namespace {
 
 constexpr const OLECHAR* prefix = u"IIS:";
-constexpr std::u16string_view schemaPrefix = u"localhost/schema/";
 
 /// A class of the schema. Of an object's calls it answers those that tell what it is.
 class SchemaClass final : public NamelessObject<IADsClass> {
@@ -19,9 +18,7 @@ public:
 
     HRESULT get_Name(BSTR* name) override { return give(definition_.name, name); }
     HRESULT get_Class(BSTR* className) override { return give(u"Class", className); }
-    HRESULT get_ADsPath(BSTR* path) override {
-        return give(u"IIS://localhost/schema/" + definition_.name, path);
-    }
+    HRESULT get_ADsPath(BSTR* path) override { return give(adsPathOf(definition_), path); }
     HRESULT get_Parent(BSTR* path) override { return nothing(path); }
     HRESULT get_Schema(BSTR* path) override { return nothing(path); }
     HRESULT SetInfo() override { return E_NOTIMPL; }
@@ -63,20 +60,19 @@ class Provider final : public ComObject<IADsProvider> {
 public:
     HRESULT GetObject(const OLECHAR* path, const IID& wanted, void** object) override {
         *object = nullptr;
-        constexpr std::u16string_view root = u"IIS://";
-        std::u16string_view rest = path;
+        const std::u16string_view whole = path;
         if (!metabase_) {
             if (HRESULT status = Metabase::open(metabase_); status < 0) return status;
         }
-        if (rest.starts_with(root)) {
-            rest.remove_prefix(root.size());
-            if (rest.starts_with(schemaPrefix)) {
-                const ClassDefinition* definition =
-                    metabase_->tree().findClass(rest.substr(schemaPrefix.size()));
-                if (definition != nullptr) {
-                    return makeObject<SchemaClass>(metabase_, *definition)->QueryInterface(wanted, object);
-                }
-            } else if (Node* node = metabase_->tree().find(rest); node != nullptr) {
+        const MetabaseTree& tree = metabase_->tree();
+        if (whole.starts_with(adsSchemaRoot)) {
+            const ClassDefinition* definition = tree.findClass(whole.substr(adsSchemaRoot.size()));
+            if (definition != nullptr) {
+                return makeObject<SchemaClass>(metabase_, *definition)->QueryInterface(wanted, object);
+            }
+        } else if (whole.starts_with(adsRoot)) {
+            Node* node = tree.find(whole.substr(adsRoot.size()));
+            if (node != nullptr) {
                 return makeObject<MetabaseObject>(metabase_, *node)->QueryInterface(wanted, object);
             }
         }

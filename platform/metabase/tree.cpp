@@ -22,13 +22,6 @@ const StoredValue* ownValue(const Node& node, PropertyId property) {
     return found != node.values.end() && found->property == property ? &*found : nullptr;
 }
 
-/// A number that tells most names of a schema apart.
-std::size_t slotOf(std::u16string_view name) {
-    std::size_t mixed = name.size();
-    for (const char16_t unit : {name.front(), name[name.size() / 2], name.back()}) mixed = 31 * mixed + unit;
-    return mixed;
-}
-
 } // namespace
 
 bool isAddressable(std::u16string_view name) {
@@ -46,7 +39,7 @@ bool isAddressable(std::u16string_view name) {
 
 std::optional<PropertyId> MetabaseTree::findProperty(std::u16string_view name) const {
     if (name.empty()) return std::nullopt;
-    PropertyId& recent = recentProperties_[slotOf(name) % recentProperties_.size()];
+    PropertyId& recent = recentProperties_[slotOf(name, recentProperties_.size())];
     if (recent < properties_.size() && equal(properties_[recent].name, name)) return recent;
     const auto found = propertyIds_.find(name);
     if (found == propertyIds_.end()) return std::nullopt;

@@ -122,6 +122,6 @@ private:
     std::deque<std::string> texts_;
     Node above_;
 
-    // The same few names are looked up again and again: each is found in its slot, without a hash of it all.
+    // The same few names are looked up again and again: each is found in its slot; most have one alone.
     mutable std::array<PropertyId, 1024> recentProperties_{};
 };

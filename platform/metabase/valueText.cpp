@@ -2,11 +2,10 @@
 
 #include "platform/automation/safearray.h"
 #include "platform/automation/scalarText.h"
+#include "platform/automation/utf8.h"
 #include "platform/metabase/iisObjects.h"
-#include "platform/metabase/utf8.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace {
 
@@ -21,18 +20,14 @@ constexpr std::string_view bareTypes[] = {"string", "i4", "bool", "bytes"};
 
 constexpr HRESULT unwritable = E_ADS_CANT_CONVERT_DATATYPE;
 
-bool isBareName(std::u16string_view name) {
-    const auto isLetter = [](char16_t c) {
-        return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_';
-    };
-    const auto isMore = [](char16_t c) { return (c >= u'0' && c <= u'9') || c == u'-' || c == u'.'; };
-    return !name.empty() && isLetter(name[0]) &&
-           std::ranges::all_of(name, [&](char16_t c) { return isLetter(c) || isMore(c); });
-}
-
 void writeHex(std::string& out, unsigned value, int digits) {
     for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
         out.push_back("0123456789ABCDEF"[value >> shift & 0xF]);
+}
+
+void appendUtf8(std::string& out, char32_t character) {
+    char bytes[utf8::maxBytesOfCharacter];
+    out.append(bytes, utf8::encode(character, bytes));
 }
 
 bool needsEscape(char32_t c) {

@@ -58,36 +58,22 @@ int openForReading(const char* path) {
 } // namespace
 
 File::File(const char* path) : descriptor_(openForWriting(path)) {
-    if (isOpen()) stream_ = std::make_unique<OutStream>(descriptor_);
-}
-
-File::~File() {
-    stream_.reset();
-    if (isOpen()) ::close(descriptor_);
+    if (isOpen()) stream_ = std::make_unique<OutStream>(descriptor_.get());
 }
 
 void holdOpen(const char* path) { heldPath = path; }
 
 InputFile::InputFile(const char* path) : descriptor_(openForReading(path)) {}
 
-InputFile::~InputFile() {
-    if (isOpen()) ::close(descriptor_);
-}
-
 std::int64_t InputFile::size() {
-    const off_t end = ::lseek(descriptor_, 0, SEEK_END);
-    return end < 0 || ::lseek(descriptor_, 0, SEEK_SET) < 0 ? -1 : end;
+    const off_t end = ::lseek(descriptor_.get(), 0, SEEK_END);
+    return end < 0 || ::lseek(descriptor_.get(), 0, SEEK_SET) < 0 ? -1 : end;
 }
 
 std::size_t InputFile::read(char* buffer, std::size_t count) {
-    std::size_t total = 0;
-    while (total < count) {
-        const ssize_t got = ::read(descriptor_, buffer + total, count - total);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) break;
-        total += static_cast<std::size_t>(got);
-    }
-    return total;
+    std::size_t came = 0;
+    readAll(descriptor_.get(), buffer, count, came);
+    return came;
 }
 
 std::string errorText(int error) { return std::string(std::strerror(error)).substr(0, 255); }

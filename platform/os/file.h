@@ -1,6 +1,7 @@
 // Files: opened for writing or reading, and closed with their owner.
 #pragma once
 
+#include "platform/os/descriptor.h"
 #include "platform/os/stream.h"
 
 #include <cstdint>
@@ -12,15 +13,13 @@ public:
     /// Opens `path` as the mode "wb" does: it is emptied, or created. On a failure the file isn't open and
     /// errno tells why; a file that the server holds open is busy, and left as it was.
     explicit File(const char* path);
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    ~File();
 
-    bool isOpen() const { return descriptor_ >= 0; }
+    bool isOpen() const { return descriptor_.isOpen(); }
     OutStream& stream() { return *stream_; }
 
 private:
-    int descriptor_;
+    Descriptor descriptor_;
+    /// Gone, and with it what it still had to write, ahead of the descriptor.
     std::unique_ptr<OutStream> stream_;
 };
 
@@ -34,11 +33,8 @@ public:
     /// Opens `path` as the mode "rb" does. On a failure the file isn't open and errno tells why; a folder
     /// can't be opened.
     explicit InputFile(const char* path);
-    InputFile(const InputFile&) = delete;
-    InputFile& operator=(const InputFile&) = delete;
-    ~InputFile();
 
-    bool isOpen() const { return descriptor_ >= 0; }
+    bool isOpen() const { return descriptor_.isOpen(); }
     /// The size in bytes, found by seeking to the end and back to the start; -1, with errno set, for what has
     /// none.
     std::int64_t size();
@@ -46,7 +42,7 @@ public:
     std::size_t read(char* buffer, std::size_t count);
 
 private:
-    int descriptor_;
+    Descriptor descriptor_;
 };
 
 /// The run-time library's text for an error number, at most 255 characters of it.

@@ -53,17 +53,13 @@ void printWide(OutStream& stream, const Piece& piece, const char16_t* text) {
 void printWide(OutStream& stream, const Piece& piece, std::u16string_view text) {
     if (piece.precision != none) text = text.substr(0, static_cast<std::size_t>(piece.precision));
     pad(stream, piece, text.size());
-    writeNarrowed(stream, text);
-}
-
-} // namespace printing
-
-void writeNarrowed(OutStream& stream, std::u16string_view text) {
     while (!text.empty()) {
         const std::size_t count = std::min(text.size(), OutStream::maxReserve);
         char* room = stream.reserve(count);
-        for (std::size_t i = 0; i < count; ++i) room[i] = text[i] < 0x100 ? static_cast<char>(text[i]) : '?';
+        for (std::size_t i = 0; i < count; ++i) room[i] = narrowed(text[i]);
         stream.commit(count);
         text.remove_prefix(count);
     }
 }
+
+} // namespace printing

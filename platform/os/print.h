@@ -143,15 +143,15 @@ private:
 
 } // namespace printing
 
-/// Writes each unit below 256 as the byte of the same value, and any other as a question mark.
-void writeNarrowed(OutStream& stream, std::u16string_view text);
+/// The byte of the same value for a unit below 256, a question mark for any other.
+constexpr char narrowed(char16_t unit) { return unit < 0x100 ? static_cast<char>(unit) : '?'; }
 
 /// The format of a print with the given arguments.
 template <class... Args> using Format = printing::Format<std::type_identity_t<Args>...>;
 
 /// Prints to a stream. Conversions: %d (signed), %X (32 bits, capitals), %f, %s, and %S for a wide string,
-/// which prints the byte of the same value for a unit below 256 and `?` for any other. One that is given by
-/// its pointer ends at its first NUL, and prints nothing for null. Each may have a width (blanks to its left;
+/// which is narrowed unit by unit. One that is given by its pointer ends at its first NUL, and prints nothing
+/// for null. Each may have a width (blanks to its left;
 /// `*` takes it from the arguments), and %s and %S a precision, the longest part that is printed. "%1.1S"
 /// thus prints one unit, and a blank for NUL.
 template <class... Args>

@@ -1,6 +1,7 @@
 #include "platform/os/stream.h"
 
-#include <cerrno>
+#include "platform/os/descriptor.h"
+
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
@@ -21,12 +22,7 @@ void OutStream::flush() {
 void OutStream::handOver(std::string_view text) {
     if (text.empty()) return;
     if (this == &standardError()) standardOutput().flush();
-    while (!text.empty()) {
-        const ssize_t written = ::write(descriptor_, text.data(), text.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
+    writeAll(descriptor_, text);
 }
 
 void OutStream::writeLarge(std::string_view text) {

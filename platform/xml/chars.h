@@ -1,6 +1,8 @@
 // The characters of XML 1.0 (fifth edition), in 16-bit units.
 #pragma once
 
+#include "platform/automation/bstr.h"
+
 #include <array>
 #include <cstdint>
 #include <string_view>
@@ -29,8 +31,7 @@ inline bool isWhite(char16_t unit) { return is(unit, white); }
 
 /// The character at `at`: a unit, or a surrogate pair, which takes two.
 inline char32_t charAt(const char16_t* at) {
-    const bool isPair = (at[0] & 0xFC00) == 0xD800 && (at[1] & 0xFC00) == 0xDC00;
-    return isPair ? 0x10000u + ((at[0] & 0x3FFu) << 10) + (at[1] & 0x3FFu) : at[0];
+    return isHighHalf(at[0]) && isLowHalf(at[1]) ? characterOf(at[0], at[1]) : at[0];
 }
 
 inline int unitsOf(char32_t character) { return character < 0x10000 ? 1 : 2; }
@@ -38,9 +39,10 @@ inline int unitsOf(char32_t character) { return character < 0x10000 ? 1 : 2; }
 /// Says whether a document may hold the character.
 bool isXmlChar(char32_t character);
 
-/// Says whether a surrogate pair stands at `at` that a name may hold, at its start as well.
+/// Says whether a surrogate pair stands at `at` that a name may hold, at its start as well: U+10000 to
+/// U+EFFFF.
 inline bool isNamePair(const char16_t* at) {
-    return at[0] >= 0xD800 && at[0] < 0xDB80 && (at[1] & 0xFC00) == 0xDC00;
+    return isHighHalf(at[0]) && at[0] < highHalfOf(0xF0000) && isLowHalf(at[1]);
 }
 
 /// Says whether a name that stands ahead of `at` ends there.

@@ -1,20 +1,20 @@
 #include "platform/xml/domNode.h"
 
+#include "platform/automation/utf8.h"
 #include "platform/xml/domList.h"
 #include "platform/xml/query.h"
-#include "platform/xml/utf8.h"
 
 namespace xml {
 
 namespace {
 
 Bstr textBelow(const Tree& tree, NodeIndex node) {
-    if (const NodeIndex only = tree.onlyTextBelow(node); only != 0) return wide(tree.textOf(only));
+    if (const NodeIndex only = tree.onlyTextBelow(node); only != 0) return utf8::wide(tree.textOf(only));
     UINT units = 0;
-    tree.visitTextBelow(node, [&units](std::string_view piece) { units += countUnits(piece); });
+    tree.visitTextBelow(node, [&units](std::string_view piece) { units += utf8::countUnits(piece); });
     Bstr text = Bstr::adopt(SysAllocStringLen(nullptr, units));
     char16_t* end = text;
-    tree.visitTextBelow(node, [&end](std::string_view piece) { end = decode(piece, end); });
+    tree.visitTextBelow(node, [&end](std::string_view piece) { end = utf8::decode(piece, end); });
     return text;
 }
 
@@ -57,12 +57,12 @@ template <class Interface> HRESULT NodeObject<Interface>::get_nodeValue(VARIANT*
         value->vt = VT_NULL;
         return S_FALSE;
     }
-    *value = Variant::ofString(wide(tree().textOf(node_))).detach();
+    *value = Variant::ofString(utf8::wide(tree().textOf(node_))).detach();
     return S_OK;
 }
 
 template <class Interface> HRESULT NodeObject<Interface>::get_text(BSTR* text) {
-    *text = (tree().isParent(node_) ? textBelow(tree(), node_) : wide(tree().textOf(node_))).detach();
+    *text = (tree().isParent(node_) ? textBelow(tree(), node_) : utf8::wide(tree().textOf(node_))).detach();
     return S_OK;
 }
 
@@ -119,7 +119,7 @@ HRESULT DomNode::getAttribute(BSTR name, VARIANT* value) {
         value->vt = VT_NULL;
         return S_FALSE;
     }
-    *value = Variant::ofString(wide(tree().textOf(attribute))).detach();
+    *value = Variant::ofString(utf8::wide(tree().textOf(attribute))).detach();
     return S_OK;
 }
 

@@ -45,7 +45,8 @@ class DomNode final : public NodeObject<IXMLDOMElement> {
 public:
     DomNode(ComPtr<SharedTree> shared, NodeIndex node) : NodeObject(std::move(shared), node) {}
 
-    /// Only an element is one.
+    /// IXMLDOMElement, which only an element offers and every attribute is asked through, is answered ahead
+    /// of all others.
     HRESULT QueryInterface(const IID& wanted, void** out) override;
     HRESULT getAttribute(BSTR name, VARIANT* value) override;
 };

@@ -11,7 +11,7 @@ NameTable::Recent NameTable::enterSlowly(std::u16string_view name) {
 
 NameTable::Number NameTable::find(std::u16string_view name) const {
     if (name.empty()) return none;
-    const Recent& recent = recent_[slotOf(name)];
+    const Recent& recent = recent_[slotOf(name, recent_.size())];
     if (equal(recent.name, name)) return recent.number;
     const auto entry = numbers_.find(name);
     return entry == numbers_.end() ? none : entry->second;

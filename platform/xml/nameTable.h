@@ -20,7 +20,7 @@ public:
 
     /// The number of a name, a new one for a new name.
     Number enter(std::u16string_view name) {
-        Recent& recent = recent_[slotOf(name)];
+        Recent& recent = recent_[slotOf(name, recent_.size())];
         if (!equal(recent.name, name)) recent = enterSlowly(name);
         return recent.number;
     }
@@ -34,12 +34,6 @@ private:
         Number number = none;
     };
 
-    static std::size_t slotOf(std::u16string_view name) {
-        std::size_t mixed = name.size();
-        for (const char16_t unit : {name.front(), name[name.size() / 2], name.back()})
-            mixed = 31 * mixed + unit;
-        return mixed % 256;
-    }
     Recent enterSlowly(std::u16string_view name);
 
     // No choice of names makes an ordered map slow, as it does a hash table. The few names that come again

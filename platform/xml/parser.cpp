@@ -1,8 +1,8 @@
 #include "platform/xml/parser.h"
 
+#include "platform/automation/utf8.h"
 #include "platform/xml/chars.h"
 #include "platform/xml/declaration.h"
-#include "platform/xml/utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -41,7 +41,7 @@ public:
     explicit Parser(std::u16string_view text) : at_(text.data()), end_(text.data() + text.size()) {
         // What a node keeps is no longer, its 0 included, than what makes it in the document: there is room
         // for the text of all nodes.
-        tree_.text.reserve(text.size() * maxBytesOfUnit + 1);
+        tree_.text.reserve(text.size() * utf8::maxBytesOfUnit + 1);
         textEnd_ = tree_.text.end();
         addNode(NodeKind::document);
     }
@@ -337,7 +337,7 @@ bool Parser::characterReference() {
     }
     ++at_;
     if (!isXmlChar(character)) return false;
-    textEnd_ = encode(character, textEnd_);
+    textEnd_ = utf8::encode(character, textEnd_);
     return true;
 }
 
@@ -375,7 +375,7 @@ template <CharClass plain> char16_t Parser::copy(char lineEnd) {
         if (*at >= 0x80) {
             const char32_t character = charAt(at);
             if (!isXmlChar(character)) break;
-            out = encode(character, out);
+            out = utf8::encode(character, out);
             at += unitsOf(character);
         } else if (*at == u'\r') {
             *out++ = lineEnd;

@@ -1,7 +1,7 @@
 #include "platform/xml/query.h"
 
+#include "platform/automation/utf8.h"
 #include "platform/xml/chars.h"
-#include "platform/xml/utf8.h"
 
 namespace xml {
 
@@ -9,12 +9,12 @@ namespace {
 
 /// A unit must stand behind the text.
 std::string encodeAll(std::u16string_view text) {
-    std::string encoded(text.size() * maxBytesOfUnit, '\0');
+    std::string encoded(text.size() * utf8::maxBytesOfUnit, '\0');
     char* out = encoded.data();
     const char16_t* const end = text.data() + text.size();
     for (const char16_t* at = text.data(); at < end;) {
         const char32_t character = charAt(at);
-        out = encode(character, out);
+        out = utf8::encode(character, out);
         at += unitsOf(character);
     }
     encoded.resize(static_cast<std::size_t>(out - encoded.data()));

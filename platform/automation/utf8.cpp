@@ -1,9 +1,9 @@
-#include "platform/xml/utf8.h"
+#include "platform/automation/utf8.h"
 
 #include <algorithm>
 #include <cstring>
 
-namespace xml {
+namespace utf8 {
 
 char* encode(char32_t character, char* out) {
     const auto put = [&out](char32_t byte) { *out++ = static_cast<char>(byte); };
@@ -22,6 +22,28 @@ char* encode(char32_t character, char* out) {
     if (character >= 0x800) put(0x80 | (character >> 6 & 0x3F));
     put(0x80 | (character & 0x3F));
     return out;
+}
+
+bool read(const char*& at, const char* end, char32_t& character) {
+    const auto byte = [at](int index) { return static_cast<unsigned char>(at[index]); };
+    const unsigned char lead = byte(0);
+    if (lead < 0x80) {
+        character = lead;
+        ++at;
+        return true;
+    }
+    const int more = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
+    if (lead < 0xC2 || lead > 0xF4 || end - at <= more) return false;
+    character = lead & (0x3Fu >> more);
+    for (int i = 1; i <= more; ++i) {
+        if ((byte(i) & 0xC0) != 0x80) return false;
+        character = character << 6 | (byte(i) & 0x3Fu);
+    }
+    constexpr char32_t shortest[] = {0, 0x80, 0x800, 0x10000};
+    if (character < shortest[more] || character > 0x10FFFF || (character >= 0xD800 && character < 0xE000))
+        return false;
+    at += more + 1;
+    return true;
 }
 
 namespace {
@@ -71,10 +93,11 @@ char16_t* decode(std::string_view text, char16_t* out) {
         char32_t character = lead & (0x3Fu >> more);
         for (int i = 0; i < more; ++i) character = character << 6 | (next() & 0x3Fu);
         if (more == 3) {
-            *out++ = static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10));
-            character = 0xDC00 + (character & 0x3FF);
+            *out++ = highHalfOf(character);
+            *out++ = lowHalfOf(character);
+        } else {
+            *out++ = static_cast<char16_t>(character);
         }
-        *out++ = static_cast<char16_t>(character);
     }
     return out;
 }
@@ -90,4 +113,4 @@ Bstr wide(std::string_view text) {
     return made;
 }
 
-} // namespace xml
+} // namespace utf8
