@@ -161,8 +161,8 @@ TEST(RoundTrip, ofEveryTreeThroughABackupBringsAnotherTreeIntoLine) {
             const std::string second = server.tree();
             const std::string fault = faultOfRoundTrip(folder, first, second);
             if (fault.empty()) continue;
-            folder.write("fault",
-                         fault + " of case " + std::to_string(number) + "\n" + first + "\n" + second);
+            std::string text = fault + " of case " + std::to_string(number);
+            folder.write("fault", text.append("\n").append(first).append("\n").append(second));
             return 1;
         }
         return 0;
