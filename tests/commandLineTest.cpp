@@ -97,10 +97,11 @@ TEST(CommandLine, failuresAreToldWithAndWithoutASystemText) {
 }
 
 TEST(CommandLine, bothStreamsInOnePlaceKeepTheirOrder) {
+    const std::size_t lengths[] = {1, 3000, 70000};
     const Folder folder;
-    const Outcome run = runChild(folder, [] {
+    const Outcome run = runChild(folder, [&] {
         ::dup2(STDOUT_FILENO, STDERR_FILENO);
-        for (const std::size_t length : {1, 3000, 70000}) {
+        for (const std::size_t length : lengths) {
             standardOutput().write("out ");
             standardError().write(std::string(length, '.'));
             standardError().write(std::string(length, '.'));
@@ -109,7 +110,7 @@ TEST(CommandLine, bothStreamsInOnePlaceKeepTheirOrder) {
         return 0;
     });
     std::string said;
-    for (const std::size_t length : {1, 3000, 70000}) said += "out " + std::string(2 * length, '.');
+    for (const std::size_t length : lengths) said += "out " + std::string(2 * length, '.');
     EXPECT_EQ(run.out, said);
 }
 
