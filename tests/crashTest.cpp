@@ -11,6 +11,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <random>
@@ -312,6 +313,33 @@ TEST(TwoRestores, loseNoChangeWhateverTheTimeBetweenThem) {
         refused += titles.exitCode + ports.exitCode > 0;
     }
     std::cout << pairs << " pairs, one of the two refused " << refused << " times" << std::endl;
+}
+
+TEST(TwoRestores, keepWhatAnEditorAppendsMeanwhile) {
+    const std::string edit = "+set \"localhost/1001\" Ports [4711]\n";
+    int noticed = 0;
+    bool isDone = false;
+    for (int number = 1; !isDone; ++number) {
+        const Contest contest(2);
+        const Outcome run = runTool(contest, {"-restore", "-file", "titles"}, [&] {
+            atSystemCall(number, [&](const SystemCall& call) {
+                // Nobody can tell what comes between the last look at the file and its replacement.
+                if (call.name != "rename") std::ofstream(contest.path("metabase.txt"), std::ios::app) << edit;
+                contest.write("call", std::string(call.name));
+                return 0;
+            });
+        });
+        const std::string call = contest.read("call");
+        isDone = call == "<none>";
+        SCOPED_TRACE(std::to_string(number) + " " + call);
+        EXPECT_EQ(runProgram(contest, {"-backup", "-file", "shown"}).exitCode, 0);
+        const bool isKept = contest.read("shown").find(">4711<") != std::string::npos;
+        EXPECT_EQ(isKept, !isDone && call != "rename");
+        EXPECT_TRUE(run.exitCode == 0 || run.out.find("changed by someone else") != std::string::npos)
+            << run.out;
+        noticed += run.exitCode != 0;
+    }
+    EXPECT_GT(noticed, 0);
 }
 
 } // namespace
