@@ -15,7 +15,6 @@
 #include <iostream>
 #include <spawn.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -60,12 +59,10 @@ struct Sinks {
 /// Waits for a child process and gathers what it left.
 Outcome outcomeOf(pid_t child, const Sinks& sinks) {
     int status = 0;
-    rusage used{};
-    while (::wait4(child, &status, 0, &used) < 0) {
-        if (errno != EINTR) fail("wait4");
+    while (::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) fail("waitpid");
     }
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), sinks.out.text(), sinks.err.text(),
-            static_cast<std::size_t>(used.ru_maxrss) * 1024};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), sinks.out.text(), sinks.err.text()};
 }
 
 /// The terminated array of pointers that main and exec take.
@@ -115,8 +112,9 @@ Arguments withProgram(Arguments arguments) {
 int runEntryPoint(Arguments line) {
     preparePlatform();
     setStatusDetail(S_OK, "");
+    const int exitCode = skeinKeepMain(static_cast<int>(line.size()), pointersTo(line).data());
     runSettings = RunSettings{};
-    return skeinKeepMain(static_cast<int>(line.size()), pointersTo(line).data());
+    return exitCode;
 }
 
 /// The standard streams of this process lead into sinks for as long as this lives.
@@ -214,5 +212,5 @@ Outcome runHere(const Folder& folder, const Arguments& arguments) {
         const Capture capture(sinks);
         exitCode = runOnStreams(arguments);
     }
-    return {exitCode, sinks.out.text(), sinks.err.text(), 0};
+    return {exitCode, sinks.out.text(), sinks.err.text()};
 }

@@ -4,7 +4,6 @@
 
 #include "tests/support/folder.h"
 
-#include <cstddef>
 #include <functional>
 #include <ostream>
 #include <string>
@@ -22,8 +21,6 @@ struct Outcome {
     int exitCode = 0;
     std::string out;
     std::string err;
-    /// The most memory that the process ever held; 0 for a run in the test's own process.
-    std::size_t peakBytes = 0;
 };
 std::ostream& operator<<(std::ostream& stream, const Outcome& run);
 
