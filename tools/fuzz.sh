@@ -16,7 +16,7 @@ for target in "$@"; do mkdir -p "build/fuzz/corpus/$target" "build/fuzz/broken/$
 # shellcheck disable=SC2016
 printf '%s\n' "$@" | xargs -P "$(nproc)" -I@ sh -c '
     echo "Fuzzing: @"
-    "build/fuzz/tools/fuzz/@Fuzz" -max_total_time="$2" -close_fd_mask=3 -timeout=10 -verbosity=0 -print_final_stats=1 \
+    "build/fuzz/tools/fuzz/skeinKeepFuzz-@" -max_total_time="$2" -close_fd_mask=3 -timeout=10 -verbosity=0 -print_final_stats=1 \
         -dict="$1/tools/fuzz/words.dict" -artifact_prefix="$1/build/fuzz/broken/@/" \
         "$1/build/fuzz/corpus/@" "$1/tools/fuzz/corpus/@"' sh "$PWD" "$seconds"
 echo "No input broke a promise."
