@@ -7,20 +7,17 @@
 set -eu
 cd "$(dirname "$0")/.."
 . tools/packages.sh
+. tools/build.sh
 
 rounds=${1:-5}
 
-need g++ sh -c 'echo "int main() {}" | c++ -std=c++20 -x c++ -o /dev/null -'
-need cmake cmake --version
-need make make --version
-need libbenchmark-dev test -e /usr/include/benchmark/benchmark.h
+need_presets bench
 need libxml2-utils xmllint --version
 need expat xmlwf -v
 need time test -x /usr/bin/time
 install_needed
 
-cmake -S . -B build/bench -DCMAKE_BUILD_TYPE=Release -DSKEINKEEP_BENCH=ON >/dev/null
-cmake --build build/bench -j "$(nproc)" >/dev/null
+build bench
 
 built=$PWD/build/bench
 program=$built/skeinKeep

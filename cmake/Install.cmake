@@ -5,21 +5,21 @@ set(SKEINKEEP_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "
 
 # compress FILE AS: adds a compressed copy to the build.
 function(compress file as)
-  set(packed ${CMAKE_BINARY_DIR}/${as})
-  add_custom_command(OUTPUT ${packed} DEPENDS ${CMAKE_SOURCE_DIR}/${file}
-    COMMAND gzip -9nc ${CMAKE_SOURCE_DIR}/${file} >${packed})
-  add_custom_target(compress_${as} ALL DEPENDS ${packed})
+  set(packed ${PROJECT_BINARY_DIR}/${as})
+  add_custom_command(OUTPUT ${packed} DEPENDS ${PROJECT_SOURCE_DIR}/${file}
+    COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/${file} >${packed})
+  add_custom_target(skeinKeep-${as} ALL DEPENDS ${packed})
 endfunction()
 compress(docs/skeinKeep.1 skeinKeep.1.gz)
 compress(cmake/changelog changelog.gz)
 
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/skeinkeep)
 install(TARGETS skeinKeep)
-install(FILES ${CMAKE_BINARY_DIR}/skeinKeep.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${PROJECT_BINARY_DIR}/skeinKeep.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES tools/completion/skeinKeep.bash RENAME skeinKeep
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 install(FILES tools/completion/_skeinKeep DESTINATION ${SKEINKEEP_ZSH_DIR})
-install(FILES ${CMAKE_BINARY_DIR}/changelog.gz README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documents})
+install(FILES ${PROJECT_BINARY_DIR}/changelog.gz README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documents})
 install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN *.md)
 install(FILES LICENSE RENAME copyright DESTINATION ${documents})
 install(FILES samples/metabase.txt DESTINATION ${documents}/examples)

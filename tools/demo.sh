@@ -1,19 +1,23 @@
 #!/bin/sh
-# Installs what is missing, builds the program and shows it at work on the sample metabase. SKEINKEEP_UNDER, if set, is
-# the command under which the program runs, such as valgrind.
+# Installs what is missing, builds the program and shows it at work on the sample metabase. With --valgrind the program
+# runs under valgrind, and an error that valgrind finds ends the demo.
 set -eu
 cd "$(dirname "$0")/.."
 . tools/packages.sh
+. tools/build.sh
 
-need g++ sh -c 'echo "int main() {}" | c++ -std=c++20 -x c++ -o /dev/null -'
-need cmake cmake --version
-need make make --version
+preset=release
+under=""
+if [ "${1:-}" = "--valgrind" ]; then
+    preset=valgrind
+    under="valgrind -q --leak-check=full --error-exitcode=9"
+    need valgrind valgrind --version
+fi
+need_presets "$preset"
 install_needed
+build "$preset" skeinKeep
 
-cmake -S . -B build >/dev/null
-cmake --build build -j "$(nproc)" | grep -v 'Built target' || true
-
-program=$PWD/build/skeinKeep
+program=$PWD/build/$preset/skeinKeep
 demo=build/demo
 rm -rf "$demo"
 mkdir -p "$demo"
@@ -26,7 +30,7 @@ step() {
 run() {
     printf '$ skeinKeep %s\n' "$*"
     # shellcheck disable=SC2086 # a command and its options
-    ${SKEINKEEP_UNDER:-} "$program" "$@"
+    $under "$program" "$@"
 }
 
 step "A backup of the sample server"
@@ -53,5 +57,6 @@ run -restore -file backup.xml
 
 step "The proof: a new backup is the first one again, byte for byte"
 run -backup -file again.xml
-cmp backup.xml again.xml && echo "backup.xml and again.xml are the same"
+cmp backup.xml again.xml
+echo "backup.xml and again.xml are the same"
 echo "(FeedStartTime is a date: dates never compare as equal, so a restore writes them every time.)"

@@ -1,12 +1,41 @@
-# Installs what is missing. Read in by the other scripts: need PACKAGE CHECK..., then install_needed.
+# Debian packages, installed where they are missing. For the other scripts to read in: need and need_presets note what
+# is missing, install_needed installs it.
 
 needed=""
 
-# Notes a Debian package whose check, a command line, fails.
+# need PACKAGE CHECK...: notes a package whose check, a command line, fails.
 need() {
     package=$1
     shift
-    "$@" >/dev/null 2>&1 || needed="$needed $package"
+    "$@" >/dev/null 2>&1 </dev/null || needed="$needed $package"
+}
+
+# need_presets PRESET...: notes what the presets of CMakePresets.json need.
+need_presets() {
+    need g++ sh -c 'echo "int main() {}" | g++ -std=c++20 -x c++ -o /dev/null -'
+    need cmake cmake_is_recent
+    need ninja-build ninja --version
+    for preset in "$@"; do
+        case $preset in
+        test | sanitized | clang | fuzz | coverage) need libgtest-dev test -e /usr/include/gtest/gtest.h ;;
+        esac
+        case $preset in
+        clang | bench) need libbenchmark-dev test -e /usr/include/benchmark/benchmark.h ;;
+        esac
+        case $preset in
+        clang | fuzz) need clang clang++ --version ;;
+        esac
+        case $preset in
+        fuzz) need libclang-rt-14-dev sh -c 'ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a' ;;
+        esac
+    done
+}
+
+# The oldest version that reads CMakePresets.json.
+cmake_version=3.25
+cmake_is_recent() {
+    found=$(cmake --version | awk 'NR == 1 { print $3 }')
+    [ -n "$found" ] && [ "$(printf '%s\n' "$cmake_version" "$found" | sort -V | head -n 1)" = "$cmake_version" ]
 }
 
 install_needed() {
@@ -18,4 +47,8 @@ install_needed() {
     # shellcheck disable=SC2086 # one word for each package
     $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $needed </dev/null
     needed=""
+    cmake_is_recent || {
+        echo "CMake $cmake_version or later is needed; this is ${found:-none}." >&2
+        exit 1
+    }
 }

@@ -1,67 +1,101 @@
 #!/bin/sh
-# Installs what is missing, builds the program and runs its tests, once as it is and once under the sanitizers.
-# With --all also: the build with the other compiler, the demo under valgrind, a minute of fuzzing for each target, the
-# format of the sources and the static checks.
+# Builds the program and checks it, after installing what is missing:
+#
+#     tools/test.sh              the tests
+#     tools/test.sh STAGE...     the stages that are named
+#     tools/test.sh --all        every stage, in this order:
+#
+#     format      the sources have the format of .clang-format
+#     shell       the scripts are clean under shellcheck
+#     tests       the tests
+#     clang       everything builds with clang, the benchmarks too
+#     tidy        the sources are clean under clang-tidy
+#     valgrind    the demo is clean under valgrind
+#     fuzz        each fuzz target runs for a minute
+#     sanitized   the tests under AddressSanitizer, LeakSanitizer and UndefinedBehaviorSanitizer
+#
+# The first failure ends the script.
 set -eu
 cd "$(dirname "$0")/.."
 . tools/packages.sh
+. tools/build.sh
 
-all=false
-[ "${1:-}" = "--all" ] && all=true
+stages="format shell tests clang tidy valgrind fuzz sanitized"
+[ $# -gt 0 ] || set -- tests
+# shellcheck disable=SC2086 # one word for each stage
+[ "$*" != "--all" ] || set -- $stages
 
-need g++ g++ --version
-need cmake cmake --version
-need make make --version
-need libgtest-dev test -e /usr/include/gtest/gtest.h
-if $all; then
-    need git git --version
-    need libbenchmark-dev test -e /usr/include/benchmark/benchmark.h
-    need clang clang++ --version
-    need libclang-rt-14-dev sh -c 'ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a'
-    need clang-format clang-format --version
-    need clang-tidy clang-tidy --version
-    need valgrind valgrind --version
-fi
-install_needed
-
-jobs=$(nproc)
-
-# build FOLDER OPTIONS...: configures and builds with warnings as errors.
-build() {
-    folder=$1
-    shift
-    cmake -S . -B "$folder" -DSKEINKEEP_TESTS=ON -DSKEINKEEP_WERROR=ON "$@" >/dev/null
-    cmake --build "$folder" -j "$jobs" | grep -v 'Built target' || true
-    cmake --build "$folder" -j "$jobs" >/dev/null
+# files PATTERN...: the sources whose names match.
+files() {
+    find src platform tests bench tools -name "$1" | sort
 }
 
-echo "== Tests"
-build build/test -DCMAKE_CXX_COMPILER=g++
-ctest --test-dir build/test -j "$jobs" --output-on-failure
+need_tests() { need_presets test; }
+stage_tests() {
+    build test
+    ctest --preset test -j "$(nproc)"
+}
 
-echo "== Tests under the sanitizers"
-build build/sanitized -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DSKEINKEEP_SANITIZE=address,undefined
-ASAN_OPTIONS=quarantine_size_mb=8 UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir build/sanitized -j "$jobs" --output-on-failure
+need_sanitized() { need_presets sanitized; }
+stage_sanitized() {
+    build sanitized
+    ctest --preset sanitized -j "$(nproc)"
+}
 
-$all || exit 0
+need_clang() { need_presets clang; }
+stage_clang() { build clang; }
 
-echo "== The other compiler, with the benchmarks"
-build build/clang -DCMAKE_CXX_COMPILER=clang++ -DSKEINKEEP_BENCH=ON
+need_format() { need clang-format clang-format --version; }
+stage_format() {
+    sources=$(files '*.cpp')
+    headers=$(files '*.h')
+    # shellcheck disable=SC2086
+    quietly clang-format --dry-run -Werror $sources $headers
+}
 
-echo "== The demo under valgrind"
-SKEINKEEP_UNDER="valgrind -q --leak-check=full --error-exitcode=9" sh tools/demo.sh >/dev/null
+need_shell() { need shellcheck shellcheck --version; }
+stage_shell() {
+    scripts=$(files '*.sh')
+    # shellcheck disable=SC2086
+    quietly shellcheck -s sh -x $scripts .ci/run samples/nightly/skeinkeep-nightly
+}
 
-echo "== Fuzzing"
-sh tools/fuzz.sh 60
+need_tidy() {
+    need_presets clang
+    need clang-tidy clang-tidy --version
+}
+stage_tidy() {
+    sources=$(files '*.cpp')
+    quietly cmake --preset clang
+    # shellcheck disable=SC2016,SC2086
+    quietly sh -c 'printf "%s\n" "$@" | xargs -P "$(nproc)" -n 1 clang-tidy -quiet -p build/clang' sh $sources
+}
 
-sources=$(git ls-files 'src/*.cpp' 'platform/*.cpp' 'tests/*.cpp' 'bench/*.cpp' 'tools/*.cpp')
-headers=$(git ls-files 'src/*.h' 'platform/*.h' 'tests/*.h' 'bench/*.h' 'tools/*.h')
+need_valgrind() {
+    need_presets valgrind
+    need valgrind valgrind --version
+}
+stage_valgrind() { quietly sh tools/demo.sh --valgrind; }
 
-echo "== Format"
-# shellcheck disable=SC2086
-clang-format --dry-run -Werror $sources $headers
+need_fuzz() { need_presets fuzz; }
+stage_fuzz() { sh tools/fuzz.sh 60; }
 
-echo "== Static checks"
-# shellcheck disable=SC2086
-printf '%s\n' $sources | xargs -P "$jobs" -n 1 clang-tidy -quiet -p build/clang
+for stage in "$@"; do
+    case " $stages " in
+    *" $stage "*) "need_$stage" ;;
+    *)
+        echo "No such stage: $stage. There are: $stages" >&2
+        exit 2
+        ;;
+    esac
+done
+install_needed
+
+begin=$(date +%s)
+for stage in "$@"; do
+    echo "== $stage"
+    stage_begin=$(date +%s)
+    "stage_$stage"
+    echo "== $stage passed in $(($(date +%s) - stage_begin)) s"
+done
+echo "All passed in $(($(date +%s) - begin)) s: $*"
