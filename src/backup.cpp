@@ -64,11 +64,8 @@ Status backupTree(OutStream& stream, const char* rootPath) {
     if (SysStringLen(path) == 0) path = Bstr(defaultRoot);
     outPrintf(stream, "<metabase version=\"%s\">\n", backupVersion);
     ComPtr<IADs> root;
-    if (Status status = bindObject(path, root); status < 0) {
-        reported(status);
-        errPrintf("Connecting to IIS via ADSI");
-        return status;
-    }
+    if (Status status = bindObject(path, root); status < 0)
+        return reported(status, "Connecting to IIS via ADSI");
     if (Status status = backupObject(stream, *root, 1); status < 0) return reported(status);
     outPrintf(stream, "</metabase>\n");
     return S_OK;
@@ -121,11 +118,8 @@ Status dumpProperty(OutStream& stream, IADs& object, int level, BSTR name) {
         logPrintf(2, "No dump func for property %S\n", name);
         return S_OK;
     }
-    if (Status status = info.dumpFn(name, value.get(), stream, level, inherited); status < 0) {
-        reported(status);
-        errPrintf("Dumping property %S", name);
-        return status;
-    }
+    if (Status status = info.dumpFn(name, value.get(), stream, level, inherited); status < 0)
+        return reported(status, "Dumping property %S", name);
     return S_OK;
 }
 

@@ -13,15 +13,12 @@ constexpr VARTYPE extendedFlags = VT_VECTOR | VT_BYREF | VT_RESERVED;
 
 /// What both comparison and printing have to say of a type that can't come from a provider or a file.
 Status refuseExtended(VARTYPE type, SourcePlace place = SourcePlace::current()) {
-    reported(E_UNEXPECTED, place);
-    errPrintf("Can't handle variant with extended type 0x%X (full type 0x%X)", type & typeFlags, type);
-    return E_UNEXPECTED;
+    return reported(E_UNEXPECTED, place, "Can't handle variant with extended type 0x%X (full type 0x%X)",
+                    type & typeFlags, type);
 }
 
 Status refuseMultidimensional(SourcePlace place = SourcePlace::current()) {
-    reported(E_UNEXPECTED, place);
-    errPrintf("Multidimensional SAFEARRAYs not supported");
-    return E_UNEXPECTED;
+    return reported(E_UNEXPECTED, place, "Multidimensional SAFEARRAYs not supported");
 }
 
 Status answer(bool same) { return same ? 0 : 1; }
@@ -223,9 +220,5 @@ Status getArrayElement(const VARIANT& array, LONG index, Variant& element) {
 
 Status queryChild(const Variant& element, ComPtr<IADs>& child, SourcePlace place) {
     const Status status = queryObject(element.get(), child);
-    if (status < 0) {
-        reported(status, place);
-        errPrintf("QI for IADs on child");
-    }
-    return status;
+    return status < 0 ? reported(status, place, "QI for IADs on child") : S_OK;
 }

@@ -10,17 +10,11 @@ namespace {
 
 Status defaultObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IADs>& newObject) {
     ComPtr<IADsContainer> container;
-    if (Status status = query(parent, container); status < 0) {
-        reported(status);
-        errPrintf("Getting IADsContainer interface");
-        return status;
-    }
+    if (Status status = query(parent, container); status < 0)
+        return reported(status, "Getting IADsContainer interface");
     ComPtr<IDispatch> created;
-    if (Status status = container->Create(className, objectName, created.out()); status < 0) {
-        reported(status);
-        errPrintf("Error creating object %S (%S)\n", objectName, className);
-        return status;
-    }
+    if (Status status = container->Create(className, objectName, created.out()); status < 0)
+        return reported(status, "Error creating object %S (%S)\n", objectName, className);
     parent.SetInfo();
     if (!created) return reported(E_UNEXPECTED);
     ComPtr<IADs> object;
@@ -36,16 +30,9 @@ Status deleteChild(const Variant& element) {
     Bstr className;
     if (Status status = child->get_Class(className.out()); status < 0) return reported(status);
     const ObjInfo* info = nullptr;
-    if (findObjInfo(view(className), info) == S_FALSE) {
-        reported(E_UNEXPECTED);
-        errPrintf("Unknown object class: %S", className);
-        return E_UNEXPECTED;
-    }
-    if (!info->isDeletable()) {
-        reported(E_UNEXPECTED);
-        errPrintf("Can't delete objects of class: %S", className);
-        return E_UNEXPECTED;
-    }
+    if (findObjInfo(view(className), info) == S_FALSE)
+        return reported(E_UNEXPECTED, "Unknown object class: %S", className);
+    if (!info->isDeletable()) return reported(E_UNEXPECTED, "Can't delete objects of class: %S", className);
     if (Status status = info->deleteFn(*child); status < 0) return reported(status);
     return S_OK;
 }
@@ -72,11 +59,8 @@ Status deleteFromParent(IADs& object) {
     if (Status status = object.get_Name(name.out()); status < 0) return reported(status);
     Bstr className;
     if (Status status = object.get_Class(className.out()); status < 0) return reported(status);
-    if (Status status = parent->Delete(className, name); status < 0) {
-        reported(status);
-        errPrintf("Deleting %S %S from %S", className, name, parentPath);
-        return status;
-    }
+    if (Status status = parent->Delete(className, name); status < 0)
+        return reported(status, "Deleting %S %S from %S", className, name, parentPath);
     object.SetInfo();
     return S_OK;
 }
@@ -105,11 +89,9 @@ bool isWebService(BSTR className) { return equal(className, u"IIsWebService"); }
 Status filtersObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IADs>& newObject) {
     Bstr parentClass;
     if (Status status = parent.get_Class(parentClass.out()); status < 0) return reported(status);
-    if (isWebService(parentClass)) {
-        reported(E_UNEXPECTED);
-        errPrintf("Can't create the default IIsFilters object!  It should already be there.");
-        return E_UNEXPECTED;
-    }
+    if (isWebService(parentClass))
+        return reported(E_UNEXPECTED,
+                        "Can't create the default IIsFilters object!  It should already be there.");
     return defaultObjCreate(parent, className, objectName, newObject);
 }
 
@@ -120,11 +102,8 @@ Status filtersObjDelete(IADs& object) {
     if (Status status = bindObject(parentPath, parent); status < 0) return reported(status);
     Bstr parentClass;
     if (Status status = parent->get_Class(parentClass.out()); status < 0) return reported(status);
-    if (isWebService(parentClass)) {
-        reported(E_UNEXPECTED);
-        errPrintf("Can't delete the default IIsFilters object!  It must be present.");
-        return E_UNEXPECTED;
-    }
+    if (isWebService(parentClass))
+        return reported(E_UNEXPECTED, "Can't delete the default IIsFilters object!  It must be present.");
     return defaultObjDelete(object);
 }
 

@@ -35,11 +35,8 @@ bool isConverted(VARTYPE type) {
 
 /// What stands between the start tag and the end of the line.
 Status writeValueAndEnd(const OLECHAR* name, VARIANT& value, OutStream& stream) {
-    if (Status status = writeValueText(stream, value); status < 0) {
-        reported(status);
-        errPrintf("Dumping property %S", name);
-        return status;
-    }
+    if (Status status = writeValueText(stream, value); status < 0)
+        return reported(status, "Dumping property %S", name);
     outPrintf(stream, "</%s>\n", "prop");
     return S_OK;
 }

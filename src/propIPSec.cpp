@@ -31,16 +31,10 @@ constexpr SubList writeOrder[] = {ipDeny, ipGrant, domainDeny, domainGrant};
 
 /// The object's rules, or a failure that has been reported.
 Status openRules(const OLECHAR* name, const VARIANT& value, ComPtr<IISIPSecurity>& rules) {
-    if (value.vt != VT_DISPATCH) {
-        reported(E_UNEXPECTED);
-        errPrintf("%S property should be of type VT_DISPATCH", name);
-        return E_UNEXPECTED;
-    }
-    if (Status status = queryObject(value, rules); status < 0) {
-        reported(status);
-        errPrintf("QI for IISIPSecurity on %S property", name);
-        return status;
-    }
+    if (value.vt != VT_DISPATCH)
+        return reported(E_UNEXPECTED, "%S property should be of type VT_DISPATCH", name);
+    if (Status status = queryObject(value, rules); status < 0)
+        return reported(status, "QI for IISIPSecurity on %S property", name);
     return S_OK;
 }
 
@@ -48,16 +42,9 @@ Status openRules(const OLECHAR* name, const VARIANT& value, ComPtr<IISIPSecurity
 Status parseSubProperty(IXMLDOMNode& node, const OLECHAR* name, Variant& out) {
     const Bstr queryText(u"./*[@name=\"" + std::u16string(name) + u"\"]");
     ComPtr<IXMLDOMNode> child;
-    if (Status status = node.selectSingleNode(queryText, child.out()); status < 0) {
-        reported(status);
-        errPrintf("selectSingleNode ( %S )", name);
-        return status;
-    }
-    if (!child) {
-        reported(E_FAIL);
-        errPrintf("IPSecurity property has no %S element", name);
-        return E_FAIL;
-    }
+    if (Status status = node.selectSingleNode(queryText, child.out()); status < 0)
+        return reported(status, "selectSingleNode ( %S )", name);
+    if (!child) return reported(E_FAIL, "IPSecurity property has no %S element", name);
     bool inherited = false;
     const Status status = parsePropNode(*child, out, inherited);
     return status < 0 ? reported(status) : S_OK;
@@ -142,11 +129,8 @@ Status ipSecPropSet(IADs& object, BackupProp& prop) {
     IpSecValues values;
     if (Status status = ipSecParse(*prop.element, values); status < 0) return reported(status);
     Variant live;
-    if (Status status = object.Get(prop.name, live.out()); status < 0) {
-        reported(status);
-        errPrintf("Getting %S property", prop.name);
-        return status;
-    }
+    if (Status status = object.Get(prop.name, live.out()); status < 0)
+        return reported(status, "Getting %S property", prop.name);
     ComPtr<IISIPSecurity> rules;
     if (Status status = openRules(prop.name, live.get(), rules); status < 0) return status;
     if (Status status = putSubProperties(*rules, values); status < 0) return status;

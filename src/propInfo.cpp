@@ -14,9 +14,7 @@ namespace {
 
 /// A restore skips unsupported properties by their flag, so nothing comes here.
 Status unsupPropCmp(const VARIANT&, BackupProp&) {
-    reported(E_NOTIMPL);
-    errPrintf("unsupPropCmp not implemented yet");
-    return E_NOTIMPL;
+    return reported(E_NOTIMPL, "unsupPropCmp not implemented yet");
 }
 
 /// Records that such a property was there; its value is lost.
@@ -50,12 +48,11 @@ constexpr BoolWord boolWords[] = {{u"true", true}, {u"false", false}, {u"t", tru
 Status parseVarType(BSTR text, VARTYPE& type) {
     type = static_cast<VARTYPE>(leadingNumber(view(text)));
     if (type != 0 || (text != nullptr && text[0] == u'0')) return S_OK;
-    reported(E_FAIL);
-    errPrintf("Seemingly invalid integer: %S", text);
-    return E_FAIL;
+    return reported(E_FAIL, "Seemingly invalid integer: %S", text);
 }
 
 Status refuseUntyped(IXMLDOMNode& node) {
+    // Reading the tag can itself report, and its lines come second.
     reported(E_FAIL);
     errPrintf("Value node %S has no type attribute", xmlTagForMessage(node));
     return E_FAIL;

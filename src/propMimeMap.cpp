@@ -74,16 +74,10 @@ Status openFactory(ComPtr<IClassFactory>& factory) {
 
 /// Reports a value that isn't an array of one dimension.
 Status checkMimeMap(const VARIANT& value, const OLECHAR* name, SourcePlace place = SourcePlace::current()) {
-    if ((value.vt & VT_ARRAY) == 0) {
-        reported(E_UNEXPECTED, place);
-        errPrintf("%S property should be an array", name);
-        return E_UNEXPECTED;
-    }
-    if (const UINT dimensions = SafeArrayGetDim(value.parray); dimensions != 1) {
-        reported(E_UNEXPECTED, place);
-        errPrintf("%S property has %d dimensions (expected 1)", name, dimensions);
-        return E_UNEXPECTED;
-    }
+    if ((value.vt & VT_ARRAY) == 0)
+        return reported(E_UNEXPECTED, place, "%S property should be an array", name);
+    if (const UINT dimensions = SafeArrayGetDim(value.parray); dimensions != 1)
+        return reported(E_UNEXPECTED, place, "%S property has %d dimensions (expected 1)", name, dimensions);
     return S_OK;
 }
 
@@ -139,11 +133,8 @@ Status mimeMapPropSet(IADs& object, BackupProp& prop) {
     if (Status status = mimeMapParse(*prop.element, entries); status < 0) return reported(status);
     Variant array;
     if (Status status = makeArray(*factory, entries, array); status < 0) return status;
-    if (Status status = object.Put(prop.name, array.get()); status < 0) {
-        reported(status);
-        errPrintf("Put() for MimeMap property");
-        return status;
-    }
+    if (Status status = object.Put(prop.name, array.get()); status < 0)
+        return reported(status, "Put() for MimeMap property");
     if (Status status = object.SetInfo(); status < 0) return reported(status);
     return S_OK;
 }

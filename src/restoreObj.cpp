@@ -71,11 +71,8 @@ Status readChild(const Variant& element, ChildEntry& entry) {
     if (Status status = entry.object->get_Name(entry.name.out()); status < 0) return reported(status);
     entry.key = nameKey(view(entry.name));
     if (Status status = entry.object->get_Class(entry.className.out()); status < 0) return reported(status);
-    if (findObjInfo(view(entry.className), entry.info) == S_FALSE) {
-        reported(E_UNEXPECTED);
-        errPrintf("Unknown object class: %S", entry.className);
-        return E_UNEXPECTED;
-    }
+    if (findObjInfo(view(entry.className), entry.info) == S_FALSE)
+        return reported(E_UNEXPECTED, "Unknown object class: %S", entry.className);
     return S_OK;
 }
 
@@ -107,6 +104,7 @@ Status readFileObject(FileObject& object) {
     if (Status status = read(classAttribute, object.className); status < 0) return reported(status);
     if (Status status = read(pathAttribute, object.path); status < 0) return reported(status);
     if (complete) return S_OK;
+    // Reading the tag can itself report, and its lines come second.
     reported(E_FAIL);
     errPrintf("Object node %S lacks one of the attributes name, class, path", xmlTagForMessage(object.node));
     return E_FAIL;
@@ -171,11 +169,9 @@ Status reconcileChild(IADs& parent, const FileObject& object, std::vector<ChildE
         return child.key == key && equal(child.name, name);
     });
     if (entry == entries.end()) return addMissing(parent, object);
-    if (entry->matched) {
-        reported(E_UNEXPECTED);
-        errPrintf("ERROR: object \"%S\" appears more than once in the backup file", object.name);
-        return E_UNEXPECTED;
-    }
+    if (entry->matched)
+        return reported(E_UNEXPECTED, "ERROR: object \"%S\" appears more than once in the backup file",
+                        object.name);
     if (!equal(entry->className, view(object.className))) return replaceChild(parent, object, *entry);
     if (Status status = restoreObject(object.node, entry->object.get()); status < 0) return reported(status);
     entry->matched = true;

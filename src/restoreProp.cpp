@@ -73,11 +73,8 @@ bool isSkipped(const PropInfo& info, BSTR name) {
 
 Status reconcileProperties(IADs& object, IXMLDOMNode& propsNode) {
     std::span<const BSTR> names;
-    if (Status status = getClassSchema(*runSettings.schemaCache, object, names); status < 0) {
-        reported(status);
-        errPrintf("Getting schema info from schema cache");
-        return status;
-    }
+    if (Status status = getClassSchema(*runSettings.schemaCache, object, names); status < 0)
+        return reported(status, "Getting schema info from schema cache");
     NameMatcher matcher(names);
     WarningPath path(object);
     ComPtr<IXMLDOMNodeList> nodes;

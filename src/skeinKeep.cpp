@@ -86,8 +86,7 @@ Mode parseCommandLine(int argc, char** argv) {
 /// Everything between the command line and the exit code.
 int runMode(Mode mode) {
     if (Status status = CoInitializeEx(nullptr, 0); status < 0) {
-        reported(status);
-        errPrintf("CoInitialize");
+        reported(status, "CoInitialize");
         return 2;
     }
     Status status = S_OK;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <type_traits>
 
 /// 0 is success, negative a failure. A function that can also answer 1 says so. A function of `src/` that
 /// fails has reported it (see `reported`), unless its contract says otherwise; calls of the platform never
@@ -75,8 +76,34 @@ struct SourcePlace {
     }
 };
 
+/// A context text, which must be a literal, together with the place in the sources where it is written.
+template <class... Args> struct FailureText {
+    template <std::size_t size>
+    consteval FailureText(const char (&text)[size], SourcePlace caller = SourcePlace::current())
+        : format(text), place(caller) {}
+
+    Format<Args...> format;
+    SourcePlace place;
+};
+
 /// Reports a failure at the caller's place and returns its status: `return reported(status);`
 inline Status reported(Status status, SourcePlace place = SourcePlace::current()) {
     reportHr(status, place.stem(), place.line);
     return status;
+}
+
+/// Reports a failure at the given place, prints a context text after the "Error" line and returns the status.
+template <class... Args>
+Status reported(Status status, SourcePlace place, const Format<Args...>& text, const Args&... arguments) {
+    reportHr(status, place.stem(), place.line);
+    errPrintf<Args...>(text, arguments...);
+    return status;
+}
+
+/// The same at the caller's place: `return reported(status, "Getting %S property", name);`. The arguments are
+/// evaluated before the "Error" line is printed: one that can itself report needs two steps.
+template <class... Args>
+Status reported(Status status, const FailureText<std::type_identity_t<Args>...>& text,
+                const Args&... arguments) {
+    return reported<Args...>(status, text.place, text.format, arguments...);
 }

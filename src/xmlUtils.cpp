@@ -81,15 +81,11 @@ Status createDocument(ComPtr<IXMLDOMDocument>& document) {
 }
 
 Status refuseOpening(const char* fileName, int error) {
-    reported(E_UNEXPECTED);
-    errPrintf("Unexpected error opening: \"%s\": %s", fileName, errorText(error));
-    return E_UNEXPECTED;
+    return reported(E_UNEXPECTED, "Unexpected error opening: \"%s\": %s", fileName, errorText(error));
 }
 
 Status refuseShortRead(const char* fileName, std::size_t count, std::int64_t size) {
-    reported(E_UNEXPECTED);
-    errPrintf("Read %d bytes from \"%s\", expected to read %d", count, fileName, size);
-    return E_UNEXPECTED;
+    return reported(E_UNEXPECTED, "Read %d bytes from \"%s\", expected to read %d", count, fileName, size);
 }
 
 /// The file's bytes, with a terminator behind them.
@@ -113,11 +109,8 @@ Status readBytes(const char* fileName, std::unique_ptr<char[]>& bytes) {
 Status xmlLoadFile(const char* fileName, ComPtr<IXMLDOMDocument>& document) {
     document.reset();
     ComPtr<IXMLDOMDocument> loading;
-    if (Status status = createDocument(loading); status < 0) {
-        reported(status);
-        errPrintf("Creating XML DOM object");
-        return status;
-    }
+    if (Status status = createDocument(loading); status < 0)
+        return reported(status, "Creating XML DOM object");
     std::unique_ptr<char[]> bytes;
     if (Status status = readBytes(fileName, bytes); status < 0) return status;
     if (Status status = loading->put_async(VARIANT_FALSE); status < 0) return reported(status);
@@ -127,16 +120,10 @@ Status xmlLoadFile(const char* fileName, ComPtr<IXMLDOMDocument>& document) {
     bytes.reset();
 
     VARIANT_BOOL success = VARIANT_FALSE;
-    if (Status status = loading->loadXML(text, &success); status < 0) {
-        reported(status);
-        errPrintf("loading XML from backup file %s", fileName);
-        return status;
-    }
-    if (success != VARIANT_TRUE) {
-        reported(E_FAIL);
-        errPrintf("loadXML from backup file %s failed (probably a syntax error)", fileName);
-        return E_FAIL;
-    }
+    if (Status status = loading->loadXML(text, &success); status < 0)
+        return reported(status, "loading XML from backup file %s", fileName);
+    if (success != VARIANT_TRUE)
+        return reported(E_FAIL, "loadXML from backup file %s failed (probably a syntax error)", fileName);
     document = std::move(loading);
     return S_OK;
 }
@@ -151,11 +138,8 @@ Status xmlGetAttr(IXMLDOMElement& element, BSTR name, Bstr& value, const OLECHAR
         value = Bstr(defaultText);
         return S_OK;
     }
-    if (Status status = VariantChangeType(&attribute.get(), &attribute.get(), 0, VT_BSTR); status < 0) {
-        reported(status);
-        errPrintf("Can't change attribute into a string");
-        return status;
-    }
+    if (Status status = VariantChangeType(&attribute.get(), &attribute.get(), 0, VT_BSTR); status < 0)
+        return reported(status, "Can't change attribute into a string");
     value = Bstr::adopt(attribute.detach().bstrVal);
     return S_OK;
 }
