@@ -1,9 +1,8 @@
 #include "src/backup.h"
 
-#include "platform/metabase/childEnumerator.h"
 #include "platform/metabase/iis.h"
 #include "platform/os/file.h"
-#include "src/dispUtils.h"
+#include "src/childWalk.h"
 #include "src/propInfo.h"
 #include "src/schemaCache.h"
 
@@ -25,23 +24,20 @@ Status askForAttributes(IADs& object) {
     return status < 0 && status != DISP_E_UNKNOWNNAME ? reported(status) : S_OK;
 }
 
+Status backupChild(OutStream& stream, const Variant& element, int level) {
+    ComPtr<IADs> child;
+    if (Status status = queryChild(element, child); status < 0) return status;
+    if (Status status = backupObject(stream, *child, level); status < 0) return reported(status);
+    return S_OK;
+}
+
 Status backupChildren(OutStream& stream, IADs& object, int level) {
     ComPtr<IADsContainer> container;
-    const Status isContainer = query(object, container);
-    if (isContainer == E_NOINTERFACE) return S_OK;
-    if (isContainer < 0) return reported(isContainer);
-
+    if (Status status = query(object, container); status < 0)
+        return status == E_NOINTERFACE ? S_OK : reported(status);
     ChildEnumerator children;
-    if (Status status = children.build(*container); status < 0) return reported(status);
-    for (;;) {
-        Variant element;
-        const Status status = children.next(element);
-        if (status < 0) return reported(status);
-        if (status == S_FALSE) return S_OK;
-        ComPtr<IADs> child;
-        if (Status found = queryChild(element, child); found < 0) return found;
-        if (Status done = backupObject(stream, *child, level + 2); done < 0) return reported(done);
-    }
+    return visitChildren(children, *container,
+                         [&](const Variant& element) { return backupChild(stream, element, level + 2); });
 }
 
 } // namespace

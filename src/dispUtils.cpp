@@ -217,8 +217,3 @@ Status getArrayElement(const VARIANT& array, LONG index, Variant& element) {
     if (status >= 0) element = Variant::adopt(plain);
     return status;
 }
-
-Status queryChild(const Variant& element, ComPtr<IADs>& child, SourcePlace place) {
-    const Status status = queryObject(element.get(), child);
-    return status < 0 ? reported(status, place, "QI for IADs on child") : S_OK;
-}

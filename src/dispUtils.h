@@ -59,10 +59,6 @@ template <class T> Status queryObject(const VARIANT& value, ComPtr<T>& object) {
     return holdsObject ? query(*value.punkVal, object) : DISP_E_TYPEMISMATCH;
 }
 
-/// Queries the object of an enumerator's element for IADs. A failure is reported, at the caller's place, and
-/// told.
-Status queryChild(const Variant& element, ComPtr<IADs>& child, SourcePlace place = SourcePlace::current());
-
 /// White space as isspace knows it, in the C locale.
 template <class Char> constexpr bool isSpace(Char c) {
     return c == Char{' '} || (c >= Char{'\t'} && c <= Char{'\r'});

@@ -1,7 +1,6 @@
 #include "src/objInfo.h"
 
-#include "platform/metabase/childEnumerator.h"
-#include "src/dispUtils.h"
+#include "src/childWalk.h"
 
 #include <algorithm>
 #include <array>
@@ -37,16 +36,12 @@ Status deleteChild(const Variant& element) {
     return S_OK;
 }
 
-Status deleteChildren(IADsContainer& container) {
+Status deleteChildren(IADs& object) {
+    ComPtr<IADsContainer> container;
+    if (Status status = query(object, container); status < 0)
+        return status == E_NOINTERFACE ? S_OK : reported(status);
     ChildEnumerator children;
-    if (Status status = children.build(container); status < 0) return reported(status);
-    for (;;) {
-        Variant element;
-        const Status status = children.next(element);
-        if (status < 0) return reported(status);
-        if (status == S_FALSE) return S_OK;
-        if (Status deleted = deleteChild(element); deleted < 0) return deleted;
-    }
+    return visitChildren(children, *container, deleteChild);
 }
 
 /// Has the parent delete the object, whose children are gone.
@@ -65,22 +60,23 @@ Status deleteFromParent(IADs& object) {
     return S_OK;
 }
 
+/// Deletes an object that can't delete itself: first its children, then the object through its parent.
+Status deleteStepByStep(IADs& object) {
+    if (Status status = deleteChildren(object); status < 0) return status;
+    return deleteFromParent(object);
+}
+
+Status deleteAtOnce(IADs& object, IADsDeleteOps& deleteOps) {
+    const Status status = deleteOps.DeleteObject(0);
+    object.SetInfo();
+    return status < 0 ? reported(status) : S_OK;
+}
+
 Status defaultObjDelete(IADs& object) {
     ComPtr<IADsDeleteOps> deleteOps;
-    const Status offersDelete = query(object, deleteOps);
-    if (offersDelete < 0 && offersDelete != E_NOINTERFACE) return reported(offersDelete);
-    if (offersDelete >= 0) {
-        const Status status = deleteOps->DeleteObject(0);
-        object.SetInfo();
-        return status < 0 ? reported(status) : S_OK;
-    }
-    ComPtr<IADsContainer> container;
-    const Status isContainer = query(object, container);
-    if (isContainer < 0 && isContainer != E_NOINTERFACE) return reported(isContainer);
-    if (isContainer >= 0) {
-        if (Status status = deleteChildren(*container); status < 0) return status;
-    }
-    return deleteFromParent(object);
+    if (Status status = query(object, deleteOps); status < 0)
+        return status == E_NOINTERFACE ? deleteStepByStep(object) : reported(status);
+    return deleteAtOnce(object, *deleteOps);
 }
 
 bool isWebService(BSTR className) { return equal(className, u"IIsWebService"); }

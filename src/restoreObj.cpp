@@ -1,7 +1,6 @@
 #include "src/restoreObj.h"
 
-#include "platform/metabase/childEnumerator.h"
-#include "src/dispUtils.h"
+#include "src/childWalk.h"
 #include "src/objInfo.h"
 #include "src/restore.h"
 #include "src/xmlUtils.h"
@@ -55,15 +54,14 @@ Status warnOfIgnoredChildren(IADs& object, IXMLDOMNode& childrenNode) {
 
 Status countChildren(IADsContainer& container, std::size_t& count) {
     ChildEnumerator children;
-    if (Status status = children.build(container); status < 0) return reported(status);
-    for (count = 0;; ++count) {
-        Variant element;
-        const Status status = children.next(element);
-        if (status < 0) return reported(status);
-        if (status == S_FALSE) break;
-    }
-    const Status status = children.free();
-    return status < 0 ? reported(status) : S_OK;
+    count = 0;
+    const auto countChild = [&count](const Variant&) {
+        ++count;
+        return S_OK;
+    };
+    if (Status status = visitChildren(children, container, countChild); status < 0) return status;
+    if (Status status = children.free(); status < 0) return reported(status);
+    return S_OK;
 }
 
 Status readChild(const Variant& element, ChildEntry& entry) {
@@ -79,18 +77,15 @@ Status readChild(const Variant& element, ChildEntry& entry) {
 /// Reads the live children into entries, of which there must be as many as were counted.
 Status readChildren(IADsContainer& container, std::vector<ChildEntry>& entries) {
     ChildEnumerator children;
-    if (Status status = children.build(container); status < 0) return reported(status);
-    for (std::size_t count = 0;; ++count) {
-        Variant element;
-        const Status status = children.next(element);
-        if (status < 0) return reported(status);
-        const bool ended = status == S_FALSE;
-        if (ended != (count == entries.size())) return reported(E_UNEXPECTED);
-        if (ended) break;
-        if (Status read = readChild(element, entries[count]); read < 0) return read;
-    }
-    const Status status = children.free();
-    return status < 0 ? reported(status) : S_OK;
+    std::size_t count = 0;
+    const auto readNext = [&](const Variant& element) {
+        if (count == entries.size()) return reported(E_UNEXPECTED);
+        return readChild(element, entries[count++]);
+    };
+    if (Status status = visitChildren(children, container, readNext); status < 0) return status;
+    if (count != entries.size()) return reported(E_UNEXPECTED);
+    if (Status status = children.free(); status < 0) return reported(status);
+    return S_OK;
 }
 
 Status readFileObject(FileObject& object) {
@@ -208,10 +203,8 @@ Status deleteLeftovers(const std::vector<ChildEntry>& entries) {
 
 Status reconcileChildren(IADs& object, IXMLDOMNode& childrenNode) {
     ComPtr<IADsContainer> container;
-    const Status isContainer = query(object, container);
-    if (isContainer == E_NOINTERFACE) return warnOfIgnoredChildren(object, childrenNode);
-    if (isContainer < 0) return reported(isContainer);
-
+    if (Status status = query(object, container); status < 0)
+        return status == E_NOINTERFACE ? warnOfIgnoredChildren(object, childrenNode) : reported(status);
     std::size_t count = 0;
     if (Status status = countChildren(*container, count); status < 0) return status;
     std::vector<ChildEntry> entries(count);
