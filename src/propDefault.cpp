@@ -37,26 +37,25 @@ bool isConverted(VARTYPE type) {
 Status writeValueAndEnd(const OLECHAR* name, VARIANT& value, OutStream& stream) {
     if (Status status = writeValueText(stream, value); status < 0)
         return reported(status, "Dumping property %S", name);
-    outPrintf(stream, "</%s>\n", "prop");
+    printValueEnd(stream);
     return S_OK;
 }
 
 Status dumpSingle(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
-    outPrintf(stream, "%*s<%s name=\"%S\" type=\"%d\"%s>", level * 2 + 4, "", "prop", XmlAttributeText(name),
-              value.vt, inheritedText(inherited));
+    printValueStart(stream, level, name, value.vt, inherited);
     return writeValueAndEnd(name, value, stream);
 }
 
 Status dumpList(const OLECHAR* name, const VARIANT& array, ArrayBounds bounds, OutStream& stream, int level,
                 bool inherited) {
-    openProp(stream, level * 2 + 4, "proplist", name, inherited);
+    printPropStart(stream, level, propListTag, name, inherited);
     for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
         Variant element;
         if (Status status = getArrayElement(array, i, element); status < 0) return reported(status);
-        outPrintf(stream, "%*s<%s type=\"%d\">", level * 2 + 6, "", "prop", element.type());
+        printEntryStart(stream, level, element.type());
         if (Status status = writeValueAndEnd(name, element.get(), stream); status < 0) return status;
     }
-    outPrintf(stream, "%*s</%s>\n", level * 2 + 4, "", "proplist");
+    printPropEnd(stream, level, propListTag);
     return S_OK;
 }
 

@@ -142,11 +142,10 @@ Status ipSecPropSet(IADs& object, BackupProp& prop) {
 Status ipSecPropPrint(bool, BackupProp&, const VARIANT&) { return S_OK; }
 
 Status ipSecPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
-    const int indent = level * 2 + 4;
-    openProp(stream, indent, "prop", name, inherited);
+    printPropStart(stream, level, propTag, name, inherited);
     ComPtr<IISIPSecurity> rules;
     if (Status status = openRules(name, value, rules); status < 0) return status;
     if (Status status = dumpSubProperties(*rules, stream, level + 1); status < 0) return status;
-    outPrintf(stream, "%*s</%s>\n", indent, "", "prop");
+    printPropEnd(stream, level, propTag);
     return S_OK;
 }

@@ -12,6 +12,14 @@
 
 namespace {
 
+// In blanks.
+constexpr int propIndent(int level) { return level * 2 + 4; }
+constexpr int entryIndent(int level) { return propIndent(level) + 2; }
+
+constexpr std::string_view inheritedAttributeText(bool inherited) {
+    return inherited ? " inherited=\"true\"" : "";
+}
+
 /// A restore skips unsupported properties by their flag, so nothing comes here.
 Status unsupPropCmp(const VARIANT&, BackupProp&) {
     return reported(E_NOTIMPL, "unsupPropCmp not implemented yet");
@@ -19,8 +27,9 @@ Status unsupPropCmp(const VARIANT&, BackupProp&) {
 
 /// Records that such a property was there; its value is lost.
 Status unsupPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
-    outPrintf(stream, "%*s<%s name=\"%S\" type=\"%d\"%s><unsupported/></%s>\n", level * 2 + 4, "", "prop",
-              XmlAttributeText(name), value.vt, inheritedText(inherited), "prop");
+    printValueStart(stream, level, name, value.vt, inherited);
+    outPrintf(stream, "<unsupported/>");
+    printValueEnd(stream);
     return S_OK;
 }
 
@@ -85,9 +94,29 @@ Status moveIntoArray(std::span<Variant> values, Variant& out) {
 
 } // namespace
 
-void openProp(OutStream& stream, int indent, const char* tag, const OLECHAR* name, bool inherited) {
-    outPrintf(stream, "%*s<%s name=\"%S\"%s>\n", indent, "", tag, XmlAttributeText(name),
-              inheritedText(inherited));
+void printPropStart(OutStream& stream, int level, std::string_view tag, const OLECHAR* name, bool inherited) {
+    outPrintf(stream, "%*s<%s name=\"%S\"%s>\n", propIndent(level), "", tag, XmlAttributeText(name),
+              inheritedAttributeText(inherited));
+}
+
+void printPropEnd(OutStream& stream, int level, std::string_view tag) {
+    outPrintf(stream, "%*s</%s>\n", propIndent(level), "", tag);
+}
+
+void printValueStart(OutStream& stream, int level, const OLECHAR* name, VARTYPE type, bool inherited) {
+    outPrintf(stream, "%*s<%s name=\"%S\" type=\"%d\"%s>", propIndent(level), "", propTag,
+              XmlAttributeText(name), type, inheritedAttributeText(inherited));
+}
+
+void printEntryStart(OutStream& stream, int level, VARTYPE type) {
+    outPrintf(stream, "%*s<%s type=\"%d\">", entryIndent(level), "", propTag, type);
+}
+
+void printValueEnd(OutStream& stream) { outPrintf(stream, "</%s>\n", propTag); }
+
+void printMimeType(OutStream& stream, int level, const OLECHAR* extension, const OLECHAR* mimeType) {
+    outPrintf(stream, "%*s<mimetype %S=\"%S\" %S=\"%S\"/>\n", entryIndent(level), "", extensionAttribute,
+              XmlAttributeText(extension), typeAttribute, XmlAttributeText(mimeType));
 }
 
 const PropInfo& findPropInfo(std::u16string_view name) {

@@ -47,11 +47,27 @@ struct PropInfo {
 /// The row of a property; the default row, if the table doesn't name it.
 const PropInfo& findPropInfo(std::u16string_view name);
 
-/// The attribute text of an inherited property, empty for any other.
-constexpr std::string_view inheritedText(bool inherited) { return inherited ? " inherited=\"true\"" : ""; }
+// The tags of property elements, and the functions that print them for the DumpFn handlers. `level` is that
+// of the object, or that plus 1 for an element inside a property; the indentation follows from it.
 
-/// Writes the line with the start tag of a property that takes several lines.
-void openProp(OutStream& stream, int indent, const char* tag, const OLECHAR* name, bool inherited);
+constexpr std::string_view propTag = "prop";
+constexpr std::string_view propListTag = "proplist";
+
+/// Prints the line of a start tag without a type: that of a `proplist`, or that of a `prop` with child
+/// elements.
+void printPropStart(OutStream& stream, int level, std::string_view tag, const OLECHAR* name, bool inherited);
+/// Prints the line of the end tag for such a start tag.
+void printPropEnd(OutStream& stream, int level, std::string_view tag);
+
+/// Prints the start tag of a `prop` with one value, whose text comes next, in the same line.
+void printValueStart(OutStream& stream, int level, const OLECHAR* name, VARTYPE type, bool inherited);
+/// Prints the start tag of an entry of a `proplist`, whose text comes next, in the same line.
+void printEntryStart(OutStream& stream, int level, VARTYPE type);
+/// Prints the end tag, and the line end, of a `prop` with one value or of an entry.
+void printValueEnd(OutStream& stream);
+
+/// Prints the line of one entry of a MIME map.
+void printMimeType(OutStream& stream, int level, const OLECHAR* extension, const OLECHAR* mimeType);
 
 /// Looks a word up in the table of truth words: 0, or E_FAIL with `value` left alone. Reports nothing.
 Status parseBoolWord(std::u16string_view word, bool& value);

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr const OLECHAR* mimeTypeTag = u"mimetype";
-
 /// The pair of one live entry, read from the element at an index.
 Status readLiveEntry(const VARIANT& array, LONG index, Bstr& extension, Bstr& mimeType) {
     Variant element;
@@ -143,17 +141,15 @@ Status mimeMapPropPrint(bool, BackupProp&, const VARIANT&) { return S_OK; }
 
 Status mimeMapPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
     if (Status status = checkMimeMap(value, name); status < 0) return status;
-    const int indent = level * 2 + 4;
-    openProp(stream, indent, "prop", name, inherited);
+    printPropStart(stream, level, propTag, name, inherited);
     ArrayBounds bounds;
     if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
     for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
         Bstr extension;
         Bstr mimeType;
         if (Status status = readLiveEntry(value, i, extension, mimeType); status < 0) return status;
-        outPrintf(stream, "%*s<%S %S=\"%S\" %S=\"%S\"/>\n", indent + 2, "", mimeTypeTag, extensionAttribute,
-                  XmlAttributeText(extension), typeAttribute, XmlAttributeText(mimeType));
+        printMimeType(stream, level, extension, mimeType);
     }
-    outPrintf(stream, "%*s</%s>\n", indent, "", "prop");
+    printPropEnd(stream, level, propTag);
     return S_OK;
 }
