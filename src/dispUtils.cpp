@@ -154,7 +154,7 @@ Status printXmlEscaped(OutStream& stream, BSTR text) {
         case u'&': outPrintf(stream, "&amp;"); break;
         case u'<': outPrintf(stream, "&lt;"); break;
         case u'>': outPrintf(stream, "&gt;"); break;
-        case u'\0': outPrintf(stream, "%1.1S", u""); break;
+        case u'\0': outPrintf(stream, " "); break;
         default: outPrintf(stream, "&#%d;", static_cast<std::int32_t>(character)); break;
         }
     }

@@ -3,9 +3,8 @@
 #include "platform/com/runtime.h"
 #include "platform/metabase/iis.h"
 #include "src/dispUtils.h"
+#include "src/pairing.h"
 #include "src/xmlUtils.h"
-
-#include <algorithm>
 
 namespace {
 
@@ -22,19 +21,15 @@ Status readLiveEntry(const VARIANT& array, LONG index, Bstr& extension, Bstr& mi
 
 /// Pairs every live entry with one of the file's: 0, or 1 if one of them finds none.
 Status pairEntries(const VARIANT& array, ArrayBounds bounds, std::vector<MimeMapEntry>& entries) {
+    Pairing<MimeMapEntry, &MimeMapEntry::matched> pairing(entries);
     for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
         Bstr extension;
         Bstr mimeType;
         if (Status status = readLiveEntry(array, i, extension, mimeType); status < 0) return status;
-        const auto pair = std::ranges::find_if(entries, [&](const MimeMapEntry& entry) {
-            return !entry.matched && equal(entry.extension, view(extension)) &&
-                   equal(entry.mimeType, view(mimeType));
-        });
-        if (pair == entries.end()) {
+        if (!pairing.pair({view(extension), view(mimeType)})) {
             logPrintf(5, "MimeMap: Mime Type %S --> %S not in backup.\n", extension, mimeType);
             return 1;
         }
-        pair->matched = true;
     }
     return 0;
 }

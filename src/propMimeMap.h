@@ -6,12 +6,20 @@
 
 #include <vector>
 
+/// An extension and its MIME type.
+using MimePair = std::pair<std::u16string_view, std::u16string_view>;
+
 /// An entry as a file gives it. An attribute that is missing is the empty string.
 struct MimeMapEntry {
     Bstr extension;
     Bstr mimeType;
     /// A live entry has been paired with this one.
     bool matched = false;
+
+    MimePair key() const { return {view(extension), view(mimeType)}; }
+    bool hasKey(const MimePair& pair) const {
+        return equal(extension, pair.first) && equal(mimeType, pair.second);
+    }
 };
 
 /// Reads the property's element. On a failure there are no entries.

@@ -6,30 +6,52 @@
 #include "src/xmlUtils.h"
 
 #include <algorithm>
+#include <cstring>
+#include <span>
 #include <vector>
 
 namespace {
 
-/// A name's length and its last units as one number: most names differ in it.
-std::uint64_t nameKey(std::u16string_view name) {
-    std::uint64_t key = name.size();
-    for (const OLECHAR unit : name.substr(name.size() - std::min<std::size_t>(name.size(), 3))) {
-        key = key << 16 | unit;
-    }
-    return key;
-}
-
 /// One live child as it was when the pass began.
 struct ChildEntry {
-    /// Of the name. All children are searched for each `obj` element of the file, and a look at this is
-    /// cheap.
-    std::uint64_t key = 0;
     Bstr name;
     Bstr className;
     ComPtr<IADs> object;
     const ObjInfo* info = nullptr;
     /// A node of the file has been dealt with against this child: it is no leftover.
     bool matched = false;
+};
+
+/// The live children, sorted for the search of one by its name.
+class ChildIndex {
+public:
+    /// Borrows the entries.
+    explicit ChildIndex(std::span<ChildEntry> entries) {
+        sorted_.reserve(entries.size());
+        for (ChildEntry& entry : entries) sorted_.push_back({view(entry.name), &entry});
+        std::sort(sorted_.begin(), sorted_.end());
+    }
+    /// The first of the entries with this name, or null.
+    ChildEntry* find(std::u16string_view name) const {
+        const auto found = std::lower_bound(sorted_.begin(), sorted_.end(), Named{name, nullptr});
+        return found != sorted_.end() && equal(found->name, name) ? found->entry : nullptr;
+    }
+
+private:
+    struct Named {
+        std::u16string_view name;
+        ChildEntry* entry;
+
+        /// By length, then by bytes: any order of names will do. Equal names keep the order of their entries.
+        bool operator<(const Named& other) const {
+            if (name.size() != other.name.size()) return name.size() < other.name.size();
+            if (name.empty()) return entry < other.entry;
+            const int order = std::memcmp(name.data(), other.name.data(), name.size() * sizeof(OLECHAR));
+            return order != 0 ? order < 0 : entry < other.entry;
+        }
+    };
+
+    std::vector<Named> sorted_;
 };
 
 /// One `obj` element of the file.
@@ -67,7 +89,6 @@ Status countChildren(IADsContainer& container, std::size_t& count) {
 Status readChild(const Variant& element, ChildEntry& entry) {
     if (Status status = queryChild(element, entry.object); status < 0) return status;
     if (Status status = entry.object->get_Name(entry.name.out()); status < 0) return reported(status);
-    entry.key = nameKey(view(entry.name));
     if (Status status = entry.object->get_Class(entry.className.out()); status < 0) return reported(status);
     if (findObjInfo(view(entry.className), entry.info) == S_FALSE)
         return reported(E_UNEXPECTED, "Unknown object class: %S", entry.className);
@@ -158,12 +179,9 @@ Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
     return S_OK;
 }
 
-Status reconcileChild(IADs& parent, const FileObject& object, std::vector<ChildEntry>& entries) {
-    const std::u16string_view name = view(object.name);
-    const auto entry = std::ranges::find_if(entries, [name, key = nameKey(name)](const ChildEntry& child) {
-        return child.key == key && equal(child.name, name);
-    });
-    if (entry == entries.end()) return addMissing(parent, object);
+Status reconcileChild(IADs& parent, const FileObject& object, const ChildIndex& children) {
+    ChildEntry* entry = children.find(view(object.name));
+    if (entry == nullptr) return addMissing(parent, object);
     if (entry->matched)
         return reported(E_UNEXPECTED, "ERROR: object \"%S\" appears more than once in the backup file",
                         object.name);
@@ -173,7 +191,7 @@ Status reconcileChild(IADs& parent, const FileObject& object, std::vector<ChildE
     return S_OK;
 }
 
-Status walkFile(IADs& object, IXMLDOMNode& childrenNode, std::vector<ChildEntry>& entries) {
+Status walkFile(IADs& object, IXMLDOMNode& childrenNode, const ChildIndex& children) {
     ComPtr<IXMLDOMNodeList> nodes;
     if (Status status = xmlGetChildNodes(childrenNode, nodes); status < 0) return reported(status);
     for (;;) {
@@ -182,7 +200,7 @@ Status walkFile(IADs& object, IXMLDOMNode& childrenNode, std::vector<ChildEntry>
         if (!node) return S_OK;
         FileObject fileObject{*node, {}, {}, {}};
         if (Status status = readFileObject(fileObject); status < 0) return status;
-        if (Status status = reconcileChild(object, fileObject, entries); status < 0) return status;
+        if (Status status = reconcileChild(object, fileObject, children); status < 0) return status;
     }
 }
 
@@ -209,6 +227,6 @@ Status reconcileChildren(IADs& object, IXMLDOMNode& childrenNode) {
     if (Status status = countChildren(*container, count); status < 0) return status;
     std::vector<ChildEntry> entries(count);
     if (Status status = readChildren(*container, entries); status < 0) return status;
-    if (Status status = walkFile(object, childrenNode, entries); status < 0) return status;
+    if (Status status = walkFile(object, childrenNode, ChildIndex(entries)); status < 0) return status;
     return deleteLeftovers(entries);
 }
