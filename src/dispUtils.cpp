@@ -191,7 +191,7 @@ void XmlAttributeText::escape(const OLECHAR* at) {
 }
 
 Status ansiToWide(std::string_view text, Bstr& wide) {
-    if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) return E_INVALIDARG;
+    if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) return E_UNEXPECTED;
     const int length = static_cast<int>(text.size());
     wide = Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(length)));
     if (length == 0) return S_OK;
@@ -200,13 +200,13 @@ Status ansiToWide(std::string_view text, Bstr& wide) {
 }
 
 Status getArrayBounds(const VARIANT& array, ArrayBounds& bounds) {
-    if ((array.vt & VT_ARRAY) == 0 || (array.vt & extendedFlags) != 0) return DISP_E_TYPEMISMATCH;
+    if ((array.vt & VT_ARRAY) == 0 || (array.vt & extendedFlags) != 0) return E_UNEXPECTED;
     if (Status status = SafeArrayGetLBound(array.parray, 1, &bounds.lower); status < 0) return status;
     return SafeArrayGetUBound(array.parray, 1, &bounds.upper);
 }
 
 Status getArrayElement(const VARIANT& array, LONG index, Variant& element) {
-    if (SafeArrayGetDim(array.parray) > 1) return DISP_E_BADINDEX;
+    if (SafeArrayGetDim(array.parray) > 1) return E_UNEXPECTED;
     VARTYPE type = VT_EMPTY;
     if (Status status = SafeArrayGetVartype(array.parray, &type); status < 0) return status;
     if (type == VT_EMPTY) return E_UNEXPECTED;

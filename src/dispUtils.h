@@ -45,18 +45,18 @@ struct ArrayBounds {
     LONG upper = -1;
 };
 
-/// DISP_E_TYPEMISMATCH for a value that is no array. Reports nothing.
+/// E_UNEXPECTED for a value that is no array. Reports nothing.
 Status getArrayBounds(const VARIANT& array, ArrayBounds& bounds);
 
-/// A copy of the element at an index of a one-dimensional array; bytes come as VT_UI1. DISP_E_BADINDEX for an
-/// index out of bounds and for an array of more dimensions. Reports nothing.
+/// A copy of the element at an index of a one-dimensional array; bytes come as VT_UI1. E_UNEXPECTED for an
+/// array of more dimensions, else the status of the array service. Reports nothing.
 Status getArrayElement(const VARIANT& array, LONG index, Variant& element);
 
-/// Queries the object in a value for the interface T; DISP_E_TYPEMISMATCH for a value that holds none.
+/// Queries the object in a value for the interface T; E_UNEXPECTED for a value that holds none.
 /// Reports nothing.
 template <class T> Status queryObject(const VARIANT& value, ComPtr<T>& object) {
     const bool holdsObject = (value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN) && value.punkVal != nullptr;
-    return holdsObject ? query(*value.punkVal, object) : DISP_E_TYPEMISMATCH;
+    return holdsObject ? query(*value.punkVal, object) : E_UNEXPECTED;
 }
 
 /// White space as isspace knows it, in the C locale.
