@@ -102,7 +102,7 @@ Status dumpObjectProperties(OutStream& stream, IADs& object, int level) {
 }
 
 Status dumpProperty(OutStream& stream, IADs& object, int level, BSTR name) {
-    const PropInfo& info = findPropInfo(view(name));
+    const PropInfo& info = findPropInfo(name);
     const bool inherited = isPropertyInherited(object, name);
     if (inherited && runSettings.noInherit) {
         logPrintf(6, "Ignoring inherited property \"%S\"\n", name);

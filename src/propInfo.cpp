@@ -45,6 +45,13 @@ constexpr PropInfo propInfoTable[] = {
 constexpr PropInfo defaultPropInfo = {u"<<default>>", 0, defaultPropCmp, defaultPropSet, defaultPropPrint,
                                       defaultPropDump};
 
+bool equalUpToNul(const OLECHAR* a, const OLECHAR* b) {
+    for (; *a == *b; ++a, ++b) {
+        if (*a == u'\0') return true;
+    }
+    return false;
+}
+
 struct BoolWord {
     std::u16string_view word;
     bool value;
@@ -119,8 +126,9 @@ void printMimeType(OutStream& stream, int level, const OLECHAR* extension, const
               XmlAttributeText(extension), typeAttribute, XmlAttributeText(mimeType));
 }
 
-const PropInfo& findPropInfo(std::u16string_view name) {
-    const auto* found = std::ranges::find(propInfoTable, name, &PropInfo::name);
+const PropInfo& findPropInfo(const OLECHAR* name) {
+    const auto* found = std::ranges::find_if(
+        propInfoTable, [name](const PropInfo& info) { return equalUpToNul(info.name, name); });
     return found == std::end(propInfoTable) ? defaultPropInfo : *found;
 }
 

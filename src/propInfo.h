@@ -36,7 +36,7 @@ constexpr std::uint32_t propFlagIgnored = 4;
 
 /// A row of the property table. A handler may be null.
 struct PropInfo {
-    std::u16string_view name;
+    const OLECHAR* name;
     std::uint32_t flags;
     CmpFn cmpFn;
     SetFn setFn;
@@ -44,8 +44,9 @@ struct PropInfo {
     DumpFn dumpFn;
 };
 
-/// The row of a property; the default row, if the table doesn't name it.
-const PropInfo& findPropInfo(std::u16string_view name);
+/// Returns the row of a property, or the default row if the table doesn't name it. Names are compared
+/// exactly, up to their first NUL.
+const PropInfo& findPropInfo(const OLECHAR* name);
 
 // The tags of property elements, and the functions that print them for the DumpFn handlers. `level` is that
 // of the object, or that plus 1 for an element inside a property; the indentation follows from it.

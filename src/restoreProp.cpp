@@ -91,7 +91,7 @@ Status reconcileProperties(IADs& object, IXMLDOMNode& propsNode) {
 }
 
 Status reconcileProperty(IADs& object, BackupProp& prop) {
-    const PropInfo& info = findPropInfo(view(prop.name));
+    const PropInfo& info = findPropInfo(prop.name);
     if (isSkipped(info, prop.name)) return S_OK;
     Variant live;
     if (Status status = object.GetEx(prop.name, live.out()); status < 0) return reported(status);
