@@ -205,6 +205,14 @@ Status getArrayBounds(const VARIANT& array, ArrayBounds& bounds) {
     return SafeArrayGetUBound(array.parray, 1, &bounds.upper);
 }
 
+Status moveIntoArray(std::span<Variant> values, Variant& array) {
+    SafeArray made(values.size());
+    if (!made) return E_UNEXPECTED;
+    for (std::size_t i = 0; i < values.size(); ++i) made[i] = values[i].detach();
+    array = Variant::ofArray(made.detach());
+    return S_OK;
+}
+
 Status getArrayElement(const VARIANT& array, LONG index, Variant& element) {
     if (SafeArrayGetDim(array.parray) > 1) return E_UNEXPECTED;
     VARTYPE type = VT_EMPTY;

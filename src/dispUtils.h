@@ -6,6 +6,7 @@
 #include "src/skeinKeep.h"
 
 #include <limits>
+#include <span>
 #include <string>
 
 /// Compares two values: 0 the same, 1 different, negative on a failure: E_UNEXPECTED for types with VT_BYREF
@@ -51,6 +52,10 @@ Status getArrayBounds(const VARIANT& array, ArrayBounds& bounds);
 /// A copy of the element at an index of a one-dimensional array; bytes come as VT_UI1. E_UNEXPECTED for an
 /// array of more dimensions, else the status of the array service. Reports nothing.
 Status getArrayElement(const VARIANT& array, LONG index, Variant& element);
+
+/// Moves values into a new array of VARIANTs with one dimension and lower bound 0. E_UNEXPECTED, with the
+/// values left alone, if there can be no such array. Reports nothing.
+Status moveIntoArray(std::span<Variant> values, Variant& array);
 
 /// Queries the object in a value for the interface T; E_UNEXPECTED for a value that holds none.
 /// Reports nothing.

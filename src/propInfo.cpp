@@ -1,6 +1,6 @@
 #include "src/propInfo.h"
 
-#include "platform/automation/safearray.h"
+#include "src/dispUtils.h"
 #include "src/propDefault.h"
 #include "src/propIPSec.h"
 #include "src/propMimeMap.h"
@@ -90,15 +90,6 @@ Status parseList(IXMLDOMNode& node, std::vector<Variant>& values) {
     return S_OK;
 }
 
-/// Moves the values into an array, without copying what they refer to.
-Status moveIntoArray(std::span<Variant> values, Variant& out) {
-    SafeArray array(values.size());
-    if (!array) return reported(E_UNEXPECTED);
-    for (std::size_t i = 0; i < values.size(); ++i) array[i] = values[i].detach();
-    out = Variant::ofArray(array.detach());
-    return S_OK;
-}
-
 } // namespace
 
 void printPropStart(OutStream& stream, int level, std::string_view tag, const OLECHAR* name, bool inherited) {
@@ -172,7 +163,7 @@ Status parsePropNode(IXMLDOMNode& node, Variant& out, bool& inherited) {
         errPrintf("Unknown property node: %S\n", tag);
         return reported(E_UNEXPECTED);
     }
-    if (Status status = moveIntoArray(values, out); status < 0) return status;
+    if (Status status = moveIntoArray(values, out); status < 0) return reported(status);
 
     Bstr word;
     if (Status status = xmlGetAttrOfNode(node, inheritedAttribute, word, u"false"); status < 0)

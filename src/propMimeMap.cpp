@@ -48,14 +48,11 @@ Status makeEntry(IClassFactory& factory, const MimeMapEntry& entry, Variant& out
 }
 
 Status makeArray(IClassFactory& factory, const std::vector<MimeMapEntry>& entries, Variant& out) {
-    SafeArray array(entries.size());
-    if (!array) return reported(E_UNEXPECTED);
+    std::vector<Variant> objects(entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        Variant object;
-        if (Status status = makeEntry(factory, entries[i], object); status < 0) return status;
-        array[i] = object.detach();
+        if (Status status = makeEntry(factory, entries[i], objects[i]); status < 0) return status;
     }
-    out = Variant::ofArray(array.detach());
+    if (Status status = moveIntoArray(objects, out); status < 0) return reported(status);
     return S_OK;
 }
 
