@@ -72,8 +72,10 @@ ClassSchema* findEntry(const SchemaCache& cache, BSTR schemaPath) {
 
 } // namespace
 
-SchemaCache::~SchemaCache() {
-    while (head) head = std::move(head->next);
+SchemaCache::~SchemaCache() { schemaCacheDestroy(*this); }
+
+void schemaCacheDestroy(SchemaCache& cache) {
+    while (cache.head) cache.head = std::move(cache.head->next);
 }
 
 Status getClassSchema(SchemaCache& cache, IADs& object, std::span<const BSTR>& names) {

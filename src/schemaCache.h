@@ -30,6 +30,9 @@ struct SchemaCache {
     std::unique_ptr<ClassSchema> head;
 };
 
+/// Frees all entries, and with them the names that callers borrow.
+void schemaCacheDestroy(SchemaCache& cache);
+
 /// The property names of an object's class: the mandatory ones, then the optional ones, as the schema lists
 /// them, without empty ones. A name that is in both lists comes twice. The names stay the cache's, and last
 /// as long.

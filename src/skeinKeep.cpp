@@ -51,6 +51,7 @@ private:
 };
 
 Mode parseCommandLine(int argc, char** argv) {
+    runSettings = RunSettings{};
     const char* programName = argc > 0 ? argv[0] : "skeinKeep";
     if (argc < 2) usage(programName);
     Mode mode = Mode::notChosen;
@@ -89,13 +90,11 @@ int runMode(Mode mode) {
         reported(status, "CoInitialize");
         return 2;
     }
-    Status status = S_OK;
-    {
-        SchemaCache schemaCache;
-        runSettings.schemaCache = &schemaCache;
-        status = mode == Mode::restore ? restoreMain() : backupMain();
-        runSettings.schemaCache = nullptr;
-    }
+    SchemaCache schemaCache;
+    runSettings.schemaCache = &schemaCache;
+    const Status status = mode == Mode::restore ? restoreMain() : backupMain();
+    runSettings.schemaCache = nullptr;
+    schemaCacheDestroy(schemaCache);
     CoUninitialize();
     return status < 0 ? 2 : 0;
 }
