@@ -13,9 +13,8 @@ namespace {
 constexpr const char* backupVersion = "1.0.0";
 constexpr std::u16string_view defaultRoot = u"IIS://localhost";
 
-/// Asks the object for the call that tells inherited properties. An object that doesn't know it is no
-/// failure.
-Status askForAttributes(IADs& object) {
+/// Looks up the call for the attributes of a property. An object without it is backed up all the same.
+Status checkAttributeCall(IADs& object) {
     ComPtr<IDispatch> dispatch;
     if (Status status = query(object, dispatch); status < 0) return reported(status);
     const OLECHAR* name = u"GetPropertyAttribObj";
@@ -80,7 +79,7 @@ Status backupObject(OutStream& stream, IADs& object, int level) {
     const int indent = level * 2;
     outPrintf(stream, "%*s<obj name=\"%S\" class=\"%S\" path=\"%S\">\n", indent, "", XmlAttributeText(name),
               XmlAttributeText(className), XmlAttributeText(path));
-    if (Status status = askForAttributes(object); status < 0) return status;
+    if (Status status = checkAttributeCall(object); status < 0) return status;
     outPrintf(stream, "%*s<props>\n", indent + 2, "");
     if (Status status = dumpObjectProperties(stream, object, level); status < 0) return reported(status);
     outPrintf(stream, "%*s</props>\n", indent + 2, "");
@@ -122,10 +121,10 @@ Status dumpProperty(OutStream& stream, IADs& object, int level, BSTR name) {
 bool isPropertyInherited(IADs& object, BSTR name) {
     ComPtr<IISBaseObject> base;
     if (query(object, base) < 0) return false;
-    ComPtr<IDispatch> found;
-    if (base->GetPropertyAttribObj(name, found.out()) < 0 || !found) return false;
+    ComPtr<IDispatch> attributeObject;
+    if (base->GetPropertyAttribObj(name, attributeObject.out()) < 0 || !attributeObject) return false;
     ComPtr<IISPropertyAttribute> attribute;
-    if (query(*found, attribute) < 0) return false;
+    if (query(*attributeObject, attribute) < 0) return false;
     VARIANT_BOOL inherited = VARIANT_FALSE;
     return attribute->get_Isinherited(&inherited) >= 0 && inherited != VARIANT_FALSE;
 }

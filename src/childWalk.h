@@ -1,12 +1,14 @@
-// The walk over the children of a live object. It reports at its caller's place and has no stem of its own.
+// The walk over the children of a live object. Failures are reported at the caller's place, so that the stem
+// in an "Error" line is the caller's.
 #pragma once
 
 #include "platform/metabase/childEnumerator.h"
 #include "src/dispUtils.h"
 
-/// Builds `children` over a container and calls `visit(element)`, a Status, for each child in the order of
-/// the enumerator. Returns 0, or the first failure: of the enumerator, reported at the caller's place, or of
-/// a visit, which has reported it. The enumerator stays the caller's, who may want the result of freeing it.
+/// Builds `children` over a container and calls `visit(element)`, which returns a Status, for each child in
+/// the order of the enumerator. Returns 0 or the status of the first failure. A failed call of the enumerator
+/// is reported at the caller's place; a failed visit has reported itself. The caller owns the enumerator, so
+/// that it can use the result of freeing it.
 template <class Visit>
 Status visitChildren(ChildEnumerator& children, IADsContainer& container, Visit visit,
                      SourcePlace place = SourcePlace::current()) {

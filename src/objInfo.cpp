@@ -22,7 +22,7 @@ Status defaultObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IA
     return S_OK;
 }
 
-/// A child goes through the delete function of its own class.
+/// Deletes a child with the function of its own class.
 Status deleteChild(const Variant& element) {
     ComPtr<IADs> child;
     if (Status status = queryChild(element, child); status < 0) return status;
@@ -44,7 +44,7 @@ Status deleteChildren(IADs& object) {
     return visitChildren(children, *container, deleteChild);
 }
 
-/// Has the parent delete the object, whose children are gone.
+/// Deletes an object without children through its parent.
 Status deleteFromParent(IADs& object) {
     Bstr parentPath;
     if (Status status = object.get_Parent(parentPath.out()); status < 0) return reported(status);
@@ -81,7 +81,7 @@ Status defaultObjDelete(IADs& object) {
 
 bool isWebService(BSTR className) { return equal(className, u"IIsWebService"); }
 
-/// The filters folder right below the web service is the default one, which always exists.
+/// Creates a filters folder; not the default one, directly below the web service, which always exists.
 Status filtersObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IADs>& newObject) {
     Bstr parentClass;
     if (Status status = parent.get_Class(parentClass.out()); status < 0) return reported(status);
@@ -179,7 +179,7 @@ static_assert(objInfoTable.size() == 61);
 
 constexpr ObjInfo defaultObjInfo = {u"<default>", objFlagNoCreate, nullptr, defaultObjDelete};
 
-/// The rows in the order of their names, unit by unit; sorted at the first lookup.
+/// The rows sorted by name, unit by unit; built at the first lookup.
 std::array<const ObjInfo*, objInfoTable.size()> objInfoIndex;
 bool objInfoIndexReady = false;
 
@@ -194,8 +194,8 @@ Status findObjInfo(std::u16string_view className, const ObjInfo*& row) {
         std::ranges::sort(objInfoIndex, {}, nameOf);
         objInfoIndexReady = true;
     }
-    const auto* found = std::ranges::lower_bound(objInfoIndex, className, {}, nameOf);
-    const bool known = found != objInfoIndex.end() && nameOf(*found) == className;
-    row = known ? *found : &defaultObjInfo;
-    return known ? S_OK : S_FALSE;
+    const auto* place = std::ranges::lower_bound(objInfoIndex, className, {}, nameOf);
+    const bool found = place != objInfoIndex.end() && nameOf(*place) == className;
+    row = found ? *place : &defaultObjInfo;
+    return found ? S_OK : S_FALSE;
 }

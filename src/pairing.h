@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <map>
 #include <span>
+#include <utility>
 
 /// Pairs each key with the first entry that has it and isn't paired yet. An entry has `key()`, which is
-/// ordered, `hasKey(key)`, and a flag that `paired` names, which is set when it is paired. However many
-/// entries there are, in whatever order and however many of them are equal, the cost of a key grows with
-/// their logarithm at most.
+/// ordered, `hasKey(key)`, and a flag that `paired` names, which is set when it is paired. The cost of a key
+/// grows at most with the logarithm of the number of entries, in any order and with any number of equal ones.
 template <class Entry, bool Entry::*paired> class Pairing {
 public:
     using Key = decltype(std::declval<const Entry&>().key());

@@ -7,7 +7,7 @@ const Bstr markerText(u"<unsupported/>");
 const Bstr trueText(u"true");
 const Bstr falseText(u"false");
 
-/// The types whose text is the one that VariantChangeType gives.
+/// Returns whether VariantChangeType makes the text of values of the type.
 bool isConverted(VARTYPE type) {
     switch (type) {
     case VT_I2:
@@ -33,8 +33,8 @@ bool isConverted(VARTYPE type) {
     }
 }
 
-/// What stands between the start tag and the end of the line.
-Status writeValueAndEnd(const OLECHAR* name, VARIANT& value, OutStream& stream) {
+/// Prints the value's text and the end tag.
+Status dumpValueAndEnd(const OLECHAR* name, VARIANT& value, OutStream& stream) {
     if (Status status = writeValueText(stream, value); status < 0)
         return reported(status, "Dumping property %S", name);
     printValueEnd(stream);
@@ -43,7 +43,7 @@ Status writeValueAndEnd(const OLECHAR* name, VARIANT& value, OutStream& stream) 
 
 Status dumpSingle(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
     printValueStart(stream, level, name, value.vt, inherited);
-    return writeValueAndEnd(name, value, stream);
+    return dumpValueAndEnd(name, value, stream);
 }
 
 Status dumpList(const OLECHAR* name, const VARIANT& array, ArrayBounds bounds, OutStream& stream, int level,
@@ -53,7 +53,7 @@ Status dumpList(const OLECHAR* name, const VARIANT& array, ArrayBounds bounds, O
         Variant element;
         if (Status status = getArrayElement(array, i, element); status < 0) return reported(status);
         printEntryStart(stream, level, element.type());
-        if (Status status = writeValueAndEnd(name, element.get(), stream); status < 0) return status;
+        if (Status status = dumpValueAndEnd(name, element.get(), stream); status < 0) return status;
     }
     printPropEnd(stream, level, propListTag);
     return S_OK;

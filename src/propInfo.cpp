@@ -20,12 +20,12 @@ constexpr std::string_view inheritedAttributeText(bool inherited) {
     return inherited ? " inherited=\"true\"" : "";
 }
 
-/// A restore skips unsupported properties by their flag, so nothing comes here.
+/// Never called in a restore, which skips unsupported properties by their flag.
 Status unsupPropCmp(const VARIANT&, BackupProp&) {
     return reported(E_NOTIMPL, "unsupPropCmp not implemented yet");
 }
 
-/// Records that such a property was there; its value is lost.
+/// Prints that the object has such a property; its value isn't saved.
 Status unsupPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
     printValueStart(stream, level, name, value.vt, inherited);
     outPrintf(stream, "<unsupported/>");
@@ -60,15 +60,15 @@ struct BoolWord {
 constexpr BoolWord boolWords[] = {{u"true", true}, {u"false", false}, {u"t", true},  {u"1", true},
                                   {u"yes", true},  {u"f", false},     {u"0", false}, {u"no", false}};
 
-/// A `type` text names a VARTYPE by the low 16 bits of its number.
+/// Parses the text of an attribute `type`: the VARTYPE is the low 16 bits of its number.
 Status parseVarType(BSTR text, VARTYPE& type) {
     type = static_cast<VARTYPE>(leadingNumber(view(text)));
     if (type != 0 || (text != nullptr && text[0] == u'0')) return S_OK;
     return reported(E_FAIL, "Seemingly invalid integer: %S", text);
 }
 
-Status refuseUntyped(IXMLDOMNode& node) {
-    // Reading the tag can itself report, and its lines come second.
+Status reportMissingType(IXMLDOMNode& node) {
+    // A failed read of the tag is reported after this failure, so this takes two steps.
     reported(E_FAIL);
     errPrintf("Value node %S has no type attribute", xmlTagForMessage(node));
     return E_FAIL;
@@ -132,9 +132,8 @@ Status parseBoolWord(std::u16string_view word, bool& value) {
 
 Status parseValueNode(IXMLDOMNode& node, Variant& out) {
     Bstr typeText;
-    const Status found = xmlGetAttrOfNode(node, typeAttribute, typeText);
-    if (found < 0) return reported(found);
-    if (found == S_FALSE) return refuseUntyped(node);
+    if (Status status = xmlGetAttrOfNode(node, typeAttribute, typeText); status != S_OK)
+        return status < 0 ? reported(status) : reportMissingType(node);
     Bstr text;
     if (Status status = node.get_text(text.out()); status < 0) return reported(status);
 

@@ -1,40 +1,43 @@
-// The property table: which handlers a property has; and the way of a property from a backup file into a
-// value.
+// The property table, which names the handlers of a property; the parsing of a property element of a backup
+// file, and the printing of its lines.
 #pragma once
 
 #include "platform/metabase/adsi.h"
 #include "platform/xml/msxml.h"
 #include "src/skeinKeep.h"
 
-/// One property as a backup file gives it. The handlers may read `element` and `name` directly, `value` and
-/// `inherited` only after backupPropParse.
+/// One property of a backup file. Owns all that it refers to. The handlers may read `element` and `name`
+/// directly, `value` and `inherited` only after backupPropParse.
 struct BackupProp {
     ComPtr<IXMLDOMElement> element;
-    /// Null if the element has no such attribute.
+    /// The attribute `name`; null if the element has none.
     Bstr name;
     bool inherited = false;
     bool parsed = false;
     Variant value;
 };
 
-// The handlers of a property. `value` and `live` are as IADs::GetEx gave them.
+// The roles of the handlers of a property. `value` and `live` are what IADs::GetEx returned.
 
-/// 0 if the live value is the file's, exactly 1 if not, negative on a failure.
+/// Compares the live value with the file's. Returns 0 if they are the same, exactly 1 if they differ, or a
+/// negative status.
 using CmpFn = Status (*)(const VARIANT& value, BackupProp& prop);
-/// Writes the file's value to the live object, its own IADs::SetInfo included; under `dryRun` it only prints.
+/// Prints the "Setting" line, then writes the file's value to the live object and commits it with
+/// IADs::SetInfo. Under `dryRun` only prints. Returns 0 or a negative status.
 using SetFn = Status (*)(IADs& object, BackupProp& prop);
-/// Prints the live value, or the file's, on `errStream`.
+/// Prints the live value, or the file's, to `errStream`. Returns 0 or a negative status.
 using PrintFn = Status (*)(bool useLive, BackupProp& prop, const VARIANT& live);
-/// Writes the whole element of the property, `level*2+4` blanks and the line end included. It may change the
-/// value in place. A negative result ends the backup.
+/// Prints the whole element of the property, from its indentation to its last line end. `level` is the
+/// object's. May change the value in place. Returns 0, or a negative status, which ends the backup.
 using DumpFn = Status (*)(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited);
 
-// What a restore skips, whatever the values.
+// A restore skips a property with any of these flags.
 constexpr std::uint32_t propFlagUnsupported = 1;
 constexpr std::uint32_t propFlagReadOnly = 2;
 constexpr std::uint32_t propFlagIgnored = 4;
 
-/// A row of the property table. A handler may be null.
+/// A row of the property table. Without a `dumpFn` a property is left out of a backup; `cmpFn` and `setFn`
+/// are null only where a flag has a restore skip the property.
 struct PropInfo {
     const OLECHAR* name;
     std::uint32_t flags;
@@ -70,20 +73,22 @@ void printValueEnd(OutStream& stream);
 /// Prints the line of one entry of a MIME map.
 void printMimeType(OutStream& stream, int level, const OLECHAR* extension, const OLECHAR* mimeType);
 
-/// Looks a word up in the table of truth words: 0, or E_FAIL with `value` left alone. Reports nothing.
+/// Parses a truth word, such as "true" or "no". Returns 0, or E_FAIL for another word, with `value`
+/// unchanged. Reports nothing.
 Status parseBoolWord(std::u16string_view word, bool& value);
 
-/// The value of one element: its text as the type that its `type` attribute numbers. Without the attribute,
-/// or with one that is no number, E_FAIL; else what VariantChangeType says.
+/// Parses the text of an element into a value of the VARTYPE whose number is its attribute `type`. Returns 0,
+/// E_FAIL if the attribute is missing or no number, or the status of a failed call; `out` is set on success
+/// only.
 Status parseValueNode(IXMLDOMNode& node, Variant& out);
 
-/// The value of a `prop` or `proplist` element, always as a one-dimensional array of VARIANTs from lower
-/// bound 0, and its `inherited` attribute, where a word that is no truth word is told and taken for false.
-/// E_UNEXPECTED for an element of another tag.
+/// Parses a `prop` or `proplist` element into a one-dimensional array of VARIANTs with lower bound 0, and its
+/// attribute `inherited`; for a word that is no truth word prints a warning and sets false. Returns 0,
+/// E_UNEXPECTED for an element with another tag, or the status of a failed step.
 Status parsePropNode(IXMLDOMNode& node, Variant& out, bool& inherited);
 
-/// Attaches a record to an element and reads its name.
+/// Attaches a record to an element and reads its name. Returns 0 or a negative status.
 Status backupPropBind(BackupProp& prop, IXMLDOMNode& node);
 
-/// Parses the value of a record, unless that has been done.
+/// Parses the value of a record unless that has been done. Returns 0 or a negative status.
 Status backupPropParse(BackupProp& prop);

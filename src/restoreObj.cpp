@@ -12,13 +12,14 @@
 
 namespace {
 
-/// One live child as it was when the pass began.
+/// One live child, read before anything is changed.
 struct ChildEntry {
     Bstr name;
     Bstr className;
     ComPtr<IADs> object;
     const ObjInfo* info = nullptr;
-    /// A node of the file has been dealt with against this child: it is no leftover.
+    /// Whether an `obj` element of the file has been reconciled with this child; if not, it is deleted at the
+    /// end.
     bool matched = false;
 };
 
@@ -62,7 +63,7 @@ struct FileObject {
     Bstr path;
 };
 
-/// A leaf has no children to bring into line; that the file has some is a warning.
+/// Prints a warning if the file has children for an object that isn't a container.
 Status warnOfIgnoredChildren(IADs& object, IXMLDOMNode& childrenNode) {
     VARIANT_BOOL hasChildren = VARIANT_FALSE;
     if (Status status = childrenNode.hasChildNodes(&hasChildren); status < 0) return reported(status);
@@ -95,7 +96,8 @@ Status readChild(const Variant& element, ChildEntry& entry) {
     return S_OK;
 }
 
-/// Reads the live children into entries, of which there must be as many as were counted.
+/// Reads the live children into the entries. E_UNEXPECTED if there are now fewer or more children than
+/// entries.
 Status readChildren(IADsContainer& container, std::vector<ChildEntry>& entries) {
     ChildEnumerator children;
     std::size_t count = 0;
@@ -109,6 +111,7 @@ Status readChildren(IADsContainer& container, std::vector<ChildEntry>& entries) 
     return S_OK;
 }
 
+/// Reads the three attributes of `object.node`. E_FAIL if one is missing.
 Status readFileObject(FileObject& object) {
     bool complete = true;
     const auto read = [&](BSTR attribute, Bstr& value) {
@@ -120,20 +123,21 @@ Status readFileObject(FileObject& object) {
     if (Status status = read(classAttribute, object.className); status < 0) return reported(status);
     if (Status status = read(pathAttribute, object.path); status < 0) return reported(status);
     if (complete) return S_OK;
-    // Reading the tag can itself report, and its lines come second.
+    // A failed read of the tag is reported after this failure, so this takes two steps.
     reported(E_FAIL);
     errPrintf("Object node %S lacks one of the attributes name, class, path", xmlTagForMessage(object.node));
     return E_FAIL;
 }
 
-void refuseCreate(const FileObject& object) {
+void printCreateRefusal(const FileObject& object) {
     errPrintf("[Can't create object %S (%S) -- creates not supported]", object.path, object.className);
 }
 
-void refuseDelete(const ChildEntry& entry) {
+void printDeleteRefusal(const ChildEntry& entry) {
     errPrintf("[Can't delete object %S (%S) -- deletes not supported]", entry.name, entry.className);
 }
 
+/// Finds the class row of an object of the file.
 const ObjInfo& infoOf(const FileObject& object) {
     const ObjInfo* info = nullptr;
     findObjInfo(view(object.className), info);
@@ -149,20 +153,20 @@ Status createAndRestore(IADs& parent, const FileObject& object, const ObjInfo& i
     return S_OK;
 }
 
-/// The file has an object that the live tree lacks.
-Status addMissing(IADs& parent, const FileObject& object) {
+/// Creates an object of the file that the live tree lacks.
+Status createMissing(IADs& parent, const FileObject& object) {
     if (logCreateObject(object.path, object.className) != 0) return S_OK;
     const ObjInfo& info = infoOf(object);
     if (info.isCreatable()) return createAndRestore(parent, object, info);
-    refuseCreate(object);
+    printCreateRefusal(object);
     return S_OK;
 }
 
-/// The file has another class for a live child.
+/// Replaces a live child that has another class in the file.
 Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
     const bool dryRun = logDeleteObject(*entry.object) != 0;
     if (!entry.info->isDeletable()) {
-        refuseDelete(entry);
+        printDeleteRefusal(entry);
         return S_OK;
     }
     if (!dryRun) {
@@ -171,7 +175,7 @@ Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
     logCreateObject(object.name, object.className);
     const ObjInfo& info = infoOf(object);
     if (!info.isCreatable()) {
-        refuseCreate(object);
+        printCreateRefusal(object);
     } else if (!dryRun) {
         if (Status status = createAndRestore(parent, object, info); status < 0) return status;
     }
@@ -181,7 +185,7 @@ Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
 
 Status reconcileChild(IADs& parent, const FileObject& object, const ChildIndex& children) {
     ChildEntry* entry = children.find(view(object.name));
-    if (entry == nullptr) return addMissing(parent, object);
+    if (entry == nullptr) return createMissing(parent, object);
     if (entry->matched)
         return reported(E_UNEXPECTED, "ERROR: object \"%S\" appears more than once in the backup file",
                         object.name);
@@ -191,7 +195,8 @@ Status reconcileChild(IADs& parent, const FileObject& object, const ChildIndex& 
     return S_OK;
 }
 
-Status walkFile(IADs& object, IXMLDOMNode& childrenNode, const ChildIndex& children) {
+/// Reconciles the `obj` elements of the file in document order.
+Status reconcileFileObjects(IADs& object, IXMLDOMNode& childrenNode, const ChildIndex& children) {
     ComPtr<IXMLDOMNodeList> nodes;
     if (Status status = xmlGetChildNodes(childrenNode, nodes); status < 0) return reported(status);
     for (;;) {
@@ -204,12 +209,13 @@ Status walkFile(IADs& object, IXMLDOMNode& childrenNode, const ChildIndex& child
     }
 }
 
+/// Deletes the live children that the file lacks.
 Status deleteLeftovers(const std::vector<ChildEntry>& entries) {
     for (const ChildEntry& entry : entries) {
         if (entry.matched) continue;
         const bool dryRun = logDeleteObject(*entry.object) != 0;
         if (!entry.info->isDeletable()) {
-            refuseDelete(entry);
+            printDeleteRefusal(entry);
         } else if (!dryRun) {
             if (Status status = entry.info->deleteFn(*entry.object); status < 0) return reported(status);
         }
@@ -227,6 +233,7 @@ Status reconcileChildren(IADs& object, IXMLDOMNode& childrenNode) {
     if (Status status = countChildren(*container, count); status < 0) return status;
     std::vector<ChildEntry> entries(count);
     if (Status status = readChildren(*container, entries); status < 0) return status;
-    if (Status status = walkFile(object, childrenNode, ChildIndex(entries)); status < 0) return status;
+    if (Status status = reconcileFileObjects(object, childrenNode, ChildIndex(entries)); status < 0)
+        return status;
     return deleteLeftovers(entries);
 }

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The object's path for the warnings of one pass, read when the first one needs it.
+/// The object's path for the warnings of one pass, read at the first warning.
 class WarningPath {
 public:
     explicit WarningPath(IADs& object) : object_(object) {}
@@ -28,13 +28,14 @@ private:
 /// A property name of the object's class.
 struct SchemaName {
     BSTR name;
-    /// A property of the file has been paired with this name.
+    /// Whether a property of the file has been paired with this name.
     bool seen = false;
 
     std::u16string_view key() const { return view(name); }
     bool hasKey(std::u16string_view other) const { return equal(name, other); }
 };
 
+/// Prints a warning for each name that the file lacks.
 void warnOfUnseen(std::span<const SchemaName> names, WarningPath& path) {
     for (const SchemaName& entry : names) {
         if (entry.seen) continue;
@@ -42,7 +43,7 @@ void warnOfUnseen(std::span<const SchemaName> names, WarningPath& path) {
     }
 }
 
-/// Says whether a restore skips the property, whatever its value, and why.
+/// Returns whether a restore skips the property by its flags; if so, prints a log line.
 bool isSkipped(const PropInfo& info, BSTR name) {
     if ((info.flags & propFlagUnsupported) != 0) {
         logPrintf(5, "Skipping unsupported property \"%S\"\n", name);
@@ -95,9 +96,7 @@ Status reconcileProperty(IADs& object, BackupProp& prop) {
     if (isSkipped(info, prop.name)) return S_OK;
     Variant live;
     if (Status status = object.GetEx(prop.name, live.out()); status < 0) return reported(status);
-    const Status result = info.cmpFn(live.get(), prop);
-    if (result < 0) return reported(result);
-    if (result != 1) return S_OK;
-    if (Status status = info.setFn(object, prop); status < 0) return reported(status);
-    return S_OK;
+    Status status = info.cmpFn(live.get(), prop);
+    if (status == 1) status = info.setFn(object, prop);
+    return status < 0 ? reported(status) : S_OK;
 }
