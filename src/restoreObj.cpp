@@ -6,7 +6,6 @@
 #include "src/xmlUtils.h"
 
 #include <algorithm>
-#include <cstring>
 #include <span>
 #include <vector>
 
@@ -23,37 +22,22 @@ struct ChildEntry {
     bool matched = false;
 };
 
-/// The live children, sorted for the search of one by its name.
-class ChildIndex {
-public:
-    /// Borrows the entries.
-    explicit ChildIndex(std::span<ChildEntry> entries) {
-        sorted_.reserve(entries.size());
-        for (ChildEntry& entry : entries) sorted_.push_back({view(entry.name), &entry});
-        std::sort(sorted_.begin(), sorted_.end());
-    }
-    /// The first of the entries with this name, or null.
-    ChildEntry* find(std::u16string_view name) const {
-        const auto found = std::lower_bound(sorted_.begin(), sorted_.end(), Named{name, nullptr});
-        return found != sorted_.end() && equal(found->name, name) ? found->entry : nullptr;
-    }
+/// The live children sorted by name; those with one name in the order of their entries, which are borrowed.
+using ChildIndex = std::vector<std::pair<std::u16string_view, ChildEntry*>>;
 
-private:
-    struct Named {
-        std::u16string_view name;
-        ChildEntry* entry;
+ChildIndex indexByName(std::span<ChildEntry> entries) {
+    ChildIndex index;
+    index.reserve(entries.size());
+    for (ChildEntry& entry : entries) index.emplace_back(view(entry.name), &entry);
+    std::ranges::sort(index);
+    return index;
+}
 
-        /// By length, then by bytes: any order of names will do. Equal names keep the order of their entries.
-        bool operator<(const Named& other) const {
-            if (name.size() != other.name.size()) return name.size() < other.name.size();
-            if (name.empty()) return entry < other.entry;
-            const int order = std::memcmp(name.data(), other.name.data(), name.size() * sizeof(OLECHAR));
-            return order != 0 ? order < 0 : entry < other.entry;
-        }
-    };
-
-    std::vector<Named> sorted_;
-};
+/// Returns the first entry with a name, or null.
+ChildEntry* findChild(const ChildIndex& index, std::u16string_view name) {
+    const auto found = std::ranges::lower_bound(index, name, {}, &ChildIndex::value_type::first);
+    return found != index.end() && found->first == name ? found->second : nullptr;
+}
 
 /// One `obj` element of the file.
 struct FileObject {
@@ -184,7 +168,7 @@ Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
 }
 
 Status reconcileChild(IADs& parent, const FileObject& object, const ChildIndex& children) {
-    ChildEntry* entry = children.find(view(object.name));
+    ChildEntry* entry = findChild(children, view(object.name));
     if (entry == nullptr) return createMissing(parent, object);
     if (entry->matched)
         return reported(E_UNEXPECTED, "ERROR: object \"%S\" appears more than once in the backup file",
@@ -233,7 +217,7 @@ Status reconcileChildren(IADs& object, IXMLDOMNode& childrenNode) {
     if (Status status = countChildren(*container, count); status < 0) return status;
     std::vector<ChildEntry> entries(count);
     if (Status status = readChildren(*container, entries); status < 0) return status;
-    if (Status status = reconcileFileObjects(object, childrenNode, ChildIndex(entries)); status < 0)
+    if (Status status = reconcileFileObjects(object, childrenNode, indexByName(entries)); status < 0)
         return status;
     return deleteLeftovers(entries);
 }
