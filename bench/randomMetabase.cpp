@@ -1,6 +1,6 @@
 #include "bench/randomMetabase.h"
 
-#include "platform/automation/bstr.h"
+#include "automation/bstr.h"
 
 #include <algorithm>
 #include <cmath>

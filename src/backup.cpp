@@ -1,11 +1,11 @@
-#include "src/backup.h"
+#include "backup.h"
 
-#include "platform/metabase/childEnumerator.h"
-#include "platform/metabase/iis.h"
-#include "platform/os/file.h"
-#include "src/dispUtils.h"
-#include "src/propInfo.h"
-#include "src/schemaCache.h"
+#include "directory/childEnumerator.h"
+#include "directory/iis.h"
+#include "dispUtils.h"
+#include "os/file.h"
+#include "propInfo.h"
+#include "schemaCache.h"
 
 #include <cerrno>
 

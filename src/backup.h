@@ -1,8 +1,8 @@
 // The backup: one walk over the tree, straight into the file.
 #pragma once
 
-#include "platform/metabase/adsi.h"
-#include "src/skeinKeep.h"
+#include "directory/adsi.h"
+#include "skeinKeep.h"
 
 /// The driver: writes the tree below `rootPath` to `backupFile`. A backup that fails leaves what it wrote so
 /// far. A file that can't be opened is told, but not reported: E_FAIL.

@@ -1,7 +1,7 @@
-#include "src/objInfo.h"
+#include "objInfo.h"
 
-#include "platform/metabase/childEnumerator.h"
-#include "src/dispUtils.h"
+#include "directory/childEnumerator.h"
+#include "dispUtils.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 // The object class table: what a restore may do to an object of a class, and how.
 #pragma once
 
-#include "platform/metabase/adsi.h"
-#include "src/skeinKeep.h"
+#include "directory/adsi.h"
+#include "skeinKeep.h"
 
 /// Creates an object under `parent`. `newObject` is set on success only.
 using CreateFn = Status (*)(IADs& parent, BSTR className, BSTR objectName, ComPtr<IADs>& newObject);

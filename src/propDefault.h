@@ -1,8 +1,8 @@
 // The handlers of every property that the property table doesn't treat by name.
 #pragma once
 
-#include "src/dispUtils.h"
-#include "src/propInfo.h"
+#include "dispUtils.h"
+#include "propInfo.h"
 
 Status defaultPropCmp(const VARIANT& value, BackupProp& prop);
 Status defaultPropSet(IADs& object, BackupProp& prop);

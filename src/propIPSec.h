@@ -1,7 +1,7 @@
 // The handlers of the property IPSecurity: one object on the live side, five properties in the file.
 #pragma once
 
-#include "src/propInfo.h"
+#include "propInfo.h"
 
 /// The five sub-properties as a file gives them; the lists are one-dimensional arrays of VARIANTs.
 struct IpSecValues {

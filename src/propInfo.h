@@ -2,9 +2,9 @@
 // value.
 #pragma once
 
-#include "platform/metabase/adsi.h"
-#include "platform/xml/msxml.h"
-#include "src/skeinKeep.h"
+#include "directory/adsi.h"
+#include "document/msxml.h"
+#include "skeinKeep.h"
 
 /// One property as a backup file gives it. The handlers may read `element` and `name` directly, `value` and
 /// `inherited` only after backupPropParse.

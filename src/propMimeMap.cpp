@@ -1,9 +1,9 @@
-#include "src/propMimeMap.h"
+#include "propMimeMap.h"
 
-#include "platform/com/runtime.h"
-#include "platform/metabase/iis.h"
-#include "src/dispUtils.h"
-#include "src/xmlUtils.h"
+#include "com/runtime.h"
+#include "directory/iis.h"
+#include "dispUtils.h"
+#include "xmlUtils.h"
 
 #include <algorithm>
 

@@ -2,7 +2,7 @@
 // file.
 #pragma once
 
-#include "src/propInfo.h"
+#include "propInfo.h"
 
 #include <vector>
 

@@ -1,9 +1,9 @@
 // The restore: a backup file against the live tree, object by object.
 #pragma once
 
-#include "platform/metabase/adsi.h"
-#include "platform/xml/msxml.h"
-#include "src/skeinKeep.h"
+#include "directory/adsi.h"
+#include "document/msxml.h"
+#include "skeinKeep.h"
 
 /// The driver: loads `backupFile` and brings the live tree that its topmost object names into line with it.
 /// Moves `errStream` to standard output. What was changed before a failure stays changed.

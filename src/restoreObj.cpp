@@ -1,10 +1,10 @@
-#include "src/restoreObj.h"
+#include "restoreObj.h"
 
-#include "platform/metabase/childEnumerator.h"
-#include "src/dispUtils.h"
-#include "src/objInfo.h"
-#include "src/restore.h"
-#include "src/xmlUtils.h"
+#include "directory/childEnumerator.h"
+#include "dispUtils.h"
+#include "objInfo.h"
+#include "restore.h"
+#include "xmlUtils.h"
 
 #include <algorithm>
 #include <vector>

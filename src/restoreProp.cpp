@@ -1,7 +1,7 @@
-#include "src/restoreProp.h"
+#include "restoreProp.h"
 
-#include "src/schemaCache.h"
-#include "src/xmlUtils.h"
+#include "schemaCache.h"
+#include "xmlUtils.h"
 
 #include <vector>
 

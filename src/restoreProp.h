@@ -1,7 +1,7 @@
 // The properties of one object against a backup file.
 #pragma once
 
-#include "src/propInfo.h"
+#include "propInfo.h"
 
 /// Brings the properties of a live object into line with its `props` element. What stands on one side only is
 /// warned about and left alone.

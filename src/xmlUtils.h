@@ -1,8 +1,8 @@
 // The backup file as a document, and the operations on its nodes that recur.
 #pragma once
 
-#include "platform/xml/msxml.h"
-#include "src/skeinKeep.h"
+#include "document/msxml.h"
+#include "skeinKeep.h"
 
 // The names that the file's elements and attributes have.
 inline const Bstr childrenTag(u"children");

@@ -1,7 +1,7 @@
 // Values: what they become as another type, their comparison, their printed form.
 
-#include "platform/automation/safearray.h"
-#include "platform/metabase/valueText.h"
+#include "automation/safearray.h"
+#include "metabase/valueSyntax.h"
 #include "src/dispUtils.h"
 #include "tests/support.h"
 

@@ -1,6 +1,6 @@
 // What a backup writes, byte for byte, and what it says and leaves when something fails.
 
-#include "platform/automation/safearray.h"
+#include "automation/safearray.h"
 #include "tests/faults.h"
 #include "tests/support.h"
 

@@ -1,9 +1,9 @@
 // The faults in front of the free functions of the platform. The linker has every call of them come here.
 
-#include "platform/automation/safearray.h"
-#include "platform/com/runtime.h"
-#include "platform/com/text.h"
-#include "platform/metabase/adsi.h"
+#include "automation/safearray.h"
+#include "com/runtime.h"
+#include "com/text.h"
+#include "directory/adsi.h"
 #include "tests/fronts.h"
 
 /// The wrapper of a function, behind whose name stand what it returns when it fails, its parameters and its

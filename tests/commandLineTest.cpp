@@ -1,7 +1,7 @@
 // What a user types, and what comes of it.
 
-#include "platform/com/runtime.h"
-#include "platform/os/stream.h"
+#include "com/runtime.h"
+#include "os/stream.h"
 #include "src/dispUtils.h"
 #include "tests/support.h"
 

@@ -1,6 +1,6 @@
 // The faults in front of the document service.
 
-#include "platform/com/runtime.h"
+#include "com/runtime.h"
 #include "tests/fronts.h"
 
 namespace {

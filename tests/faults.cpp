@@ -1,6 +1,6 @@
-#include "platform/automation/safearray.h"
-#include "platform/com/runtime.h"
-#include "platform/metabase/provider.h"
+#include "automation/safearray.h"
+#include "com/runtime.h"
+#include "metabase/provider.h"
 #include "tests/fronts.h"
 
 #include <sys/mman.h>

@@ -3,7 +3,7 @@
 // let one fail.
 #pragma once
 
-#include "platform/automation/variant.h"
+#include "automation/variant.h"
 
 #include <functional>
 #include <string>

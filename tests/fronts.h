@@ -1,8 +1,8 @@
 // What the fronts share: the faults, and an object that stands before another one.
 #pragma once
 
-#include "platform/metabase/iisObjects.h"
-#include "platform/xml/msxml.h"
+#include "document/msxml.h"
+#include "metabase/valueObjects.h"
 #include "tests/faults.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Backup files that are damaged or monstrous: no crash, no change from what is no document, and an answer in
 // a time and memory that the file's size explains.
 
-#include "platform/com/runtime.h"
+#include "com/runtime.h"
 #include "src/xmlUtils.h"
 #include "tests/restoreSupport.h"
 

@@ -1,12 +1,12 @@
 // The live metabase and its file: what can be read, what a change leaves, and whose hands it notices.
 
-#include "platform/automation/safearray.h"
-#include "platform/com/runtime.h"
-#include "platform/metabase/childEnumerator.h"
-#include "platform/metabase/iis.h"
-#include "platform/metabase/records.h"
-#include "platform/metabase/valueText.h"
-#include "platform/platform.h"
+#include "automation/safearray.h"
+#include "com/runtime.h"
+#include "directory/childEnumerator.h"
+#include "directory/iis.h"
+#include "metabase/records.h"
+#include "metabase/valueSyntax.h"
+#include "platform.h"
 #include "tests/support.h"
 
 #include <filesystem>

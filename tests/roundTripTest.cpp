@@ -1,8 +1,8 @@
 // What is written comes back: values through their text, and a whole tree through a backup file.
 
+#include "automation/safearray.h"
 #include "bench/randomMetabase.h"
-#include "platform/automation/safearray.h"
-#include "platform/metabase/valueText.h"
+#include "metabase/valueSyntax.h"
 #include "tests/restoreSupport.h"
 
 #include <algorithm>

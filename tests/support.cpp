@@ -1,6 +1,6 @@
 #include "tests/support.h"
 
-#include "platform/platform.h"
+#include "platform.h"
 #include "src/skeinKeep.h"
 
 #include <cstdlib>

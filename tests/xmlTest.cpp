@@ -1,10 +1,10 @@
 // What a document holds, as its callers see it through the interfaces.
 
-#include "platform/automation/utf8.h"
-#include "platform/com/runtime.h"
-#include "platform/xml/domDocument.h"
-#include "platform/xml/msxml.h"
+#include "automation/utf8.h"
+#include "com/runtime.h"
+#include "document/msxml.h"
 #include "tests/support.h"
+#include "xml/domDocument.h"
 
 #include <gtest/gtest.h>
 

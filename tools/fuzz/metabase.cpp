@@ -1,7 +1,7 @@
 // A metabase file is refused with a reason, or its canonical text reads back the same and a backup gets along
 // with it.
 
-#include "platform/metabase/records.h"
+#include "metabase/records.h"
 #include "tools/fuzz/fuzz.h"
 
 namespace {
