@@ -1,4 +1,4 @@
-#include "platform/automation/bstr.h"
+#include "automation/bstr.h"
 
 #include <new>
 

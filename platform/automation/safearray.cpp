@@ -1,4 +1,4 @@
-#include "platform/automation/safearray.h"
+#include "automation/safearray.h"
 
 #include <cstdint>
 #include <cstring>

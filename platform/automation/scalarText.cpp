@@ -1,4 +1,4 @@
-#include "platform/automation/scalarText.h"
+#include "automation/scalarText.h"
 
 #include <array>
 #include <bit>

@@ -1,4 +1,4 @@
-#include "platform/automation/utf8.h"
+#include "automation/utf8.h"
 
 #include <algorithm>
 #include <cstring>

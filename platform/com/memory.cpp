@@ -1,4 +1,4 @@
-#include "platform/com/memory.h"
+#include "com/memory.h"
 
 #if __has_include(<malloc.h>)
 #include <malloc.h>

@@ -1,4 +1,4 @@
-#include "platform/com/runtime.h"
+#include "com/runtime.h"
 
 #include <vector>
 

@@ -1,4 +1,4 @@
-#include "platform/com/text.h"
+#include "com/text.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,10 +1,10 @@
-#include "platform/metabase/provider.h"
+#include "provider.h"
 
-#include "platform/automation/safearray.h"
-#include "platform/com/runtime.h"
-#include "platform/metabase/iisObjects.h"
-#include "platform/metabase/object.h"
-#include "platform/os/file.h"
+#include "automation/safearray.h"
+#include "com/runtime.h"
+#include "directoryObject.h"
+#include "os/file.h"
+#include "valueObjects.h"
 
 namespace {
 

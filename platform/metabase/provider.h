@@ -1,7 +1,7 @@
 // The provider of the paths IIS://localhost and below.
 #pragma once
 
-#include "platform/metabase/adsi.h"
+#include "directory/adsi.h"
 
 /// Registers the provider, its class of MIME map entries, and what it does when the runtime is left. The
 /// metabase is opened when the first object is bound.

@@ -1,5 +1,5 @@
-#include "platform/metabase/records.h"
-#include "platform/metabase/valueText.h"
+#include "records.h"
+#include "valueSyntax.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The records of the metabase file: its whole text into a tree and back, and the lines of changes.
 #pragma once
 
-#include "platform/metabase/tree.h"
+#include "objectTree.h"
 
 #include <functional>
 #include <span>

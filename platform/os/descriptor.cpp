@@ -1,4 +1,4 @@
-#include "platform/os/descriptor.h"
+#include "os/descriptor.h"
 
 #include <cerrno>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "platform/os/file.h"
+#include "os/file.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "platform/os/print.h"
+#include "os/print.h"
 
 #include <algorithm>
 #include <charconv>

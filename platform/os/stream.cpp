@@ -1,6 +1,6 @@
-#include "platform/os/stream.h"
+#include "os/stream.h"
 
-#include "platform/os/descriptor.h"
+#include "os/descriptor.h"
 
 #include <csignal>
 #include <fcntl.h>

@@ -1,8 +1,8 @@
-#include "platform/xml/domDocument.h"
+#include "domDocument.h"
 
-#include "platform/com/runtime.h"
-#include "platform/xml/domNode.h"
-#include "platform/xml/parser.h"
+#include "com/runtime.h"
+#include "domNode.h"
+#include "parser.h"
 
 namespace xml {
 namespace {

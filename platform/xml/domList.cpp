@@ -1,4 +1,4 @@
-#include "platform/xml/domList.h"
+#include "domList.h"
 
 namespace xml {
 

@@ -1,7 +1,7 @@
 // Lists of nodes as objects.
 #pragma once
 
-#include "platform/xml/domNode.h"
+#include "domNode.h"
 
 #include <optional>
 

@@ -1,8 +1,8 @@
-#include "platform/xml/domNode.h"
+#include "domNode.h"
 
-#include "platform/automation/utf8.h"
-#include "platform/xml/domList.h"
-#include "platform/xml/query.h"
+#include "automation/utf8.h"
+#include "domList.h"
+#include "query.h"
 
 namespace xml {
 

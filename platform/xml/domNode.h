@@ -1,8 +1,8 @@
 // The nodes of a document as objects.
 #pragma once
 
-#include "platform/xml/msxml.h"
-#include "platform/xml/tree.h"
+#include "document/msxml.h"
+#include "documentTree.h"
 
 namespace xml {
 

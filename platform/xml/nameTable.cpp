@@ -1,4 +1,4 @@
-#include "platform/xml/nameTable.h"
+#include "nameTable.h"
 
 namespace xml {
 

@@ -1,7 +1,7 @@
 // NameTable: each name of a document once, under a number.
 #pragma once
 
-#include "platform/automation/bstr.h"
+#include "automation/bstr.h"
 
 #include <array>
 #include <cstdint>

@@ -1,8 +1,8 @@
-#include "platform/xml/parser.h"
+#include "parser.h"
 
-#include "platform/automation/utf8.h"
-#include "platform/xml/chars.h"
-#include "platform/xml/declaration.h"
+#include "automation/utf8.h"
+#include "xmlCharacters.h"
+#include "xmlDeclaration.h"
 
 #include <algorithm>
 #include <array>

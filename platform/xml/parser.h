@@ -1,7 +1,7 @@
 // The parser: wide text in, tree out.
 #pragma once
 
-#include "platform/xml/tree.h"
+#include "documentTree.h"
 
 #include <optional>
 #include <string_view>

@@ -1,7 +1,7 @@
-#include "platform/xml/query.h"
+#include "query.h"
 
-#include "platform/automation/utf8.h"
-#include "platform/xml/chars.h"
+#include "automation/utf8.h"
+#include "xmlCharacters.h"
 
 namespace xml {
 

@@ -1,0 +1,29 @@
+#include "documentTree.h"
+
+namespace xml {
+
+NodeIndex Tree::childFrom(NodeIndex at, NodeIndex end) const {
+    while (at < end && (nodes[at].kind == NodeKind::attribute || nodes[at].kind == NodeKind::blank)) ++at;
+    return at;
+}
+
+NodeIndex Tree::attributesEnd(NodeIndex element) const {
+    NodeIndex at = element + 1;
+    while (at < behind(element) && nodes[at].kind == NodeKind::attribute) ++at;
+    return at;
+}
+
+NodeIndex Tree::findAttribute(NodeIndex element, std::u16string_view name) const {
+    const NodeIndex end = behind(element);
+    for (NodeIndex at = element + 1; at < end && nodes[at].kind == NodeKind::attribute; ++at) {
+        if (equal(nameOf(at), name)) return at;
+    }
+    return 0;
+}
+
+NodeIndex Tree::onlyTextBelow(NodeIndex node) const {
+    const NodeIndex last = behind(node) - 1;
+    return attributesEnd(node) == last && countsAsText(nodes[last].kind) ? last : 0;
+}
+
+} // namespace xml
