@@ -6,7 +6,7 @@
 #include "xml/domDocument.h"
 
 void installPlatform() {
-    keepFreedMemory();
+    memory::keepFreedBlocks();
     prepareStreams();
     registerDomDocument();
     registerMetabaseProvider();

@@ -39,7 +39,7 @@ SAFEARRAY* SafeArrayCreate(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* 
         dataSize *= bounds[i].cElements;
     }
 
-    auto* block = static_cast<char*>(takeMemory(headSize(dimensions) + dataSize));
+    auto* block = static_cast<char*>(memory::allocate(headSize(dimensions) + dataSize));
     auto* array = new (block) SAFEARRAY{};
     array->cDims = static_cast<WORD>(dimensions);
     array->vt = type;
@@ -58,7 +58,7 @@ HRESULT SafeArrayDestroy(SAFEARRAY* array) {
         auto* elements = static_cast<VARIANT*>(array->pvData);
         for (std::size_t i = 0; i < count; ++i) VariantClear(&elements[i]);
     }
-    giveMemory(array, headSize(array->cDims) + count * array->cbElements);
+    memory::free(array, headSize(array->cDims) + count * array->cbElements);
     return S_OK;
 }
 

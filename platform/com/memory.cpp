@@ -4,7 +4,7 @@
 #include <malloc.h>
 #endif
 
-void keepFreedMemory() {
+void memory::keepFreedBlocks() {
 #ifdef __GLIBC__
     mallopt(M_MMAP_MAX, 0);
     mallopt(M_TRIM_THRESHOLD, -1);

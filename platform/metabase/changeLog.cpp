@@ -20,9 +20,9 @@ HRESULT statusOf(int error, HRESULT usual) {
     case EPERM:
     case EROFS: return E_ACCESSDENIED;
     case ENOSPC:
-    case EDQUOT: return STATUS_DISK_FULL;
-    case EFBIG: return STATUS_FILE_TOO_LARGE;
-    case ENOENT: return STATUS_FILE_NOT_FOUND;
+    case EDQUOT: return HRESULT_FROM_WIN32(ERROR_DISK_FULL);
+    case EFBIG: return HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE);
+    case ENOENT: return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
     default: return usual;
     }
 }
@@ -72,11 +72,11 @@ HRESULT MetabaseFile::failedSystem(int error, std::string_view what, HRESULT usu
 HRESULT MetabaseFile::read(std::string_view& text) {
     const Descriptor file(::open(path_, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!file.isOpen() && errno == ENOENT) {
-        setStatusDetail(STATUS_FILE_NOT_FOUND,
+        setStatusDetail(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND),
                         "There is no " + std::string(path_) + " in the working directory.");
-        return STATUS_FILE_NOT_FOUND;
+        return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
     }
-    if (!file.isOpen()) return failedSystem(errno, "can't be opened", STATUS_READ_FAULT);
+    if (!file.isOpen()) return failedSystem(errno, "can't be opened", HRESULT_FROM_WIN32(ERROR_READ_FAULT));
 
     // A state that was the same before and after is the best. Where a writer never rests, one that only grew
     // behind it is good to read, though no change can be made on the ground of it.
@@ -84,13 +84,13 @@ HRESULT MetabaseFile::read(std::string_view& text) {
     for (int tries = 1; tries <= patience; ++tries) {
         struct stat info {};
         if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode))
-            return failed(STATUS_READ_FAULT, "is no file");
+            return failed(HRESULT_FROM_WIN32(ERROR_READ_FAULT), "is no file");
         if (!Identity::of(file.get(), identity_) || ::lseek(file.get(), 0, SEEK_SET) != 0) break;
         const auto size = static_cast<std::size_t>(identity_.size);
         text_.reset(new char[size]);
         std::size_t count = 0;
         if (!readAll(file.get(), text_.get(), size, count))
-            return failedSystem(errno, "can't be read", STATUS_READ_FAULT);
+            return failedSystem(errno, "can't be read", HRESULT_FROM_WIN32(ERROR_READ_FAULT));
         Identity after;
         if (!Identity::of(file.get(), after) || count != size) continue;
         if (after == identity_ || (tries == patience && after.size >= identity_.size)) {
@@ -99,7 +99,7 @@ HRESULT MetabaseFile::read(std::string_view& text) {
             return S_OK;
         }
     }
-    return failed(STATUS_FILE_ALTERED, "is being changed while it is read");
+    return failed(HRESULT_FROM_WIN32(ERROR_FILE_INVALID), "is being changed while it is read");
 }
 
 HRESULT MetabaseFile::append(std::string_view line) {
@@ -114,8 +114,9 @@ HRESULT MetabaseFile::lock() {
     Descriptor file(::open(path_, O_RDWR | O_APPEND | O_NONBLOCK | O_CLOEXEC));
     if (!file.isOpen()) return failedSystem(errno, "can't be opened for a change");
     if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
-        return errno == EWOULDBLOCK ? failed(STATUS_LOCK_VIOLATION, "another process is changing it")
-                                    : failedSystem(errno, "can't be locked");
+        return errno == EWOULDBLOCK
+                   ? failed(HRESULT_FROM_WIN32(ERROR_LOCK_VIOLATION), "another process is changing it")
+                   : failedSystem(errno, "can't be locked");
     }
     Identity locked;
     if (!Identity::of(file.get(), locked) || !(locked == identity_)) return failAltered();
@@ -130,7 +131,8 @@ HRESULT MetabaseFile::checkUnaltered() const {
 }
 
 HRESULT MetabaseFile::failAltered() const {
-    return failed(STATUS_FILE_ALTERED, "has been changed by someone else since it was read");
+    return failed(HRESULT_FROM_WIN32(ERROR_FILE_INVALID),
+                  "has been changed by someone else since it was read");
 }
 
 /// Cuts off what a dying process left.

@@ -27,8 +27,9 @@ public:
 
     /// Appends a line, which ends in LF, with one write; nothing of it stays where that fails. The first call
     /// takes the lock, which is held until this object goes, unless the file isn't the one that was read.
-    /// STATUS_LOCK_VIOLATION: another process holds it. STATUS_FILE_ALTERED: the file at the path isn't the
-    /// one any more that was read. Others tell why the system can't write.
+    /// HRESULT_FROM_WIN32(ERROR_LOCK_VIOLATION): another process holds it.
+    /// HRESULT_FROM_WIN32(ERROR_FILE_INVALID): the file at the path isn't the one any more that was read.
+    /// Others tell why the system can't write.
     HRESULT append(std::string_view line);
 
     bool isChanged() const { return changed_; }
@@ -57,7 +58,8 @@ private:
     HRESULT mend();
     HRESULT writeLine(std::string_view line);
     HRESULT failed(HRESULT status, std::string_view what) const;
-    HRESULT failedSystem(int error, std::string_view what, HRESULT usual = STATUS_WRITE_FAULT) const;
+    HRESULT failedSystem(int error, std::string_view what,
+                         HRESULT usual = HRESULT_FROM_WIN32(ERROR_WRITE_FAULT)) const;
     bool fillReplacement(const Descriptor& made, const std::function<void(const Put&)>& write) const;
 
     const char* path_;

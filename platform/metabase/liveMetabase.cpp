@@ -28,8 +28,8 @@ HRESULT Metabase::open(ComPtr<Metabase>& metabase) {
     if (HRESULT status = opened->file_.read(text); status < 0) return status;
     std::string error;
     if (!readMetabase(text, opened->tree_, opened->text_, error)) {
-        setStatusDetail(STATUS_INVALID_DATA, std::string(fileName) + ", " + error);
-        return STATUS_INVALID_DATA;
+        setStatusDetail(HRESULT_FROM_WIN32(ERROR_INVALID_DATA), std::string(fileName) + ", " + error);
+        return HRESULT_FROM_WIN32(ERROR_INVALID_DATA);
     }
     opened->file_.keepOnly(opened->text_.size);
     metabase = opened;

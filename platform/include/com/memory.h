@@ -1,4 +1,5 @@
-// Memory for what comes and goes all the time: strings, arrays and objects.
+// Memory for small short-lived blocks, such as strings, arrays and objects: free lists before the system's
+// allocator.
 #pragma once
 
 #include <array>
@@ -32,30 +33,31 @@ inline std::array<FreeBlock*, sizeClasses + 1> freeLists{};
 
 constexpr std::size_t sizeClassOf(std::size_t size) { return (size + classStep - 1) / classStep; }
 
+/// Allocates a block of at least `size` bytes; free() frees it. Out of memory is std::bad_alloc.
+///
+/// A walk over a tree holds few blocks at once. A freed small block goes to the list of its size class and is
+/// the next one allocated from it, so that few blocks cost a call of the system's allocator. Small blocks
+/// thus never return to the system. Nothing is locked: the whole process works on one thread.
+inline void* allocate(std::size_t size) {
+    const std::size_t sizeClass = sizeClassOf(size);
+    if (sizeClass >= sizeClasses) return ::operator new(size);
+    FreeBlock*& first = freeLists[sizeClass];
+    if (first == nullptr) return ::operator new(sizeClass* classStep);
+    FreeBlock* allocated = first;
+    first = allocated->next;
+    return allocated;
+}
+
+/// Frees a block that was allocated with the same size, which isn't 0.
+inline void free(void* block, std::size_t size) {
+    const std::size_t sizeClass = sizeClassOf(size);
+    if (sizeClass >= sizeClasses) return ::operator delete(block);
+    freeLists[sizeClass] = new (block) FreeBlock{freeLists[sizeClass]};
+}
+
+/// Makes the system's allocator keep large freed blocks for the rest of the process, where the allocator has
+/// such a setting. The bytes, the wide text and the tree of a file are allocated one after the other: each
+/// reuses the pages of the one before.
+void keepFreedBlocks();
+
 } // namespace memory
-
-/// A block of at least `size` bytes. A walk over a tree holds few blocks at once: small ones that were given
-/// back are handed out again, the last one first, and hardly any block costs a call of the system's
-/// allocator. Small blocks are thus never given back to the system. Nothing is locked: the whole process
-/// works on one thread. Out of memory is std::bad_alloc.
-inline void* takeMemory(std::size_t size) {
-    const std::size_t sizeClass = memory::sizeClassOf(size);
-    if (sizeClass >= memory::sizeClasses) return ::operator new(size);
-    memory::FreeBlock*& first = memory::freeLists[sizeClass];
-    if (first == nullptr) return ::operator new(sizeClass* memory::classStep);
-    memory::FreeBlock* taken = first;
-    first = taken->next;
-    return taken;
-}
-
-/// Gives a block back that was taken for the same size, which isn't 0.
-inline void giveMemory(void* block, std::size_t size) {
-    const std::size_t sizeClass = memory::sizeClassOf(size);
-    if (sizeClass >= memory::sizeClasses) return ::operator delete(block);
-    memory::freeLists[sizeClass] = new (block) memory::FreeBlock{memory::freeLists[sizeClass]};
-}
-
-/// From now on the system's allocator keeps the large blocks that it gets back, where it lets itself be told.
-/// The bytes, the wide text and the tree of a file follow one another: what one of them leaves needs not be
-/// asked of the system, page for page, for the next.
-void keepFreedMemory();

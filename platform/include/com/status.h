@@ -1,4 +1,4 @@
-// Statuses: signed 32-bit values of which 0 and above are successes and negative ones failures.
+// Statuses: signed 32-bit values. 0 and above is success, below 0 failure.
 #pragma once
 
 #include <cstdint>
@@ -43,12 +43,21 @@ constexpr HRESULT E_ADS_PROPERTY_NOT_FOUND = makeStatus(0x8000500D);
 constexpr HRESULT E_ADS_OBJECT_EXISTS = makeStatus(0x8000500E);
 constexpr HRESULT E_ADS_SCHEMA_VIOLATION = makeStatus(0x8000500F);
 
-// What the operating system has to say of a file, as a status.
-constexpr HRESULT STATUS_FILE_NOT_FOUND = makeStatus(0x80070002);
-constexpr HRESULT STATUS_INVALID_DATA = makeStatus(0x8007000D);
-constexpr HRESULT STATUS_WRITE_FAULT = makeStatus(0x8007001D);
-constexpr HRESULT STATUS_READ_FAULT = makeStatus(0x8007001E);
-constexpr HRESULT STATUS_LOCK_VIOLATION = makeStatus(0x80070021);
-constexpr HRESULT STATUS_DISK_FULL = makeStatus(0x80070070);
-constexpr HRESULT STATUS_FILE_TOO_LARGE = makeStatus(0x800700DF);
-constexpr HRESULT STATUS_FILE_ALTERED = makeStatus(0x800703EE);
+// Error numbers of the operating system, and the status of such a number.
+constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
+constexpr DWORD ERROR_INVALID_DATA = 13;
+constexpr DWORD ERROR_WRITE_FAULT = 29;
+constexpr DWORD ERROR_READ_FAULT = 30;
+constexpr DWORD ERROR_LOCK_VIOLATION = 33;
+constexpr DWORD ERROR_DISK_FULL = 112;
+constexpr DWORD ERROR_FILE_TOO_LARGE = 223;
+/// The file was altered since it was opened.
+constexpr DWORD ERROR_FILE_INVALID = 1006;
+
+/// `error` is below 65536; 0 is success.
+constexpr HRESULT HRESULT_FROM_WIN32(DWORD error) {
+    return error == 0 ? S_OK : makeStatus(0x80070000 | error);
+}
+
+/// The name that the tests still use.
+constexpr HRESULT STATUS_FILE_ALTERED = HRESULT_FROM_WIN32(ERROR_FILE_INVALID);

@@ -1,4 +1,4 @@
-// Text of a status, and narrow text that becomes wide.
+// Text of a status, and narrow text converted to wide.
 #pragma once
 
 #include "com/unknown.h"
@@ -13,22 +13,23 @@ constexpr UINT CP_THREAD_ACP = 3;
 
 extern "C" {
 
-/// Puts the text of a status, which ends in CR LF, into a buffer that it allocates and the caller frees with
-/// LocalFree. Returns the text's length; 0, with a null buffer, for a status without text. Only the two flags
-/// above, given together, are understood.
+/// Returns the text of `status`, ended by CR LF and NUL, in a buffer that it allocates: the caller frees it
+/// with LocalFree. The result is the text's length in bytes without the NUL; 0, with a null buffer, for a
+/// status without text. `flags` must be both flags above; any other combination has no text. `source`,
+/// `language`, `size` and `arguments` have no effect.
 DWORD FormatMessageA(DWORD flags, const void* source, DWORD status, DWORD language, char** buffer, DWORD size,
                      void* arguments);
 
-/// Frees a buffer of FormatMessageA; null is passed over. Returns null.
+/// Frees a buffer of FormatMessageA, which may be null. Returns null.
 void* LocalFree(void* memory);
 
-/// Makes wide text of `length` bytes, or, with -1, of the bytes up to and including the first NUL. Returns
-/// the number of units; with a `wideLength` of 0 it only counts them. 0 is a failure: another code page than
-/// CP_THREAD_ACP, or too little room.
+/// Converts `length` bytes to wide text, or, if `length` is -1, the bytes up to and including the first NUL.
+/// Returns the number of units; with a `wideLength` of 0 only counts them. Returns 0, a failure, for a code
+/// page other than CP_THREAD_ACP and for a `wideLength` that is too small.
 int MultiByteToWideChar(UINT codePage, DWORD flags, const char* bytes, int length, OLECHAR* wide,
                         int wideLength);
 }
 
-/// Leaves a text of its own for the status that the caller is about to return. FormatMessageA gives it, on
-/// one line and with control characters replaced, in place of the table's text until the next one is left.
+/// Sets the text that FormatMessageA returns for `status` until the next call of this function, in place of
+/// the table's. Control characters become question marks.
 void setStatusDetail(HRESULT status, std::string_view text);
