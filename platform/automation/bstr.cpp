@@ -4,7 +4,7 @@
 
 namespace {
 
-// Ends with the length, so that the units are as well aligned as the block.
+// The size of the block before the units. It ends with the length and keeps the alignment of the block.
 constexpr std::size_t headSize = 8;
 
 std::size_t blockSize(UINT byteLength) { return headSize + byteLength + sizeof(OLECHAR); }

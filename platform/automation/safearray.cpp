@@ -7,13 +7,13 @@
 
 namespace {
 
-// Header, bounds and elements are one block; a VARIANT needs the strictest alignment of the three.
+// Header, bounds and elements are one block. A VARIANT has the strictest alignment of the three.
 constexpr std::size_t headSize(UINT dimensions) {
     const std::size_t size = sizeof(SAFEARRAY) + dimensions * sizeof(SAFEARRAYBOUND);
     return (size + alignof(VARIANT) - 1) / alignof(VARIANT) * alignof(VARIANT);
 }
 
-/// In bytes.
+/// The largest size of all elements, in bytes.
 constexpr std::uint64_t largestSize =
     sizeof(VARIANT) * std::uint64_t{std::numeric_limits<std::int32_t>::max()};
 

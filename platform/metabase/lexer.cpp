@@ -218,19 +218,19 @@ bool LineReader::scalar(Variant* out) {
     VARIANT value{};
     HRESULT status = DISP_E_TYPEMISMATCH;
     if (type == "bool") {
-        status = scalarFromText(text, VT_I2, value);
+        status = parseScalar(text, VT_I2, value);
         value.vt = VT_BOOL;
     } else if (!type.empty()) {
         const auto words = typeWords();
         const auto found = std::ranges::find(words, type, &TypeWord::word);
-        if (found != words.end()) status = scalarFromText(text, found->type, value);
+        if (found != words.end()) status = parseScalar(text, found->type, value);
     } else if (colon == std::string_view::npos && (text == "true" || text == "false")) {
-        status = scalarFromText(text, VT_BOOL, value);
+        status = parseScalar(text, VT_BOOL, value);
     } else if (colon == std::string_view::npos && (text == "empty" || text == "null")) {
         status = S_OK;
         value.vt = text == "empty" ? VT_EMPTY : VT_NULL;
     } else if (colon == std::string_view::npos) {
-        status = scalarFromText(text, VT_I4, value);
+        status = parseScalar(text, VT_I4, value);
     }
     if (status == DISP_E_OVERFLOW) return fail("a number out of its type's range");
     if (status < 0) return fail("expected a value");

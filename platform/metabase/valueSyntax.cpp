@@ -70,7 +70,7 @@ HRESULT writeScalar(std::string& out, const VARIANT& value) {
     const auto* word = std::ranges::find(words, value.vt, &TypeWord::type);
     if (word != std::end(words)) out.append(word->word).push_back(':');
     char buffer[scalarTextSize];
-    const std::string_view text = scalarToText(value, buffer);
+    const std::string_view text = formatScalar(value, buffer);
     out += text;
     return text.empty() ? unwritable : S_OK;
 }

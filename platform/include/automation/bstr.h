@@ -1,5 +1,6 @@
-// BSTR: a wide string of 16-bit units with a stored length, which may hold any unit, NUL included. A unit of
-// 0 stands behind the last one. Null is a string of no units, though some callers tell it from an empty one.
+// BSTR: a wide string of 16-bit units with a stored length. It may hold any unit, NUL included, and a unit of
+// 0 follows the last one. Null is a string without units; some callers treat it differently from an empty
+// one.
 #pragma once
 
 #include "com/unknown.h"
@@ -17,21 +18,24 @@ constexpr HRESULT VARCMP_GT = 2;
 
 extern "C" {
 
-/// A string of `length` units, copied from `text`; with a null `text` they are left for the caller to fill.
-/// Out of memory is std::bad_alloc, here and in every other call of this folder.
+/// Allocates a string of `length` units, copied from `text`; if `text` is null the caller sets the units. The
+/// caller frees it with SysFreeString. Out of memory is std::bad_alloc, here and in every other automation
+/// call.
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
+/// Frees a string, which may be null.
 void SysFreeString(BSTR text);
 
-/// Number of 16-bit units, 0 for null.
+/// The number of 16-bit units, 0 for null.
 UINT SysStringLen(BSTR text);
+/// The number of bytes of the units, 0 for null.
 UINT SysStringByteLen(BSTR text);
 
-/// Compares two strings unit by unit, with case, whatever the locale: VARCMP_LT, VARCMP_EQ or VARCMP_GT. Null
-/// and empty are equal. Flags other than 0 give E_INVALIDARG.
+/// Compares two strings unit by unit, with case, independent of the locale: VARCMP_LT, VARCMP_EQ or
+/// VARCMP_GT. Null and empty are equal. E_INVALIDARG for flags other than 0.
 HRESULT VarBstrCmp(BSTR left, BSTR right, LCID locale, ULONG flags);
 }
 
-/// The units of a string. Their length in bytes stands right ahead of the first one.
+/// The units of a string, none for null. The length in bytes is stored before the first unit.
 inline std::u16string_view view(BSTR text) {
     if (text == nullptr) return {};
     UINT byteLength = 0;
@@ -39,7 +43,7 @@ inline std::u16string_view view(BSTR text) {
     return {text, byteLength / sizeof(OLECHAR)};
 }
 
-// A character from U+10000 up is a pair of units, its two halves.
+// A character from U+10000 up is a surrogate pair: a high half and a low half.
 constexpr bool isHighHalf(OLECHAR unit) { return unit >= 0xD800 && unit < 0xDC00; }
 constexpr bool isLowHalf(OLECHAR unit) { return unit >= 0xDC00 && unit < 0xE000; }
 constexpr char32_t characterOf(OLECHAR high, OLECHAR low) {
@@ -52,10 +56,11 @@ constexpr OLECHAR lowHalfOf(char32_t character) {
     return static_cast<OLECHAR>(0xDC00 + ((character - 0x10000) & 0x3FF));
 }
 
-/// The one owner of a BSTR.
+/// Owns one BSTR, or null.
 class Bstr {
 public:
     Bstr() = default;
+    /// A copy of `text`, never null.
     explicit Bstr(std::u16string_view text)
         : text_(SysAllocStringLen(text.data() == nullptr ? u"" : text.data(),
                                   static_cast<UINT>(text.size()))) {}
@@ -68,7 +73,7 @@ public:
         if (text_ != nullptr) SysFreeString(text_);
     }
 
-    /// Takes over a string.
+    /// An owner of `text`, which may be null.
     static Bstr adopt(BSTR text) {
         Bstr owner;
         owner.text_ = text;
@@ -76,14 +81,14 @@ public:
     }
 
     BSTR get() const { return text_; }
-    /// Lends the string to a call.
+    /// Lets a call borrow the string.
     operator BSTR() const { return text_; }
     explicit operator bool() const { return text_ != nullptr; }
 
     void reset() { SysFreeString(std::exchange(text_, nullptr)); }
-    /// Gives the string away; the caller frees it.
+    /// Returns the string, which the caller now owns, and keeps none.
     BSTR detach() { return std::exchange(text_, nullptr); }
-    /// The place where a call puts a string; what was held before is freed.
+    /// Frees the string, and returns the place where a call puts another one.
     BSTR* out() {
         reset();
         return &text_;
@@ -93,14 +98,14 @@ private:
     BSTR text_ = nullptr;
 };
 
-/// Exact comparison, unit by unit, with case: the lengths, the first units, which tell most texts apart
-/// without a call, then the bytes.
+/// Whether two texts are the same, unit by unit, with case. Most texts differ in length or in the first unit,
+/// which costs no call.
 inline bool equal(std::u16string_view left, std::u16string_view right) {
     if (left.size() != right.size()) return false;
     return left.empty() || (left.front() == right.front() &&
                             std::memcmp(left.data(), right.data(), left.size() * sizeof(OLECHAR)) == 0);
 }
-/// Null equals the empty string.
+/// The same for a BSTR; null equals the empty text.
 inline bool equal(BSTR left, std::u16string_view right) { return equal(view(left), right); }
 
 /// A place, below `slots`, for a name that isn't empty in a table of those that were looked up last: three of

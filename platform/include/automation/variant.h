@@ -1,4 +1,4 @@
-// VARIANT: an automation value, its type and its data.
+// VARIANT: an automation value, that is, a type and its data.
 #pragma once
 
 #include "automation/bstr.h"
@@ -44,12 +44,12 @@ constexpr VARTYPE VT_ARRAY = 0x2000;
 constexpr VARTYPE VT_BYREF = 0x4000;
 constexpr VARTYPE VT_RESERVED = 0x8000;
 
-/// The bits of a type that are no flags.
+/// The bits of a type below its flags.
 constexpr VARTYPE VT_TYPEMASK = 0xFFF;
 
 struct SAFEARRAY;
 
-/// An amount of money, in ten-thousandths.
+/// An amount of money, in units of 1/10000.
 struct CY {
     std::int64_t int64;
 };
@@ -65,8 +65,8 @@ struct DECIMAL {
 
 constexpr BYTE DECIMAL_NEG = 0x80;
 
-/// Which member holds the data follows from `vt`; VT_EMPTY and VT_NULL have none. A VT_DECIMAL takes the
-/// whole record, see decimalOf.
+/// `vt` determines which member holds the data; VT_EMPTY and VT_NULL have none. A VT_DECIMAL uses the whole
+/// record, see decimalOf.
 struct VARIANT {
     VARTYPE vt;
     WORD wReserved1;
@@ -96,36 +96,41 @@ struct VARIANT {
     };
 };
 
+/// The number in a VT_DECIMAL.
 DECIMAL decimalOf(const VARIANT& value);
-/// Makes `value`, whose former contents are not looked at, a VT_DECIMAL.
+/// Makes `value` a VT_DECIMAL of `number`, without freeing its former contents.
 void setDecimal(VARIANT& value, DECIMAL number);
 
 extern "C" {
 
+/// Makes `value` VT_EMPTY, without freeing its former contents.
 void VariantInit(VARIANT* value);
 
-/// Releases what the value owns and makes it VT_EMPTY. DISP_E_BADVARTYPE, with the value left alone, for a
-/// type that a VARIANT can't hold.
+/// Frees what the value owns and makes it VT_EMPTY. DISP_E_BADVARTYPE, with the value unchanged, for a type
+/// that a VARIANT can't hold.
 HRESULT VariantClear(VARIANT* value);
 
 /// Clears `target` and makes it a copy of `source`: strings and arrays are copied, references counted.
+/// On a failure, DISP_E_BADVARTYPE as of VariantClear, `target` is unchanged.
 HRESULT VariantCopy(VARIANT* target, const VARIANT* source);
 
-/// Converts `source` to `type`; `target` may be the same value, else it is cleared first. On a failure it is
-/// left as it was. `flags` must be 0. Conversions: every type to itself, every type with a text to VT_BSTR
-/// and back, numbers to VT_BOOL. A value turned into text and back is the same to the bit, a NaN aside.
+/// Converts `source` to `type` and puts the result into `target`, which is cleared first and may be `source`
+/// itself. On a failure `target` is unchanged. `flags` must be 0, else E_INVALIDARG.
+///
+/// Conversions: every type to itself, every type with a text to VT_BSTR and back, numbers to VT_BOOL. A value
+/// converted to text and back is the same to the bit, except a NaN.
 ///
 /// Integers are decimal text, floats the shortest text that reads back the same, VT_CY and VT_DECIMAL decimal
 /// fractions, VT_BOOL "true" or "false", VT_DATE "1998-07-14T08:30:00" or, where no such text is exact, the
 /// number itself. VT_EMPTY and VT_NULL are the empty text.
 ///
-/// DISP_E_OVERFLOW: a number out of the type's range. DISP_E_TYPEMISMATCH: text that is no such value, and
-/// types that have no text. DISP_E_BADVARTYPE: VT_VARIANT, VT_CLSID and numbers that are no type of a
-/// VARIANT.
+/// DISP_E_OVERFLOW: a number out of the type's range. DISP_E_TYPEMISMATCH: a text that isn't a value of the
+/// type, and types that have no text. DISP_E_BADVARTYPE: VT_VARIANT, VT_CLSID and numbers that aren't a type
+/// of a VARIANT.
 HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, WORD flags, VARTYPE type);
 }
 
-/// The one owner of a VARIANT's contents.
+/// Owns the contents of a VARIANT.
 class Variant {
 public:
     Variant() = default;
@@ -138,7 +143,7 @@ public:
         if (value_.vt != VT_EMPTY) VariantClear(&value_);
     }
 
-    /// Takes over a value.
+    /// An owner of the contents of `value`.
     static Variant adopt(const VARIANT& value) {
         Variant owner;
         owner.value_ = value;
@@ -156,7 +161,7 @@ public:
         made.value_.boolVal = truth ? VARIANT_TRUE : VARIANT_FALSE;
         return made;
     }
-    /// Takes over an array of VARIANTs.
+    /// An owner of an array of VARIANTs.
     static Variant ofArray(SAFEARRAY* array) {
         Variant made;
         made.value_.vt = VT_ARRAY | VT_VARIANT;
@@ -178,9 +183,9 @@ public:
     void reset() {
         if (value_.vt != VT_EMPTY) VariantClear(&value_);
     }
-    /// Gives the value away; the caller clears it.
+    /// Returns the value, whose contents the caller now owns, and becomes VT_EMPTY.
     VARIANT detach() { return std::exchange(value_, VARIANT{}); }
-    /// The place where a call puts a value; what was held before is cleared.
+    /// Clears the value, and returns the place where a call puts another one.
     VARIANT* out() {
         reset();
         return &value_;

@@ -1,22 +1,21 @@
-// The text of values that are neither strings nor references: one form for VariantChangeType and for whoever
-// stores values as text.
+// Text of values that are neither strings nor references, formatted and parsed in one form: for
+// VariantChangeType and for the metabase file.
 #pragma once
 
 #include "automation/variant.h"
 
 #include <string_view>
 
-/// Room for the longest text of a scalar.
+/// The size in bytes of a buffer for the longest text of a scalar.
 constexpr std::size_t scalarTextSize = 64;
 
-/// Says whether values of the type have a text here: numbers, VT_CY, VT_DATE, VT_ERROR, VT_DECIMAL and
-/// VT_BOOL.
+/// Whether values of the type have a text here: numbers, VT_CY, VT_DATE, VT_ERROR, VT_DECIMAL and VT_BOOL.
 bool isScalar(VARTYPE type);
 
-/// Writes the text of a scalar, ASCII without blanks, to `buffer` of scalarTextSize bytes and returns it.
-/// Empty for a VT_DECIMAL whose scale or sign is none.
-std::string_view scalarToText(const VARIANT& value, char* buffer);
+/// Formats a scalar into `buffer` of scalarTextSize bytes and returns the text: ASCII without blanks. Empty
+/// for a VT_DECIMAL with an invalid scale or sign.
+std::string_view formatScalar(const VARIANT& value, char* buffer);
 
-/// Reads a scalar of `type` into `value`, whose former contents are not looked at and which is left alone on
-/// a failure: DISP_E_TYPEMISMATCH or DISP_E_OVERFLOW. Blanks around the text are not passed over.
-HRESULT scalarFromText(std::string_view text, VARTYPE type, VARIANT& value);
+/// Parses a scalar of `type` from the whole of `text` into `value`, without freeing its former contents. On a
+/// failure, DISP_E_TYPEMISMATCH or DISP_E_OVERFLOW, `value` is unchanged.
+HRESULT parseScalar(std::string_view text, VARTYPE type, VARIANT& value);

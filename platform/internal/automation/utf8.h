@@ -1,30 +1,33 @@
-// UTF-8, the form in which files and documents keep their text, which is nearly always ASCII, to and from the
-// 16-bit units of a BSTR.
+// UTF-8, the encoding of files and documents, to and from the 16-bit units of a BSTR. Most text is ASCII,
+// which has the shortest path.
 #pragma once
 
 #include "automation/bstr.h"
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace utf8 {
 
-/// The room that encode needs for a character, and for each 16-bit unit of a text, at most.
+/// The most bytes that encode needs for a character.
 constexpr std::size_t maxBytesOfCharacter = 4;
+/// The most bytes of UTF-8 for each 16-bit unit of a text.
 constexpr std::size_t maxBytesOfUnit = 3;
 
-/// Writes a character to `out`, and answers the place behind it. Half a surrogate pair is written like any
-/// other, so that it equals nothing that well-formed text holds.
+/// Encodes a character at `out` and returns the end of its bytes. Half of a surrogate pair is encoded like
+/// any other character, so that it equals no part of a well-formed text.
 char* encode(char32_t character, char* out);
 
-/// Reads one character of any bytes at `at`, which is below `end`, and stands behind it; false, for what is
-/// no UTF-8, leaves `at` alone.
+/// Decodes one character at `at`, which must be below `end`, and moves `at` to its end. False, with `at`
+/// unchanged, for bytes that are no UTF-8.
 bool read(const char*& at, const char* end, char32_t& character);
 
 /// The number of 16-bit units of a well-formed text.
 std::uint32_t countUnits(std::string_view text);
 
-/// Writes the units of a well-formed text to `out`, and answers the place behind them.
+/// Decodes a well-formed text to units at `out`, which must have room for countUnits of them. Returns the end
+/// of the units.
 char16_t* decode(std::string_view text, char16_t* out);
 
 /// A string of the units of a well-formed text.
