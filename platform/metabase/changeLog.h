@@ -2,7 +2,8 @@
 #pragma once
 
 #include "com/status.h"
-#include "os/descriptor.h"
+#include "os/file.h"
+#include "os/transfer.h"
 
 #include <ctime>
 #include <functional>

@@ -3,7 +3,7 @@
 #include "automation/safearray.h"
 #include "com/runtime.h"
 #include "directoryObject.h"
-#include "os/file.h"
+#include "os/reservedFile.h"
 #include "valueObjects.h"
 
 namespace {
@@ -86,6 +86,8 @@ public:
 
 private:
     ComPtr<Metabase> metabase_;
+    /// A backup must not overwrite the live metabase.
+    ReservedFile reserved_{Metabase::fileName};
 };
 
 Provider& provider() {
@@ -99,7 +101,6 @@ void registerMetabaseProvider() {
     registerProvider(prefix, provider());
     registerClass(CLSID_MimeMap, *makeObject<ClassFactory<MimeType>>());
     atUninitialize([] { provider().close(); });
-    holdOpen(Metabase::fileName);
 }
 
 ComPtr<IADsProvider> metabaseProvider() { return ComPtr<IADsProvider>(&provider()); }

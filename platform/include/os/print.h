@@ -1,5 +1,5 @@
-// Formatted printing with the conversions of the printf family, checked against its arguments when it is
-// compiled. %S prints a wide string to the narrow stream.
+// Formatted printing with conversions of the printf family. A format is checked against its arguments at
+// compile time. %S prints a wide string to the narrow stream.
 #pragma once
 
 #include "os/stream.h"
@@ -14,8 +14,8 @@ namespace printing {
 
 constexpr int none = -1;
 
-/// What comes of one argument: the literal text ahead of it, and its conversion. A conversion of `*` sets the
-/// width of the next one.
+/// The part of a format that belongs to one argument: the literal text before it, and its conversion. A
+/// conversion of `*` sets the width of the next one.
 struct Piece {
     std::uint16_t literalStart = 0;
     std::uint16_t literalLength = 0;
@@ -49,7 +49,7 @@ void printFloat(OutStream& stream, const Piece& piece, double value);
 void printWide(OutStream& stream, const Piece& piece, const char16_t* text);
 void printWide(OutStream& stream, const Piece& piece, std::u16string_view text);
 
-/// The blanks ahead of a text of this length.
+/// Prints the blanks before a text of `length` bytes.
 inline void pad(OutStream& stream, const Piece& piece, std::size_t length) {
     if (piece.width > 0 && static_cast<std::size_t>(piece.width) > length) {
         stream.fill(' ', static_cast<std::size_t>(piece.width) - length);
@@ -80,8 +80,8 @@ template <class T> void printArgument(OutStream& stream, const Piece& piece, con
     }
 }
 
-/// A format, taken to pieces at compile time: one for each argument. A conversion that is unknown, doesn't
-/// suit its argument or lacks one doesn't compile.
+/// A format, parsed at compile time into one piece for each argument. It doesn't compile if a conversion is
+/// unknown, doesn't fit its argument or has none.
 template <class... Args> class Format {
 public:
     template <std::size_t size> consteval Format(const char (&format)[size]) : text_(format) {
@@ -150,10 +150,9 @@ constexpr char narrowed(char16_t unit) { return unit < 0x100 ? static_cast<char>
 template <class... Args> using Format = printing::Format<std::type_identity_t<Args>...>;
 
 /// Prints to a stream. Conversions: %d (signed), %X (32 bits, capitals), %f, %s, and %S for a wide string,
-/// which is narrowed unit by unit. One that is given by its pointer ends at its first NUL, and prints nothing
-/// for null. Each may have a width (blanks to its left;
-/// `*` takes it from the arguments), and %s and %S a precision, the longest part that is printed. "%1.1S"
-/// thus prints one unit, and a blank for NUL.
+/// which is narrowed unit by unit. A pointer to units prints up to the first NUL, and nothing if it is null.
+/// Each conversion may have a width (blanks to its left; `*` takes it from the arguments), and %s and %S a
+/// precision, the most units that are printed. "%1.1S" thus prints one unit, and a blank for NUL.
 template <class... Args>
 void printTo(OutStream& stream, const Format<Args...>& format, const Args&... arguments) {
     std::size_t index = 0;

@@ -6,15 +6,16 @@
 #include <memory>
 #include <string_view>
 
-/// An output stream. A failed write is never told: what can't be written is dropped.
+/// An output stream. A failed write isn't reported: its text is dropped.
 class OutStream {
 public:
-    /// When what was printed is handed to the operating system: when the buffer is full, or also after each
+    /// When printed text is written to the descriptor: only when the buffer is full, or also after each
     /// print, or after each print that ends a line.
     enum class Flush { whenFull, eachPrint, eachLine };
 
-    /// Writes to `descriptor`, which stays the caller's.
-    explicit OutStream(int descriptor, Flush policy = Flush::whenFull);
+    /// Writes to `descriptor`, which stays the caller's. Each write of this stream flushes `flushedFirst`
+    /// before, if that isn't null; it must outlive this stream.
+    explicit OutStream(int descriptor, Flush policy = Flush::whenFull, OutStream* flushedFirst = nullptr);
     OutStream(const OutStream&) = delete;
     OutStream& operator=(const OutStream&) = delete;
     ~OutStream() { flush(); }
@@ -31,15 +32,16 @@ public:
         commit(count);
     }
 
-    /// Room for `count` bytes, at most maxReserve, to be filled in place; commit tells how many were.
     static constexpr std::size_t maxReserve = 4096;
+    /// Returns a place for `count` bytes, at most maxReserve, which the caller writes; commit counts those
+    /// that it wrote.
     char* reserve(std::size_t count) {
         if (count > capacity - used_) flush();
         return buffer_.get() + used_;
     }
     void commit(std::size_t count) { used_ += count; }
 
-    /// Called at the end of each print.
+    /// Must be called at the end of each print: flushes as the policy demands.
     void printed() {
         if (policy_ != Flush::whenFull) flushAfterPrint();
     }
@@ -51,21 +53,22 @@ private:
     void writeLarge(std::string_view text);
     void fillLarge(char c, std::size_t count);
     void flushAfterPrint();
-    void handOver(std::string_view text);
+    void writeToDescriptor(std::string_view text);
 
     int descriptor_;
     Flush policy_;
+    OutStream* flushedFirst_;
     std::unique_ptr<char[]> buffer_;
     std::size_t used_ = 0;
 };
 
-/// Standard output is handed over line by line to a terminal, else when the buffer is full and at the end of
-/// the process; standard error after each print, and whatever waits for standard output ahead of it, so that
-/// the two keep their order where they share a place.
+/// The standard streams. On a terminal standard output is flushed line by line, else when its buffer is full
+/// and at the end of the process. Standard error is flushed after each print, and standard output before it,
+/// so that the two keep their order if both lead to one place.
 OutStream& standardOutput();
 OutStream& standardError();
 
-/// Called ahead of everything else. A standard stream that is closed is opened on nothing, so that no file
-/// gets its number and what is printed with it. From here on a write to a closed pipe, or beyond the limit of
-/// a file's size, is a failed write and doesn't end the process.
+/// Makes the standard streams safe to write to; must be called before any file is opened. A standard stream
+/// that is closed is opened on the null device, so that no other file gets its number. From here on a write
+/// to a closed pipe, or beyond the limit of a file's size, is a failed write and doesn't end the process.
 void prepareStreams();

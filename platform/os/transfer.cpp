@@ -1,11 +1,7 @@
-#include "os/descriptor.h"
+#include "os/transfer.h"
 
 #include <cerrno>
 #include <unistd.h>
-
-Descriptor::~Descriptor() {
-    if (isOpen()) ::close(number_);
-}
 
 bool writeAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
