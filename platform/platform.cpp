@@ -9,5 +9,5 @@ void installPlatform() {
     memory::keepFreedBlocks();
     prepareStreams();
     registerDomDocument();
-    registerMetabaseProvider();
+    metabase::registerIisProvider();
 }

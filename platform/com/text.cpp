@@ -88,8 +88,8 @@ int MultiByteToWideChar(UINT codePage, DWORD, const char* bytes, int length, OLE
 }
 
 void setStatusDetail(HRESULT status, std::string_view text) {
-    const auto isControl = [](unsigned char c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); };
     detailStatus = status;
     detailText = text;
-    std::ranges::replace_if(detailText, isControl, '?');
+    std::ranges::replace_if(
+        detailText, [](unsigned char c) { return isControl(c); }, '?');
 }

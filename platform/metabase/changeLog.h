@@ -1,73 +1,78 @@
-// The metabase file on disk: read once, appended to under a lock, replaced at the end.
+// The change log: the file of the metabase on disk. It is read once as a snapshot, extended by one line for
+// each change under a lock, and replaced at the end.
 #pragma once
 
 #include "com/status.h"
 #include "os/file.h"
-#include "os/transfer.h"
+#include "os/fileReplacement.h"
+#include "os/fileState.h"
 
-#include <ctime>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 
-/// Statuses of a failure come with a detail text (setStatusDetail) that names the file.
-class MetabaseFile {
+namespace metabase {
+
+/// The bytes of the file as they were read.
+struct Snapshot {
+    std::unique_ptr<char[]> bytes;
+    std::size_t size = 0;
+
+    std::string_view text() const { return {bytes.get(), size}; }
+};
+
+/// The states that a log passes through, in this order: unread; read, by readSnapshot; locked, by the first
+/// append; changed, by the first append that succeeds. Every failure has a detail text (setStatusDetail) that
+/// names the file.
+class ChangeLog {
 public:
-    using Put = std::function<void(std::string_view)>;
+    /// `path` must outlive the log.
+    explicit ChangeLog(const char* path) : path_(path) {}
 
-    /// `path` must outlive the file.
-    explicit MetabaseFile(const char* path) : path_(path) {}
+    /// Reads the whole file, without a lock. ERROR_FILE_NOT_FOUND, ERROR_READ_FAULT and others of
+    /// HRESULT_FROM_WIN32 if the system can't read it; ERROR_FILE_INVALID if it changes during the reading.
+    HRESULT readSnapshot(Snapshot& snapshot);
 
-    /// Reads the file whole, without a lock. `text` lives as long as this object.
-    HRESULT read(std::string_view& text);
+    /// Sets the part of the snapshot that is valid, its beginning. What follows, the torn line of a process
+    /// that died, is cut off before the first change.
+    void setValidText(std::string_view text);
 
-    /// Tells how much of the text that was read counts: the rest is cut off ahead of the first change.
-    void keepOnly(std::size_t size) { size_ = size; }
-
-    /// Appends a line, which ends in LF, with one write; nothing of it stays where that fails. The first call
-    /// takes the lock, which is held until this object goes, unless the file isn't the one that was read.
-    /// HRESULT_FROM_WIN32(ERROR_LOCK_VIOLATION): another process holds it.
-    /// HRESULT_FROM_WIN32(ERROR_FILE_INVALID): the file at the path isn't the one any more that was read.
-    /// Others tell why the system can't write.
+    /// Appends a line, which ends in LF, with one write; if that fails nothing of the line stays. The first
+    /// call locks the file until the log is destroyed.
+    ///
+    /// HRESULT_FROM_WIN32 of ERROR_LOCK_VIOLATION: another process has the lock. ERROR_FILE_INVALID: the file
+    /// at the path differs from what this log read and appended. E_ACCESSDENIED, ERROR_DISK_FULL,
+    /// ERROR_FILE_TOO_LARGE, ERROR_WRITE_FAULT: the system can't write.
     HRESULT append(std::string_view line);
 
-    bool isChanged() const { return changed_; }
+    bool isChanged() const { return stage_ == Stage::changed; }
 
-    /// Replaces the file by what `write` puts, through a new file that is renamed into its place, with the
-    /// mode and the owner of the old one. Where any step fails, or the file has a second name, the old file
-    /// stays as it was.
-    void replace(const std::function<void(const Put&)>& write);
+    /// Replaces the contents of a changed log by the pieces that `writeContents` writes (see replaceFile). If
+    /// a step fails the file stays as it is.
+    void replaceContents(const std::function<void(const WritePiece&)>& writeContents);
 
 private:
-    /// What tells one file, and one state of it, from another.
-    struct Identity {
-        dev_t device = 0;
-        ino_t inode = 0;
-        off_t size = 0;
-        timespec time{};
-
-        static bool of(int descriptor, Identity& identity);
-        static bool of(const char* path, Identity& identity);
-        bool operator==(const Identity& other) const;
-    };
+    enum class Stage { unread, read, locked, changed };
 
     HRESULT lock();
     HRESULT checkUnaltered() const;
     HRESULT failAltered() const;
-    HRESULT mend();
+    HRESULT cutTornLine();
     HRESULT writeLine(std::string_view line);
-    HRESULT failed(HRESULT status, std::string_view what) const;
-    HRESULT failedSystem(int error, std::string_view what,
-                         HRESULT usual = HRESULT_FROM_WIN32(ERROR_WRITE_FAULT)) const;
-    bool fillReplacement(const Descriptor& made, const std::function<void(const Put&)>& write) const;
+    HRESULT fail(HRESULT status, std::string_view what) const;
+    HRESULT failSystem(int error, std::string_view what, DWORD usual = ERROR_WRITE_FAULT) const;
 
     const char* path_;
-    std::unique_ptr<char[]> text_;
-    std::size_t size_ = 0;
-    Identity identity_;
-    Descriptor locked_;
+    Stage stage_ = Stage::unread;
+    /// The file as this log last read or wrote it.
+    FileState knownState_;
+    /// The file's bytes up to here are whole lines, apart from a last one whose end may be missing.
+    std::size_t validLength_ = 0;
+    bool lastLineEnds_ = true;
+    /// Open from the stage locked on.
+    Descriptor file_;
+    /// The file that replaced this one; open only to keep its lock.
     Descriptor replacement_;
-    bool changed_ = false;
 };
+
+} // namespace metabase

@@ -4,13 +4,16 @@
 #include "directory/iis.h"
 #include "liveMetabase.h"
 
-/// A reference to an object. When the object is deleted, the reference answers every call with
-/// E_ADS_OBJECT_UNBOUND. IADsContainer and IADsDeleteOps are offered as the object's class says.
-class MetabaseObject final : public ComObject<IADs, IADsContainer, IADsDeleteOps, IISBaseObject> {
-public:
-    MetabaseObject(const ComPtr<Metabase>& metabase, Node& node) : metabase_(metabase), node_(node) {}
+namespace metabase {
 
-    /// Knows the name GetPropertyAttribObj.
+/// A reference to an object. After the object is deleted every call returns E_ADS_OBJECT_UNBOUND. The
+/// object's class decides whether it offers IADsContainer and IADsDeleteOps.
+class DirectoryObject final : public ComObject<IADs, IADsContainer, IADsDeleteOps, IISBaseObject> {
+public:
+    DirectoryObject(const ComPtr<LiveMetabase>& metabase, ObjectNode& node)
+        : metabase_(metabase), node_(node) {}
+
+    /// The one name of these objects is GetPropertyAttribObj.
     HRESULT GetIDsOfNames(const IID& reserved, const OLECHAR* const* names, UINT count, LCID locale,
                           DISPID* ids) override;
 
@@ -36,20 +39,25 @@ protected:
     bool offers(const IID& wanted) const override;
 
 private:
-    HRESULT checkBound() const { return node_.gone ? failUnbound() : S_OK; }
+    HRESULT checkBound() const { return node_.deleted ? failUnbound() : S_OK; }
     HRESULT failUnbound() const;
-    /// The property, if the object's class lists it.
+    /// Finds a property that the object's class lists. E_ADS_PROPERTY_NOT_FOUND for any other.
     HRESULT findProperty(BSTR name, PropertyId& property) const;
-    /// Looks a property up, and what the object shows for it, into shown_.
-    HRESULT show(BSTR name);
+    /// Finds a property and the object's value for it, and puts both into shownProperty_ and shown_.
+    HRESULT findShown(BSTR name);
+    const PropertyDefinition& definitionOf(PropertyId property) const {
+        return metabase_->tree().properties()[property];
+    }
 
-    ComPtr<Metabase> metabase_;
-    Node& node_;
+    ComPtr<LiveMetabase> metabase_;
+    ObjectNode& node_;
     std::vector<PendingValue> pending_;
 
-    // A walk asks for the attributes of a property, then for its value: what was looked up last stays good
-    // until the metabase is changed.
+    // A walk asks for the attributes of a property and then for its value: the last result of findShown is
+    // valid until the metabase changes.
     PropertyId shownProperty_ = 0;
     EffectiveValue shown_{};
     std::uint64_t shownRevision_ = 0;
 };
+
+} // namespace metabase

@@ -1,74 +1,91 @@
-// Takes a line of the metabase file to pieces: words, names, strings and values.
+// The tokens of a line of the metabase file: words, symbols, names and strings, parsed by Lexer and formatted
+// by formatName and formatString.
 #pragma once
 
-#include "automation/variant.h"
+#include "lineCharacters.h"
 
 #include <string>
 #include <string_view>
-#include <vector>
 
-/// How the values of a property are written: as plain values and lists of them, or as one of the objects.
-enum class ValueForm { plain, mimeMap, ipSecurity, opaque };
+namespace metabase {
 
-/// A place in a line. Each call passes over blanks, then takes what it names and stands behind it, or returns
-/// false and leaves a description in error(). The line must outlive the reader.
-class LineReader {
+/// A string between its quotes, still escaped.
+struct StringToken {
+    const char* begin;
+    const char* end;
+    /// The number of 16-bit units that it decodes to.
+    std::size_t units;
+};
+
+/// Decodes a string to token.units units at `out`.
+void decodeString(const StringToken& token, char16_t* out);
+
+/// A position in a line. Each call skips blanks, parses the token that its name says and moves to the token's
+/// end. Where the token doesn't follow, it returns false and sets error(). The line must outlive the lexer.
+class Lexer {
 public:
-    LineReader() = default;
-    explicit LineReader(std::string_view line) { start(line); }
+    Lexer() = default;
+    explicit Lexer(std::string_view line) { start(line); }
 
-    /// Goes to the beginning of a line.
+    /// Moves to the beginning of a line.
     void start(std::string_view line) {
         at_ = line.data();
         end_ = at_ + line.size();
     }
 
-    bool atEnd();
-    /// What follows, blanks passed over.
-    std::string_view rest();
-    /// Where the reader stands in the line.
-    const char* place() const { return at_; }
+    /// Whether only blanks follow.
+    bool atEnd() {
+        skipBlanks();
+        return at_ == end_;
+    }
+    /// The position, after blanks.
+    const char* tokenStart() {
+        skipBlanks();
+        return at_;
+    }
+    /// The text from a position up to this one.
+    std::string_view textSince(const char* start) const {
+        return {start, static_cast<std::size_t>(at_ - start)};
+    }
+    /// Whether the next token begins with `c`.
+    bool nextIs(char c) {
+        skipBlanks();
+        return at_ != end_ && *at_ == c;
+    }
 
-    /// Takes a word of bare characters, as it stands; empty if there is none.
-    std::string_view word();
-    /// Takes the symbol, which must be the next one.
-    bool symbol(char expected);
-    /// Takes the symbol if it is the next one; leaves no error.
-    bool optional(char expected);
-    /// Takes the text if it is what comes next, up to a blank; leaves no error.
-    bool optionalWord(std::string_view text);
-    /// A name, bare or as a string. The text is good until the next call of name or string.
+    /// Returns the bytes up to a blank or a symbol; empty if there are none.
+    std::string_view word() {
+        const char* const begin = tokenStart();
+        while (at_ != end_ && !byteIsIn(*at_, wordEnd)) ++at_;
+        return textSince(begin);
+    }
+    /// Parses the symbol if it follows; sets no error.
+    bool optionalSymbol(char expected) {
+        if (!nextIs(expected)) return false;
+        ++at_;
+        return true;
+    }
+    bool symbol(char expected) {
+        return optionalSymbol(expected) || fail(std::string("expected '") + expected + "'");
+    }
+    /// Parses a name, bare or as a string. `name` is valid until the next call of name or string.
     bool name(std::u16string_view& name);
-    /// A string in quotes. The text is good until the next call of name or string.
+    /// Parses a string in quotes. `text` is valid until the next call of name or string.
     bool string(std::u16string_view& text);
-
-    /// A property's value. With an `out` it is made as IADs::GetEx gives it, without one it is only checked.
-    bool value(ValueForm form, Variant* out);
+    /// The same without decoding it.
+    bool stringToken(StringToken& token);
 
     const std::string& error() const { return error_; }
+    /// Sets error() and returns false.
     bool fail(std::string_view message) {
         error_ = message;
         return false;
     }
 
 private:
-    struct StringSpan {
-        const char* begin;
-        const char* end;
-        std::size_t units;
-    };
-
-    void passBlanks();
-    bool scanString(StringSpan& span);
-    bool bstr(Bstr* out);
-    bool scalar(Variant* out);
-    bool bytes(std::string_view digits, Variant* out);
-    bool list(Variant* out);
-    bool mimeMap(Variant* out);
-    bool ipSecurity(Variant* out);
-    bool opaque(Variant* out);
-    bool bracket(char open, std::string_view head);
-    template <class Item> bool items(char close, Item item);
+    void skipBlanks() {
+        while (at_ != end_ && byteIsIn(*at_, blank)) ++at_;
+    }
 
     const char* at_ = nullptr;
     const char* end_ = nullptr;
@@ -76,8 +93,11 @@ private:
     std::u16string decoded_;
 };
 
-/// Whether LineReader::name takes a name as it is, without quotes.
-bool isBareName(std::u16string_view name);
+/// Appends a name, without quotes if Lexer::name then parses it.
+void formatName(std::string& out, std::u16string_view name);
+/// Appends a string in quotes.
+void formatString(std::string& out, std::u16string_view text);
+/// Appends the low `digits` hexadecimal digits of a number.
+void formatHex(std::string& out, unsigned number, int digits);
 
-/// Moves values into a one-dimensional array from lower bound 0.
-Variant arrayOf(std::vector<Variant>& elements);
+} // namespace metabase

@@ -1,46 +1,59 @@
-// The live metabase: the tree, and the file that every change goes to first.
+// The live metabase: the tree, and the change log that every change is written to first.
 #pragma once
 
 #include "changeLog.h"
+#include "com/unknown.h"
 #include "records.h"
 
-/// Shared by all objects that are bound to it.
-class Metabase final : public ComObject<IUnknown> {
+namespace metabase {
+
+/// Shared by all objects that are bound to it. Every failure has a detail text (setStatusDetail).
+class LiveMetabase final : public ComObject<IUnknown> {
 public:
     /// The file of the server's metabase, in the working directory.
     static constexpr const char* fileName = "metabase.txt";
 
-    /// Reads the metabase. A failure comes with a detail text (setStatusDetail), as everywhere here.
-    static HRESULT open(ComPtr<Metabase>& metabase);
+    /// Reads the metabase into `opened`. Statuses as of ChangeLog::readSnapshot, and
+    /// HRESULT_FROM_WIN32(ERROR_INVALID_DATA) for a text that can't be parsed.
+    static HRESULT open(ComPtr<LiveMetabase>& opened);
 
-    const MetabaseTree& tree() const { return tree_; }
+    const ObjectTree& tree() const { return tree_; }
 
-    /// Another number after each change.
+    /// A number that each change increases.
     std::uint64_t revision() const { return revision_; }
 
-    /// Changes: written to the file first, and only then made in the tree.
-    HRESULT set(Node& node, std::span<const PendingValue> values);
-    HRESULT create(Node& parent, std::u16string_view className, std::u16string_view name, Node*& created);
-    HRESULT remove(Node& node);
+    /// Changes: each is appended to the log, and then made in the tree. Statuses as of ChangeLog::append; if
+    /// it fails the tree stays as it is.
+    HRESULT set(ObjectNode& node, std::span<const PendingValue> values);
+    /// Also E_ADS_SCHEMA_VIOLATION for an unknown class, E_ADS_OBJECT_EXISTS, and E_ADS_BAD_PATHNAME for a
+    /// name that `parent` can't get.
+    HRESULT create(ObjectNode& parent, std::u16string_view className, std::u16string_view name,
+                   ObjectNode*& created);
+    /// Removes an object and all below it. Also E_ADS_BAD_PATHNAME for the topmost object.
+    HRESULT remove(ObjectNode& node);
 
-    /// Brings the file into canonical form, if anything was changed.
+    /// Replaces the log by the canonical text of the tree, if anything was changed.
     void close();
 
 private:
-    MetabaseFile file_{fileName};
+    ChangeLog log_{fileName};
+    /// The values in the tree are parts of its text.
+    Snapshot snapshot_;
     MetabaseText text_;
-    MetabaseTree tree_;
+    ObjectTree tree_;
     std::uint64_t revision_ = 1;
 };
 
-/// What stands ahead of a path in the tree, and of a class's name, in the paths by which the directory knows
-/// objects and classes.
+/// The path of an object in the directory is this and its path in the tree.
 constexpr std::u16string_view adsRoot = u"IIS://";
+/// The path of a class in the directory is this and its name.
 constexpr std::u16string_view adsSchemaRoot = u"IIS://localhost/schema/";
 
-/// The path by which the directory knows an object, or a class.
-std::u16string adsPathOf(const Node& node);
+std::u16string adsPathOf(const ObjectNode& node);
 std::u16string adsPathOf(const ClassDefinition& definition);
 
-/// Leaves a detail text, wide text being narrowed as far as it goes, and returns the status.
-HRESULT failWith(HRESULT status, std::u16string_view text);
+/// Sets the detail text of a failure (setStatusDetail), a unit above 255 becoming a question mark, and
+/// returns `status`.
+HRESULT failWithDetail(HRESULT status, std::u16string_view text);
+
+} // namespace metabase

@@ -1,13 +1,15 @@
-// The objects that a property's value can be: access rules, entries of a MIME map, objects that nobody looks
-// into.
+// The objects that a property's value can be: access rules, entries of a MIME map, and opaque objects.
 #pragma once
 
 #include "directory/iis.h"
 
-class MimeType final : public NamelessObject<IISMimeType> {
+namespace metabase {
+
+class MimeTypeObject final : public NamelessObject<IISMimeType> {
 public:
-    MimeType() : MimeType(Bstr(u""), Bstr(u"")) {}
-    MimeType(Bstr extension, Bstr type) : extension_(std::move(extension)), type_(std::move(type)) {}
+    /// An entry of two empty texts.
+    MimeTypeObject() : MimeTypeObject(Bstr(u""), Bstr(u"")) {}
+    MimeTypeObject(Bstr extension, Bstr type) : extension_(std::move(extension)), type_(std::move(type)) {}
 
     HRESULT get_MimeType(BSTR* type) override;
     HRESULT put_MimeType(BSTR type) override;
@@ -19,7 +21,7 @@ private:
     Bstr type_;
 };
 
-class IpSecurity final : public NamelessObject<IISIPSecurity> {
+class IpSecurityObject final : public NamelessObject<IISIPSecurity> {
 public:
     HRESULT get_GrantByDefault(VARIANT_BOOL* grant) override;
     HRESULT put_GrantByDefault(VARIANT_BOOL grant) override;
@@ -40,21 +42,7 @@ private:
     Variant domainDeny_;
 };
 
-/// One of the four lists of the access rules.
-struct IpSecurityList {
-    std::string_view name;
-    HRESULT (IISIPSecurity::*get)(VARIANT*);
-    HRESULT (IISIPSecurity::*put)(const VARIANT&);
-};
-
-constexpr IpSecurityList ipSecurityLists[] = {
-    {"IPGrant", &IISIPSecurity::get_IPGrant, &IISIPSecurity::put_IPGrant},
-    {"IPDeny", &IISIPSecurity::get_IPDeny, &IISIPSecurity::put_IPDeny},
-    {"DomainGrant", &IISIPSecurity::get_DomainGrant, &IISIPSecurity::put_DomainGrant},
-    {"DomainDeny", &IISIPSecurity::get_DomainDeny, &IISIPSecurity::put_DomainDeny},
-};
-
-/// The provider's own view of an opaque object.
+/// The interface of an opaque object, for the formatting of its value only.
 struct IOpaque : IDispatch {
     static constexpr IID iid{0x5B6F0B11, 0x2C4E, 0x4D7A, {0x9A, 0x11, 0x3E, 0x70, 0x5C, 0x62, 0x8D, 0x01}};
 
@@ -64,9 +52,10 @@ protected:
     ~IOpaque() = default;
 };
 
-class Opaque final : public NamelessObject<IOpaque> {
+/// An object of which the metabase keeps a text and offers nothing else.
+class OpaqueObject final : public NamelessObject<IOpaque> {
 public:
-    explicit Opaque(Bstr text) : text_(std::move(text)) {}
+    explicit OpaqueObject(Bstr text) : text_(std::move(text)) {}
 
     HRESULT get_Text(BSTR* text) override;
 
@@ -74,12 +63,7 @@ private:
     Bstr text_;
 };
 
-class PropertyAttribute final : public NamelessObject<IISPropertyAttribute> {
-public:
-    explicit PropertyAttribute(bool inherited) : inherited_(inherited ? VARIANT_TRUE : VARIANT_FALSE) {}
+} // namespace metabase
 
-    HRESULT get_Isinherited(VARIANT_BOOL* inherited) override;
-
-private:
-    VARIANT_BOOL inherited_;
-};
+// Former names, which the tests still use.
+using MimeType = metabase::MimeTypeObject;

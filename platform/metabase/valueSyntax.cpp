@@ -1,55 +1,228 @@
 #include "valueSyntax.h"
 
-#include "automation/safearray.h"
 #include "automation/scalarText.h"
-#include "automation/utf8.h"
+#include "automation/variantArray.h"
 #include "valueObjects.h"
 
 #include <algorithm>
 
+namespace metabase {
+
 namespace {
 
-constexpr TypeWord words[] = {
+/// A type whose values are written as its word, a colon and the text of the scalar.
+struct ScalarType {
+    std::string_view word;
+    VARTYPE type;
+};
+constexpr ScalarType scalarTypes[] = {
     {"i1", VT_I1},           {"i2", VT_I2},     {"i8", VT_I8},       {"int", VT_INT},
     {"ui1", VT_UI1},         {"ui2", VT_UI2},   {"ui4", VT_UI4},     {"ui8", VT_UI8},
     {"uint", VT_UINT},       {"r4", VT_R4},     {"r8", VT_R8},       {"cy", VT_CY},
     {"decimal", VT_DECIMAL}, {"date", VT_DATE}, {"error", VT_ERROR}, {"hresult", VT_HRESULT},
 };
 
-constexpr std::string_view bareTypes[] = {"string", "i4", "bool", "bytes"};
+/// The words of the other types of plain form.
+constexpr std::string_view otherTypes[] = {"string", "i4", "bool", "bytes"};
 
-constexpr HRESULT unwritable = E_ADS_CANT_CONVERT_DATATYPE;
-
-void writeHex(std::string& out, unsigned value, int digits) {
-    for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
-        out.push_back("0123456789ABCDEF"[value >> shift & 0xF]);
-}
-
-void appendUtf8(std::string& out, char32_t character) {
-    char bytes[utf8::maxBytesOfCharacter];
-    out.append(bytes, utf8::encode(character, bytes));
-}
-
-bool needsEscape(char32_t c) {
-    return c < 0x20 || (c >= 0x7F && c < 0xA0) || c == 0x2028 || c == 0x2029 || c == 0xFEFF || c >= 0xFFFE;
-}
-
-/// A walk over the elements of a one-dimensional array of VARIANTs, in place.
-struct Elements {
-    const VARIANT* begin = nullptr;
-    std::size_t count = 0;
-
-    bool of(const VARIANT& value) {
-        if (value.vt != (VT_ARRAY | VT_VARIANT) || SafeArrayGetDim(value.parray) != 1) return false;
-        begin = static_cast<const VARIANT*>(value.parray->pvData);
-        count = value.parray->rgsabound[0].cElements;
-        return true;
-    }
+/// One of the four lists of the access rules, in the order in which they are written.
+struct IpSecurityList {
+    std::string_view name;
+    HRESULT (IISIPSecurity::*get)(VARIANT*);
+    HRESULT (IISIPSecurity::*put)(const VARIANT&);
+};
+constexpr IpSecurityList ipSecurityLists[] = {
+    {"IPGrant", &IISIPSecurity::get_IPGrant, &IISIPSecurity::put_IPGrant},
+    {"IPDeny", &IISIPSecurity::get_IPDeny, &IISIPSecurity::put_IPDeny},
+    {"DomainGrant", &IISIPSecurity::get_DomainGrant, &IISIPSecurity::put_DomainGrant},
+    {"DomainDeny", &IISIPSecurity::get_DomainDeny, &IISIPSecurity::put_DomainDeny},
 };
 
-HRESULT writeScalar(std::string& out, const VARIANT& value) {
+// ---- Parsing
+
+/// Parses values. Each method makes the value that its name says, or, without an `out`, only checks its text.
+class ValueParser {
+public:
+    explicit ValueParser(Lexer& lexer) : lexer_(lexer) {}
+
+    bool value(ValueForm form, Variant* out);
+
+private:
+    bool string(Bstr* out);
+    bool scalar(Variant* out);
+    bool scalarWord(Variant* out);
+    bool bytes(std::string_view digits, Variant* out);
+    bool list(Variant* out);
+    bool mimeMap(Variant* out);
+    bool ipSecurity(Variant* out);
+    bool opaque(Variant* out);
+    bool head(std::string_view word);
+    template <class Item> bool items(char close, Item item);
+
+    Lexer& lexer_;
+};
+
+bool ValueParser::string(Bstr* out) {
+    StringToken token{};
+    if (!lexer_.stringToken(token)) return false;
+    if (out == nullptr) return true;
+    *out = Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(token.units)));
+    decodeString(token, out->get());
+    return true;
+}
+
+bool ValueParser::scalar(Variant* out) {
+    if (!lexer_.nextIs('"')) return scalarWord(out);
+    if (out == nullptr) return string(nullptr);
+    Bstr text;
+    if (!string(&text)) return false;
+    *out = Variant::ofString(std::move(text));
+    return true;
+}
+
+/// A scalar other than a string: TYPE:TEXT, or a text whose type has no word.
+bool ValueParser::scalarWord(Variant* out) {
+    const std::string_view token = lexer_.word();
+    const std::size_t colon = token.find(':');
+    const bool hasType = colon != std::string_view::npos;
+    const std::string_view type = token.substr(0, hasType ? colon : 0);
+    const std::string_view text = token.substr(hasType ? colon + 1 : 0);
+    if (type == "bytes") return bytes(text, out);
+
+    VARIANT value{};
+    HRESULT status = DISP_E_TYPEMISMATCH;
+    if (type == "bool") {
+        status = parseScalar(text, VT_I2, value);
+        value.vt = VT_BOOL;
+    } else if (hasType) {
+        const auto* found = std::ranges::find(scalarTypes, type, &ScalarType::word);
+        if (found != std::end(scalarTypes)) status = parseScalar(text, found->type, value);
+    } else if (text == "true" || text == "false") {
+        status = parseScalar(text, VT_BOOL, value);
+    } else if (text == "empty" || text == "null") {
+        status = S_OK;
+        value.vt = text == "empty" ? VT_EMPTY : VT_NULL;
+    } else {
+        status = parseScalar(text, VT_I4, value);
+    }
+    if (status == DISP_E_OVERFLOW) return lexer_.fail("a number out of its type's range");
+    if (status < 0) return lexer_.fail("expected a value");
+    if (out != nullptr) *out = Variant::adopt(value);
+    return true;
+}
+
+bool ValueParser::bytes(std::string_view digits, Variant* out) {
+    const auto valueOf = [](char c) { return hexDigitValue(static_cast<unsigned char>(c)); };
+    if (digits.size() % 2 != 0 ||
+        !std::ranges::all_of(digits, [&](char c) { return valueOf(c) != noHexDigit; })) {
+        return lexer_.fail("bytes are pairs of hexadecimal digits");
+    }
+    if (out == nullptr) return true;
+    const SAFEARRAYBOUND bound{static_cast<ULONG>(digits.size() / 2), 0};
+    VARIANT value{};
+    value.vt = VT_ARRAY | VT_UI1;
+    value.parray = SafeArrayCreate(VT_UI1, 1, &bound);
+    auto* data = static_cast<BYTE*>(value.parray->pvData);
+    for (std::size_t i = 0; i < digits.size(); i += 2)
+        *data++ = static_cast<BYTE>(valueOf(digits[i]) << 4 | valueOf(digits[i + 1]));
+    *out = Variant::adopt(value);
+    return true;
+}
+
+/// Items with commas between them, up to the closing bracket.
+template <class Item> bool ValueParser::items(char close, Item item) {
+    if (lexer_.optionalSymbol(close)) return true;
+    do {
+        if (!item()) return false;
+    } while (lexer_.optionalSymbol(','));
+    return lexer_.symbol(close);
+}
+
+bool ValueParser::list(Variant* out) {
+    if (!lexer_.symbol('[')) return false;
+    if (out == nullptr) return items(']', [this] { return scalar(nullptr); });
+    std::vector<Variant> elements;
+    if (!items(']', [&] { return scalar(&elements.emplace_back()); })) return false;
+    *out = arrayOf(std::move(elements));
+    return true;
+}
+
+/// The word and the bracket at the beginning of an object.
+bool ValueParser::head(std::string_view word) {
+    if (lexer_.word() != word)
+        return lexer_.fail("expected " + std::string(word) + "(, the form of this property's values");
+    return lexer_.symbol('(');
+}
+
+bool ValueParser::mimeMap(Variant* out) {
+    if (!head("mime")) return false;
+    if (out == nullptr) return items(')', [this] { return string(nullptr) && string(nullptr); });
+    std::vector<Variant> entries;
+    const auto entry = [&] {
+        Bstr extension;
+        Bstr type;
+        if (!string(&extension) || !string(&type)) return false;
+        entries.push_back(
+            Variant::ofDispatch(makeObject<MimeTypeObject>(std::move(extension), std::move(type))));
+        return true;
+    };
+    if (!items(')', entry)) return false;
+    *out = arrayOf(std::move(entries));
+    return true;
+}
+
+bool ValueParser::ipSecurity(Variant* out) {
+    if (!head("ipsec")) return false;
+    const auto rules = makeObject<IpSecurityObject>();
+
+    Variant grant;
+    if (lexer_.word() != "GrantByDefault") return lexer_.fail("expected GrantByDefault");
+    if (!scalar(&grant)) return false;
+    if (grant.type() != VT_BOOL) return lexer_.fail("GrantByDefault is true or false");
+    rules->put_GrantByDefault(grant->boolVal);
+    for (const IpSecurityList& part : ipSecurityLists) {
+        Variant values;
+        if (!lexer_.symbol(',')) return false;
+        if (lexer_.word() != part.name) return lexer_.fail("expected " + std::string(part.name));
+        if (!list(&values)) return false;
+        (rules.get()->*part.put)(values.get());
+    }
+    if (!lexer_.symbol(')')) return false;
+    if (out != nullptr) *out = Variant::ofDispatch(rules);
+    return true;
+}
+
+bool ValueParser::opaque(Variant* out) {
+    Bstr text;
+    if (!head("opaque") || !string(&text) || !lexer_.symbol(')')) return false;
+    if (out != nullptr) *out = Variant::ofDispatch(makeObject<OpaqueObject>(std::move(text)));
+    return true;
+}
+
+bool ValueParser::value(ValueForm form, Variant* out) {
+    switch (form) {
+    case ValueForm::mimeMap: return mimeMap(out);
+    case ValueForm::ipSecurity: return ipSecurity(out);
+    case ValueForm::opaque: return opaque(out);
+    case ValueForm::plain: break;
+    }
+    if (lexer_.nextIs('[')) return list(out);
+    if (out == nullptr) return scalar(nullptr);
+    Variant element;
+    if (!scalar(&element)) return false;
+    SafeArray array(1);
+    array[0] = element.detach();
+    *out = Variant::ofArray(array.detach());
+    return true;
+}
+
+// ---- Formatting
+
+constexpr HRESULT cannotConvert = E_ADS_CANT_CONVERT_DATATYPE;
+
+HRESULT appendScalar(std::string& out, const VARIANT& value) {
     if (value.vt == VT_BSTR) {
-        writeString(out, view(value.bstrVal));
+        formatString(out, view(value.bstrVal));
         return S_OK;
     }
     if (value.vt == VT_EMPTY || value.vt == VT_NULL) {
@@ -59,147 +232,126 @@ HRESULT writeScalar(std::string& out, const VARIANT& value) {
     if (value.vt == (VT_ARRAY | VT_UI1) && SafeArrayGetDim(value.parray) == 1) {
         out += "bytes:";
         const auto* bytes = static_cast<const BYTE*>(value.parray->pvData);
-        for (ULONG i = 0; i < value.parray->rgsabound[0].cElements; ++i) writeHex(out, bytes[i], 2);
+        for (ULONG i = 0; i < value.parray->rgsabound[0].cElements; ++i) formatHex(out, bytes[i], 2);
         return S_OK;
     }
     if (value.vt == VT_BOOL && value.boolVal != VARIANT_TRUE && value.boolVal != VARIANT_FALSE) {
         out += "bool:" + std::to_string(value.boolVal);
         return S_OK;
     }
-    if (!isScalar(value.vt)) return unwritable;
-    const auto* word = std::ranges::find(words, value.vt, &TypeWord::type);
-    if (word != std::end(words)) out.append(word->word).push_back(':');
+    if (!isScalar(value.vt)) return cannotConvert;
+    const auto* found = std::ranges::find(scalarTypes, value.vt, &ScalarType::type);
+    if (found != std::end(scalarTypes)) out.append(found->word).push_back(':');
     char buffer[scalarTextSize];
     const std::string_view text = formatScalar(value, buffer);
     out += text;
-    return text.empty() ? unwritable : S_OK;
+    return text.empty() ? cannotConvert : S_OK;
 }
 
-/// Writes `elements` between two brackets, with commas.
-template <class Write>
-HRESULT writeItems(std::string& out, char open, const Elements& elements, char close, Write write) {
+/// Appends `elements` between two brackets, with commas.
+template <class Append>
+HRESULT appendItems(std::string& out, char open, std::span<const VARIANT> elements, char close,
+                    Append append) {
     out.push_back(open);
-    for (std::size_t i = 0; i < elements.count; ++i) {
-        if (i > 0) out += ", ";
-        if (HRESULT status = write(elements.begin[i]); status < 0) return status;
+    std::string_view separator;
+    for (const VARIANT& element : elements) {
+        out += std::exchange(separator, ", ");
+        if (HRESULT status = append(out, element); status < 0) return status;
     }
     out.push_back(close);
     return S_OK;
 }
 
-HRESULT writeList(std::string& out, const VARIANT& value) {
-    Elements elements;
-    if (!elements.of(value)) return unwritable;
-    return writeItems(out, '[', elements, ']',
-                      [&out](const VARIANT& item) { return writeScalar(out, item); });
+HRESULT appendList(std::string& out, const VARIANT& value) {
+    const auto elements = elementsOf(value);
+    return elements ? appendItems(out, '[', *elements, ']', appendScalar) : cannotConvert;
 }
 
-/// The object in a value, as Interface; also where it is the only element of an array.
-template <class Interface> HRESULT objectOf(const VARIANT& value, ComPtr<Interface>& object) {
-    Elements elements;
-    const VARIANT* single = elements.of(value) && elements.count == 1 ? elements.begin : &value;
-    if (single->vt != VT_DISPATCH || single->pdispVal == nullptr) return unwritable;
-    return query(*single->pdispVal, object) < 0 ? unwritable : S_OK;
+/// The object in a value, or in the only element of an array, as Interface.
+template <class Interface> HRESULT objectIn(const VARIANT& value, ComPtr<Interface>& object) {
+    const auto elements = elementsOf(value);
+    const VARIANT& single = elements && elements->size() == 1 ? elements->front() : value;
+    if (single.vt != VT_DISPATCH || single.pdispVal == nullptr) return cannotConvert;
+    return query(*single.pdispVal, object) < 0 ? cannotConvert : S_OK;
 }
 
-HRESULT writeMimeType(std::string& out, const VARIANT& entry) {
+HRESULT appendMimeType(std::string& out, const VARIANT& entry) {
     ComPtr<IISMimeType> mimeType;
-    if (HRESULT status = objectOf(entry, mimeType); status < 0) return status;
+    if (HRESULT status = objectIn(entry, mimeType); status < 0) return status;
     Bstr extension;
     if (HRESULT status = mimeType->get_Extension(extension.out()); status < 0) return status;
     Bstr type;
     if (HRESULT status = mimeType->get_MimeType(type.out()); status < 0) return status;
-    writeString(out, view(extension));
+    formatString(out, view(extension));
     out.push_back(' ');
-    writeString(out, view(type));
+    formatString(out, view(type));
     return S_OK;
 }
 
-HRESULT writeMimeMap(std::string& out, const VARIANT& value) {
-    Elements elements;
-    if (!elements.of(value)) return unwritable;
+HRESULT appendMimeMap(std::string& out, const VARIANT& value) {
+    const auto elements = elementsOf(value);
+    if (!elements) return cannotConvert;
     out += "mime";
-    return writeItems(out, '(', elements, ')',
-                      [&out](const VARIANT& entry) { return writeMimeType(out, entry); });
+    return appendItems(out, '(', *elements, ')', appendMimeType);
 }
 
-HRESULT writeIpSecurity(std::string& out, const VARIANT& value) {
+HRESULT appendIpSecurity(std::string& out, const VARIANT& value) {
     ComPtr<IISIPSecurity> rules;
-    if (HRESULT status = objectOf(value, rules); status < 0) return status;
+    if (HRESULT status = objectIn(value, rules); status < 0) return status;
     VARIANT grant{};
     grant.vt = VT_BOOL;
     if (HRESULT status = rules->get_GrantByDefault(&grant.boolVal); status < 0) return status;
     out += "ipsec(GrantByDefault ";
-    if (HRESULT status = writeScalar(out, grant); status < 0) return status;
+    if (HRESULT status = appendScalar(out, grant); status < 0) return status;
 
     for (const IpSecurityList& part : ipSecurityLists) {
         Variant list;
         if (HRESULT status = (rules.get()->*part.get)(list.out()); status < 0) return status;
         out.append(", ").append(part.name).push_back(' ');
-        if (HRESULT status = writeList(out, list.get()); status < 0) return status;
+        if (HRESULT status = appendList(out, list.get()); status < 0) return status;
     }
     out.push_back(')');
     return S_OK;
 }
 
-HRESULT writeOpaque(std::string& out, const VARIANT& value) {
+HRESULT appendOpaque(std::string& out, const VARIANT& value) {
     ComPtr<IOpaque> object;
-    if (HRESULT status = objectOf(value, object); status < 0) return status;
+    if (HRESULT status = objectIn(value, object); status < 0) return status;
     Bstr text;
     if (HRESULT status = object->get_Text(text.out()); status < 0) return status;
     out += "opaque(";
-    writeString(out, view(text));
+    formatString(out, view(text));
     out.push_back(')');
     return S_OK;
 }
 
 } // namespace
 
-std::span<const TypeWord> typeWords() { return words; }
-
-bool findForm(std::string_view word, ValueForm& form) {
-    form = word == "mime"     ? ValueForm::mimeMap
-           : word == "ipsec"  ? ValueForm::ipSecurity
-           : word == "opaque" ? ValueForm::opaque
-                              : ValueForm::plain;
-    return form != ValueForm::plain || std::ranges::find(bareTypes, word) != std::end(bareTypes) ||
-           std::ranges::find(words, word, &TypeWord::word) != std::end(words);
+std::optional<ValueForm> formOfType(std::string_view typeWord) {
+    if (typeWord == "mime") return ValueForm::mimeMap;
+    if (typeWord == "ipsec") return ValueForm::ipSecurity;
+    if (typeWord == "opaque") return ValueForm::opaque;
+    const bool isPlain = std::ranges::find(otherTypes, typeWord) != std::end(otherTypes) ||
+                         std::ranges::find(scalarTypes, typeWord, &ScalarType::word) != std::end(scalarTypes);
+    return isPlain ? std::optional(ValueForm::plain) : std::nullopt;
 }
 
-void writeName(std::string& out, std::u16string_view name) {
-    if (!isBareName(name)) return writeString(out, name);
-    for (const char16_t unit : name) out.push_back(static_cast<char>(unit));
+bool parseValue(Lexer& lexer, ValueForm form, Variant& value) {
+    return ValueParser(lexer).value(form, &value);
 }
 
-void writeString(std::string& out, std::u16string_view text) {
-    out.push_back('"');
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char16_t unit = text[i];
-        if (unit >= 0x20 && unit < 0x7F && unit != u'"' && unit != u'\\') {
-            out.push_back(static_cast<char>(unit));
-        } else if (unit == u'"' || unit == u'\\') {
-            out.push_back('\\');
-            out.push_back(static_cast<char>(unit));
-        } else if (unit == u'\n' || unit == u'\r' || unit == u'\t') {
-            out.push_back('\\');
-            out.push_back(unit == u'\n' ? 'n' : unit == u'\r' ? 'r' : 't');
-        } else if (isHighHalf(unit) && i + 1 < text.size() && isLowHalf(text[i + 1])) {
-            appendUtf8(out, characterOf(unit, text[++i]));
-        } else if (isHighHalf(unit) || isLowHalf(unit) || needsEscape(unit)) {
-            out += "\\u";
-            writeHex(out, unit, 4);
-        } else {
-            appendUtf8(out, unit);
-        }
+bool checkValue(Lexer& lexer, ValueForm form) { return ValueParser(lexer).value(form, nullptr); }
+
+HRESULT formatValue(std::string& out, ValueForm form, const VARIANT& value) {
+    switch (form) {
+    case ValueForm::mimeMap: return appendMimeMap(out, value);
+    case ValueForm::ipSecurity: return appendIpSecurity(out, value);
+    case ValueForm::opaque: return appendOpaque(out, value);
+    case ValueForm::plain: break;
     }
-    out.push_back('"');
+    const auto elements = elementsOf(value);
+    if (!elements) return appendScalar(out, value);
+    return elements->size() == 1 ? appendScalar(out, elements->front()) : appendList(out, value);
 }
 
-HRESULT writeValue(std::string& out, ValueForm form, const VARIANT& value) {
-    if (form == ValueForm::mimeMap) return writeMimeMap(out, value);
-    if (form == ValueForm::ipSecurity) return writeIpSecurity(out, value);
-    if (form == ValueForm::opaque) return writeOpaque(out, value);
-    Elements elements;
-    if (!elements.of(value)) return writeScalar(out, value);
-    return elements.count == 1 ? writeScalar(out, *elements.begin) : writeList(out, value);
-}
+} // namespace metabase

@@ -1,25 +1,35 @@
-// Values as the metabase file writes them.
+// Values in the syntax of the metabase file: parsed and formatted.
 #pragma once
 
+#include "automation/variant.h"
 #include "lexer.h"
+#include "valueForm.h"
 
-#include <span>
+#include <optional>
 
-/// The word that stands ahead of a value's text, and ahead of the text of its property's type.
-struct TypeWord {
-    std::string_view word;
-    VARTYPE type;
+namespace metabase {
+
+/// The form of the values of a property whose type is `typeWord`; std::nullopt for a word that isn't a type.
+std::optional<ValueForm> formOfType(std::string_view typeWord);
+
+/// Parses a property's value, as IADs::GetEx returns it. False, with the lexer's error set, for other text.
+bool parseValue(Lexer& lexer, ValueForm form, Variant& value);
+
+/// The same without making the value.
+bool checkValue(Lexer& lexer, ValueForm form);
+
+/// Appends the text of a value that IADs::Put takes. E_ADS_CANT_CONVERT_DATATYPE for a value without a text
+/// in this form.
+HRESULT formatValue(std::string& out, ValueForm form, const VARIANT& value);
+
+} // namespace metabase
+
+// Former names, which the tests still use.
+using metabase::ValueForm;
+struct LineReader : metabase::Lexer {
+    using Lexer::Lexer;
+    bool value(ValueForm form, Variant* out) { return metabase::parseValue(*this, form, *out); }
 };
-
-/// The types whose values are written as a word, a colon and the value's text.
-std::span<const TypeWord> typeWords();
-
-/// How the values of a property of the type `word` are written; false for a word that is no type.
-bool findForm(std::string_view word, ValueForm& form);
-
-/// Appends a name as bare as it may be, or a string in quotes.
-void writeName(std::string& out, std::u16string_view name);
-void writeString(std::string& out, std::u16string_view text);
-
-/// Appends a value, given as to IADs::Put. E_ADS_CANT_CONVERT_DATATYPE for one that has no text in this form.
-HRESULT writeValue(std::string& out, ValueForm form, const VARIANT& value);
+inline HRESULT writeValue(std::string& out, ValueForm form, const VARIANT& value) {
+    return metabase::formatValue(out, form, value);
+}

@@ -1,5 +1,6 @@
 #include "os/file.h"
 
+#include "os/fileState.h"
 #include "os/reservedFile.h"
 #include "os/transfer.h"
 
@@ -22,8 +23,8 @@ int closedWith(int descriptor, int reason) {
 int openForWriting(const char* path) {
     const int descriptor = openUnreserved(path);
     if (descriptor < 0) return descriptor;
-    struct stat opened {};
-    const bool isRegular = ::fstat(descriptor, &opened) == 0 && S_ISREG(opened.st_mode);
+    const std::optional<FileState> opened = FileState::of(descriptor);
+    const bool isRegular = opened && opened->isRegular;
     if (!isRegular || ::ftruncate(descriptor, 0) == 0) return descriptor;
     return closedWith(descriptor, errno);
 }

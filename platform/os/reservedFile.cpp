@@ -1,10 +1,11 @@
 #include "os/reservedFile.h"
 
+#include "os/fileReplacement.h"
+#include "os/fileState.h"
+
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -22,22 +23,17 @@ ReservedFile::ReservedFile(std::string path) : path_(std::move(path)) { reserved
 
 ReservedFile::~ReservedFile() { std::erase(reservedFiles(), this); }
 
-bool ReservedFile::exists() const {
-    struct stat info {};
-    return ::stat(path_.c_str(), &info) == 0;
-}
+bool ReservedFile::exists() const { return FileState::of(path_.c_str()).has_value(); }
 
 bool ReservedFile::isOpenAs(int descriptor) const {
-    struct stat reserved {};
-    struct stat opened {};
-    return ::stat(path_.c_str(), &reserved) == 0 && ::fstat(descriptor, &opened) == 0 &&
-           reserved.st_dev == opened.st_dev && reserved.st_ino == opened.st_ino;
+    const std::optional<FileState> reserved = FileState::of(path_.c_str());
+    const std::optional<FileState> opened = reserved ? FileState::of(descriptor) : std::nullopt;
+    return opened && opened->device == reserved->device && opened->inode == reserved->inode;
 }
 
 void ReservedFile::remove() const {
-    char* real = ::realpath(path_.c_str(), nullptr);
-    if (real != nullptr) ::unlink(real);
-    std::free(real);
+    const std::string real = realPathOf(path_.c_str());
+    if (!real.empty()) ::unlink(real.c_str());
 }
 
 int openUnreserved(const char* path) {

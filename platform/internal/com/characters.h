@@ -1,4 +1,4 @@
-// Single characters: bytes widened to 16-bit units, and hexadecimal digits.
+// Single characters: bytes widened to 16-bit units, hexadecimal digits, control characters.
 #pragma once
 
 #include <algorithm>
@@ -19,4 +19,9 @@ constexpr unsigned hexDigitValue(char16_t unit) {
     if (unit >= u'0' && unit <= u'9') return unit - u'0';
     const unsigned lower = unit | 0x20u;
     return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : noHexDigit;
+}
+
+/// Whether a character is a control character of ASCII or of its extension to 0x9F.
+constexpr bool isControl(char32_t character) {
+    return character < 0x20 || (character >= 0x7F && character < 0xA0);
 }
