@@ -8,6 +8,6 @@
 void installPlatform() {
     memory::keepFreedBlocks();
     prepareStreams();
-    registerDomDocument();
+    xml::registerDocumentClass();
     metabase::registerIisProvider();
 }

@@ -1,4 +1,4 @@
-// Tree: the nodes of a parsed document, in document order, in one array.
+// The tree of a parsed document: its nodes in one array, in document order.
 #pragma once
 
 #include "nameTable.h"
@@ -8,7 +8,7 @@ namespace xml {
 
 using NodeIndex = std::uint32_t;
 
-/// A blank is white space that is all the text of an element without child elements: text, but no child.
+/// A blank is white space that is the whole content of an element: part of its text, but no child.
 enum class NodeKind : std::uint32_t {
     document,
     element,
@@ -20,50 +20,54 @@ enum class NodeKind : std::uint32_t {
     blank
 };
 
-/// Each name takes more than four units of the document, so that the numbers of all of them fit into 29 bits.
-struct Node {
-    Node(NodeKind nodeKind, NameTable::Number nameNumber, std::uint32_t linked)
+/// One node. 29 bits are enough for the number of a name: each name has more than four units of the document.
+struct NodeRecord {
+    NodeRecord(NodeKind nodeKind, NameTable::Number nameNumber, std::uint32_t linked)
         : kind(nodeKind), name(nameNumber & 0x1FFFFFFF), link(linked) {}
 
     NodeKind kind : 3;
-    /// Elements, attributes and instructions: their name's number.
+    /// The number of the name of an element, an attribute or an instruction.
     NameTable::Number name : 29;
-    /// Documents and elements: the index behind their last descendant. Others: where their text begins.
+    /// For a document or an element the index after its last descendant, for any other node the start of its
+    /// text.
     std::uint32_t link;
 };
 
-/// An element is followed by its attributes, then by its children, each with all that lies below it. What is
-/// below a node is therefore one range of the array, and no walk needs a recursion. Node 0 is the document.
-struct Tree {
-    Pool<Node> nodes;
-    /// The text of every node that has one, in UTF-8, with a 0 behind each.
+/// After an element come its attributes, then its children, each with all that is below it. The nodes below a
+/// node are therefore one range of the array, and no walk needs a recursion. Node 0 is the document.
+struct DocumentTree {
+    Pool<NodeRecord> nodes;
+    /// The text of every node that has one, in UTF-8, each ended by a 0.
     Pool<char> text;
     NameTable names;
 
-    bool isParent(NodeIndex node) const { return nodes[node].kind <= NodeKind::element; }
+    /// Whether nodes can be below this one; all others have a text of their own.
+    bool isParent(NodeIndex node) const {
+        return nodes[node].kind == NodeKind::document || nodes[node].kind == NodeKind::element;
+    }
     bool isElement(NodeIndex node, NameTable::Number tag) const {
         return nodes[node].kind == NodeKind::element && nodes[node].name == tag;
     }
-    /// The index behind a node and all that lies below it.
-    NodeIndex behind(NodeIndex node) const { return isParent(node) ? nodes[node].link : node + 1; }
-    /// The children of a node are those from firstChild by nextChild up to behind(parent).
-    NodeIndex firstChild(NodeIndex parent) const { return childFrom(parent + 1, behind(parent)); }
+    /// The index after a node and all that is below it.
+    NodeIndex subtreeEnd(NodeIndex node) const { return isParent(node) ? nodes[node].link : node + 1; }
+    /// The children of a node are firstChild, nextChild of that, and so on, up to subtreeEnd(parent).
+    NodeIndex firstChild(NodeIndex parent) const { return childFrom(parent + 1, subtreeEnd(parent)); }
     NodeIndex nextChild(NodeIndex child, NodeIndex parentEnd) const {
-        return childFrom(behind(child), parentEnd);
+        return childFrom(subtreeEnd(child), parentEnd);
     }
-    /// The attributes of an element are the nodes from the one behind it up to this one.
+    /// The attributes of an element are the nodes from element + 1 up to this index.
     NodeIndex attributesEnd(NodeIndex element) const;
-    /// The attribute of an element by its name; 0, which is no attribute, if it has none.
+    /// The attribute of an element by its name; 0, which is no attribute, if there is none.
     NodeIndex findAttribute(NodeIndex element, std::u16string_view name) const;
 
     std::u16string_view nameOf(NodeIndex node) const { return names[nodes[node].name]; }
-    /// What a node that is no parent holds.
+    /// The text of a node that isn't a parent.
     std::string_view textOf(NodeIndex node) const { return &text[nodes[node].link]; }
-    /// The node that holds all the text below a node; 0 if there are none or several.
+    /// The node that has all the text below a node; 0 if no node or several have it.
     NodeIndex onlyTextBelow(NodeIndex node) const;
     /// Calls `visit` with each piece of the text below a node.
     template <class Visit> void visitTextBelow(NodeIndex node, Visit visit) const {
-        for (NodeIndex at = node + 1; at < behind(node); ++at) {
+        for (NodeIndex at = node + 1; at < subtreeEnd(node); ++at) {
             if (countsAsText(nodes[at].kind)) visit(textOf(at));
         }
     }

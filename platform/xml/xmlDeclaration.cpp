@@ -23,27 +23,27 @@ bool isEncoding(std::u16string_view text) {
 
 bool isYesOrNo(std::u16string_view text) { return text == u"yes" || text == u"no"; }
 
-/// Says whether there was any.
-bool takeWhite(std::u16string_view& text) {
+/// Whether there was any.
+bool skipWhite(std::u16string_view& text) {
     const auto end = std::ranges::find_if_not(text, isWhite);
     const auto length = static_cast<std::size_t>(end - text.begin());
     text.remove_prefix(length);
     return length > 0;
 }
 
-bool take(std::u16string_view& text, std::u16string_view markup) {
+bool skip(std::u16string_view& text, std::u16string_view markup) {
     if (!text.starts_with(markup)) return false;
     text.remove_prefix(markup.size());
     return true;
 }
 
-/// Takes white space, a name, an equals sign and a value in quotes, all of them or nothing.
-bool takeDeclared(std::u16string_view& text, std::u16string_view name, bool (*isValid)(std::u16string_view)) {
+/// Removes white space, a name, an equals sign and a value in quotes: all of them or nothing.
+bool skipDeclared(std::u16string_view& text, std::u16string_view name, bool (*isValid)(std::u16string_view)) {
     std::u16string_view rest = text;
-    if (!takeWhite(rest) || !take(rest, name)) return false;
-    takeWhite(rest);
-    if (!take(rest, u"=")) return false;
-    takeWhite(rest);
+    if (!skipWhite(rest) || !skip(rest, name)) return false;
+    skipWhite(rest);
+    if (!skip(rest, u"=")) return false;
+    skipWhite(rest);
     if (!rest.starts_with(u'"') && !rest.starts_with(u'\'')) return false;
     const std::size_t length = rest.substr(1).find(rest.front());
     if (length == std::u16string_view::npos || !isValid(rest.substr(1, length))) return false;
@@ -53,15 +53,15 @@ bool takeDeclared(std::u16string_view& text, std::u16string_view name, bool (*is
 
 } // namespace
 
-bool takeXmlDeclaration(std::u16string_view& text) {
+bool skipXmlDeclaration(std::u16string_view& text) {
     std::u16string_view rest = text;
-    if (!take(rest, u"<?xml") || rest.empty() || !isWhite(rest.front())) return true;
-    if (!takeDeclared(rest, u"version", isVersion)) return false;
-    takeDeclared(rest, u"encoding", isEncoding);
-    takeDeclared(rest, u"standalone", isYesOrNo);
-    takeWhite(rest);
+    if (!skip(rest, u"<?xml") || rest.empty() || !isWhite(rest.front())) return true;
+    if (!skipDeclared(rest, u"version", isVersion)) return false;
+    skipDeclared(rest, u"encoding", isEncoding);
+    skipDeclared(rest, u"standalone", isYesOrNo);
+    skipWhite(rest);
     text = rest;
-    return take(text, u"?>");
+    return skip(text, u"?>");
 }
 
 } // namespace xml

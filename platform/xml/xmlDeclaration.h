@@ -5,8 +5,8 @@
 
 namespace xml {
 
-/// Takes the XML declaration off the front of a document, where there is one; false if it is malformed. What
-/// it declares changes nothing.
-bool takeXmlDeclaration(std::u16string_view& text);
+/// Removes the XML declaration from the beginning of a document, if there is one; false if it is malformed.
+/// The declared version, encoding and standalone have no effect.
+bool skipXmlDeclaration(std::u16string_view& text);
 
 } // namespace xml

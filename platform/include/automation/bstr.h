@@ -6,7 +6,6 @@
 #include "com/unknown.h"
 
 #include <cstring>
-#include <initializer_list>
 #include <string_view>
 #include <utility>
 
@@ -107,11 +106,3 @@ inline bool equal(std::u16string_view left, std::u16string_view right) {
 }
 /// The same for a BSTR; null equals the empty text.
 inline bool equal(BSTR left, std::u16string_view right) { return equal(view(left), right); }
-
-/// A place, below `slots`, for a name that isn't empty in a table of those that were looked up last: three of
-/// its units and its length tell most names of one schema or document apart, for less than a hash of it all.
-inline std::size_t slotOf(std::u16string_view name, std::size_t slots) {
-    std::size_t mixed = name.size();
-    for (const OLECHAR unit : {name.front(), name[name.size() / 2], name.back()}) mixed = 31 * mixed + unit;
-    return mixed % slots;
-}
