@@ -8,8 +8,8 @@ HRESULT ChildEnumerator::build(IADsContainer& container) {
 }
 
 HRESULT ChildEnumerator::next(Variant& child) {
-    constexpr int patience = 1000;
-    for (int tries = 0; tries < patience && !ended_; ++tries) {
+    constexpr int maxTries = 1000;
+    for (int tries = 0; tries < maxTries && !ended_; ++tries) {
         ULONG fetched = 0;
         const HRESULT status = ADsEnumerateNext(enumerator_, 1, child.out(), &fetched);
         if (status < 0) return status;

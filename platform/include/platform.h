@@ -1,6 +1,7 @@
-// What stands for the platform, as a whole.
+// The platform as a whole: its installation in the process.
 #pragma once
 
-/// Settles what the process does with freed memory, makes the standard streams safe to write to, and
-/// registers the classes and the provider that the program works with. Called once, ahead of everything else.
+/// Makes the process keep freed memory, makes the standard streams safe to write to, and registers the
+/// document class and the provider of the metabase. Must be called once, before any other call of the
+/// platform.
 void installPlatform();

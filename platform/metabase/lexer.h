@@ -20,7 +20,7 @@ struct StringToken {
 /// Decodes a string to token.units units at `out`.
 void decodeString(const StringToken& token, char16_t* out);
 
-/// A position in a line. Each call skips blanks, parses the token that its name says and moves to the token's
+/// A position in a line. Each call skips blanks, parses the token of its name and moves to the token's
 /// end. Where the token doesn't follow, it returns false and sets error(). The line must outlive the lexer.
 class Lexer {
 public:

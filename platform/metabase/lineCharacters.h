@@ -47,7 +47,7 @@ constexpr bool unitIsIn(char16_t unit, unsigned classes) {
     return unit < 0x80 && byteIsIn(static_cast<char>(unit), classes);
 }
 
-/// An escape of a string, a backslash and a letter, and the character that it stands for. Any other unit is
+/// An escape of a string, a backslash and a letter, and its character. Any other unit is
 /// escaped as \uXXXX.
 struct StringEscape {
     char letter;

@@ -40,7 +40,8 @@ constexpr IpSecurityList ipSecurityLists[] = {
 
 // ---- Parsing
 
-/// Parses values. Each method makes the value that its name says, or, without an `out`, only checks its text.
+/// Parses values. Each method makes the value of its name in `out`, or, if `out` is null, only checks its
+/// text.
 class ValueParser {
 public:
     explicit ValueParser(Lexer& lexer) : lexer_(lexer) {}

@@ -19,7 +19,7 @@ int closedWith(int descriptor, int reason) {
     return -1;
 }
 
-/// The file is emptied only once it is known that nobody has reserved it.
+/// The file is emptied only after the check that it is not reserved.
 int openForWriting(const char* path) {
     const int descriptor = openUnreserved(path);
     if (descriptor < 0) return descriptor;

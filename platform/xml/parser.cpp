@@ -26,7 +26,7 @@ bool isXmlTarget(std::u16string_view name) {
            (name[2] | 0x20) == u'l';
 }
 
-/// Parses the text in one pass. Each function parses the construct that its name says at the current
+/// Parses the text in one pass. Each function parses the construct of its name at the current
 /// position, and returns false if the document is not well-formed. The 0 after the text is part of no
 /// construct, so that no function moves beyond it.
 class Parser {

@@ -1,9 +1,9 @@
-// The walk over an object's children.
+// The enumeration of an object's children.
 #pragma once
 
 #include "directory/adsi.h"
 
-/// The one owner of an enumerator.
+/// Owns one enumerator, or none.
 class ChildEnumerator {
 public:
     ChildEnumerator() = default;
@@ -11,12 +11,13 @@ public:
     ChildEnumerator& operator=(const ChildEnumerator&) = delete;
     ~ChildEnumerator() { free(); }
 
-    /// Starts at the first child of a container; what was enumerated before is let go.
+    /// Frees the enumerator and builds one that starts at the first child of `container`. Statuses as of
+    /// ADsBuildEnumerator; a success without an enumerator is E_UNEXPECTED.
     HRESULT build(IADsContainer& container);
-    /// S_OK with the next child in `child`, S_FALSE when there are no more, or a failure: an enumerator that
-    /// gives nothing and doesn't end, a thousand times in a row, is E_UNEXPECTED.
+    /// Returns the next child in `child`: S_OK; S_FALSE if there are no more; or a failure of the enumerator.
+    /// One that returns no child and no end a thousand times in a row is E_UNEXPECTED.
     HRESULT next(Variant& child);
-    /// Lets the enumerator go ahead of the end of its owner, for who wants the status of that.
+    /// Frees the enumerator before the end of its owner, and returns the status of ADsFreeEnumerator.
     HRESULT free();
 
 private:

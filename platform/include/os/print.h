@@ -146,7 +146,7 @@ private:
 /// The byte of the same value for a unit below 256, a question mark for any other.
 constexpr char narrowed(char16_t unit) { return unit < 0x100 ? static_cast<char>(unit) : '?'; }
 
-/// The format of a print with the given arguments.
+/// The format of a print with arguments of these types.
 template <class... Args> using Format = printing::Format<std::type_identity_t<Args>...>;
 
 /// Prints to a stream. Conversions: %d (signed), %X (32 bits, capitals), %f, %s, and %S for a wide string,

@@ -26,8 +26,8 @@ bool read(const char*& at, const char* end, char32_t& character);
 /// The number of 16-bit units of a well-formed text.
 std::uint32_t countUnits(std::string_view text);
 
-/// Decodes a well-formed text to units at `out`, which must have room for countUnits of them. Returns the end
-/// of the units.
+/// Decodes a well-formed text to units at `out`, which must be large enough for countUnits of them. Returns
+/// the end of the units.
 char16_t* decode(std::string_view text, char16_t* out);
 
 /// A string of the units of a well-formed text.

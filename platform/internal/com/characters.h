@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <string_view>
 
-/// Writes each byte of `bytes` as the 16-bit unit of the same value to `out`, which must have room for them
-/// all. Returns the end of what it wrote.
+/// Writes each byte of `bytes` as the 16-bit unit of the same value to `out`, which must be large enough for
+/// them all. Returns the end of the units.
 inline char16_t* widen(std::string_view bytes, char16_t* out) {
     return std::transform(bytes.begin(), bytes.end(), out,
                           [](char c) { return static_cast<char16_t>(static_cast<unsigned char>(c)); });
