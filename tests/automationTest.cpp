@@ -20,9 +20,9 @@ Variant plain(VARTYPE type, std::uint64_t bits) { return Variant::adopt(ofType(t
 
 /// The value that a text in the metabase file's notation stands for.
 Variant read(const std::string& text) {
-    LineReader reader(text);
+    metabase::Lexer reader(text);
     Variant list;
-    EXPECT_TRUE(reader.value(ValueForm::plain, &list) && reader.atEnd()) << text;
+    EXPECT_TRUE(metabase::parseValue(reader, metabase::ValueForm::plain, list) && reader.atEnd()) << text;
     if (list->parray->rgsabound[0].cElements != 1) return list;
     return Variant::adopt(std::exchange(*static_cast<VARIANT*>(list->parray->pvData), {}));
 }
@@ -37,7 +37,7 @@ TEST(Values, becomeOtherTypesByTheirText) {
         const bool refused = test.contains("status");
         EXPECT_EQ(status, refused ? std::stoul(test["status"], nullptr, 16) : 0);
         std::string left;
-        EXPECT_EQ(writeValue(left, ValueForm::plain, value.get()), S_OK);
+        EXPECT_EQ(metabase::formatValue(left, metabase::ValueForm::plain, value.get()), S_OK);
         EXPECT_EQ(left, test[refused ? "value" : "gives"]);
     }
     VARIANT wide = ofType(VT_UI1, 0x100);

@@ -189,7 +189,8 @@ public:
     HRESULT CreateInstance(IUnknown*, const IID& wanted, void** out) override {
         *out = nullptr;
         return guard("IClassFactory::CreateInstance", [&] {
-            return makeObject<MimeTypeFront>(*makeObject<MimeType>())->QueryInterface(wanted, out);
+            return makeObject<MimeTypeFront>(*makeObject<metabase::MimeTypeObject>())
+                ->QueryInterface(wanted, out);
         });
     }
 };
@@ -217,7 +218,7 @@ bool isFault(std::string_view call) {
 void installFaults(const Faults& faults) {
     within = true;
     const auto front = makeObject<ProviderFront>();
-    front->inner_ = metabaseProvider();
+    front->inner_ = metabase::iisProvider();
     registerProvider(u"IIS:", *front);
     registerClass(CLSID_MimeMap, *makeObject<MimeMapFactory>());
     frontDocuments();

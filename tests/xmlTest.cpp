@@ -23,7 +23,7 @@ Text wide(const std::string& text) {
 }
 
 ComPtr<IXMLDOMDocument> newDocument() {
-    registerDomDocument();
+    xml::registerDocumentClass();
     CoInitializeEx(nullptr, 0);
     void* made = nullptr;
     EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument, nullptr, CLSCTX_ALL, IXMLDOMDocument::iid, &made), S_OK);
