@@ -1,7 +1,7 @@
 // Loads a backup file into a document, and does nothing else: loadBackup FILE
 
-#include "platform/com/runtime.h"
-#include "platform/platform.h"
+#include "com/runtime.h"
+#include "platform.h"
 #include "src/xmlUtils.h"
 
 int main(int argc, char** argv) {

@@ -1,6 +1,6 @@
-#include "src/dispUtils.h"
+#include "dispUtils.h"
 
-#include "platform/com/text.h"
+#include "com/text.h"
 
 #include <algorithm>
 #include <array>

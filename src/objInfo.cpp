@@ -1,6 +1,6 @@
-#include "src/objInfo.h"
+#include "objInfo.h"
 
-#include "src/childWalk.h"
+#include "childWalk.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "src/propDefault.h"
+#include "propDefault.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "src/propIPSec.h"
+#include "propIPSec.h"
 
-#include "platform/metabase/iis.h"
-#include "src/dispUtils.h"
-#include "src/propDefault.h"
+#include "directory/iis.h"
+#include "dispUtils.h"
+#include "propDefault.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "src/propInfo.h"
+#include "propInfo.h"
 
-#include "src/dispUtils.h"
-#include "src/propDefault.h"
-#include "src/propIPSec.h"
-#include "src/propMimeMap.h"
-#include "src/xmlUtils.h"
+#include "dispUtils.h"
+#include "propDefault.h"
+#include "propIPSec.h"
+#include "propMimeMap.h"
+#include "xmlUtils.h"
 
 #include <algorithm>
 #include <span>

@@ -1,10 +1,10 @@
-#include "src/propMimeMap.h"
+#include "propMimeMap.h"
 
-#include "platform/com/runtime.h"
-#include "platform/metabase/iis.h"
-#include "src/dispUtils.h"
-#include "src/pairing.h"
-#include "src/xmlUtils.h"
+#include "com/runtime.h"
+#include "directory/iis.h"
+#include "dispUtils.h"
+#include "pairing.h"
+#include "xmlUtils.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "src/restoreObj.h"
+#include "restoreObj.h"
 
-#include "src/childWalk.h"
-#include "src/objInfo.h"
-#include "src/restore.h"
-#include "src/xmlUtils.h"
+#include "childWalk.h"
+#include "objInfo.h"
+#include "restore.h"
+#include "xmlUtils.h"
 
 #include <algorithm>
 #include <span>

@@ -1,8 +1,8 @@
-#include "src/restoreProp.h"
+#include "restoreProp.h"
 
-#include "src/pairing.h"
-#include "src/schemaCache.h"
-#include "src/xmlUtils.h"
+#include "pairing.h"
+#include "schemaCache.h"
+#include "xmlUtils.h"
 
 #include <vector>
 

@@ -1,11 +1,11 @@
-#include "src/skeinKeep.h"
+#include "skeinKeep.h"
 
-#include "platform/com/runtime.h"
-#include "platform/com/text.h"
-#include "src/backup.h"
-#include "src/dispUtils.h"
-#include "src/restore.h"
-#include "src/schemaCache.h"
+#include "backup.h"
+#include "com/runtime.h"
+#include "com/text.h"
+#include "dispUtils.h"
+#include "restore.h"
+#include "schemaCache.h"
 
 #include <cstdlib>
 #include <memory>

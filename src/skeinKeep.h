@@ -1,8 +1,8 @@
 // The entry point, the settings of a run, and the functions that print and report.
 #pragma once
 
-#include "platform/com/status.h"
-#include "platform/os/print.h"
+#include "com/status.h"
+#include "os/print.h"
 
 #include <cstdint>
 #include <string_view>

@@ -1,6 +1,6 @@
 // What a backup writes, byte for byte, and what it prints and leaves when something fails.
 
-#include "platform/automation/safearray.h"
+#include "automation/safearray.h"
 #include "tests/support/errorLines.h"
 #include "tests/support/faults.h"
 #include "tests/support/processes.h"

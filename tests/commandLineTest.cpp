@@ -1,7 +1,7 @@
 // The command line, the streams and the exit codes.
 
-#include "platform/com/runtime.h"
-#include "platform/os/stream.h"
+#include "com/runtime.h"
+#include "os/stream.h"
 #include "src/dispUtils.h"
 #include "tests/support/errorLines.h"
 #include "tests/support/servers.h"

@@ -1,12 +1,12 @@
 // The live metabase and its file: what can be read, what a change leaves, and which changes of others it
 // detects.
 
-#include "platform/automation/safearray.h"
-#include "platform/com/runtime.h"
-#include "platform/metabase/childEnumerator.h"
-#include "platform/metabase/iis.h"
-#include "platform/metabase/records.h"
-#include "platform/metabase/valueText.h"
+#include "automation/safearray.h"
+#include "com/runtime.h"
+#include "directory/childEnumerator.h"
+#include "directory/iis.h"
+#include "metabase/records.h"
+#include "metabase/valueSyntax.h"
 #include "tests/support/processes.h"
 #include "tests/support/tables.h"
 
@@ -64,11 +64,11 @@ HRESULT put(IADs& object, const char16_t* name, const char16_t* text) {
 HRESULT change(IADs& object) { return put(object, u"Title", u"t") == S_OK ? object.SetInfo() : E_FAIL; }
 
 /// A property as the metabase file would write it, with whether it is inherited.
-std::string shown(IADs& object, const char16_t* name, ValueForm form = ValueForm::plain) {
+std::string shown(IADs& object, const char16_t* name, metabase::ValueForm form = metabase::ValueForm::plain) {
     Variant value;
     if (object.GetEx(Bstr(name), value.out()) < 0) return "failed";
     std::string text;
-    EXPECT_EQ(writeValue(text, form, value.get()), S_OK);
+    EXPECT_EQ(metabase::formatValue(text, form, value.get()), S_OK);
     ComPtr<IISBaseObject> base;
     query(object, base);
     ComPtr<IDispatch> found;
@@ -82,11 +82,11 @@ std::string shown(IADs& object, const char16_t* name, ValueForm form = ValueForm
 
 /// The canonical form of a text; empty, with the reason in `error`, for one that is refused.
 std::string canonical(const std::string& text, std::string& error) {
-    MetabaseTree read;
-    MetabaseText result;
+    metabase::ObjectTree read;
+    metabase::MetabaseText result;
     std::string written;
-    if (readMetabase(text, read, result, error))
-        writeMetabase(read, result.head, [&](std::string_view piece) { written += piece; });
+    if (metabase::readMetabase(text, read, result, error))
+        metabase::writeMetabase(read, result.head, [&](std::string_view piece) { written += piece; });
     return written;
 }
 
@@ -118,8 +118,8 @@ TEST(Metabase, showsTheValueOfTheObjectOrOneAboveItOrTheDefault) {
     const auto deep = open(u"IIS://localhost/y/z/q");
     EXPECT_EQ(shown(*deep, u"Title"), "\"own\"");
     EXPECT_EQ(shown(*deep, u"Ports"), "[]");
-    EXPECT_EQ(shown(*deep, u"MimeMap", ValueForm::mimeMap), "mime(\".a\" \"b\") inherited");
-    EXPECT_EQ(shown(*deep, u"Note", ValueForm::opaque), "opaque(\"n\")");
+    EXPECT_EQ(shown(*deep, u"MimeMap", metabase::ValueForm::mimeMap), "mime(\".a\" \"b\") inherited");
+    EXPECT_EQ(shown(*deep, u"Note", metabase::ValueForm::opaque), "opaque(\"n\")");
     EXPECT_EQ(shown(*open(u"IIS://localhost/y/z"), u"Title"), "\"top\" inherited");
     EXPECT_EQ(shown(*open(u"IIS://localhost/x"), u"Title"), "failed");
     ComPtr<IISBaseObject> leaf;
@@ -181,10 +181,12 @@ TEST(Metabase, readsACopyOfAnObjectThatPutWritesBack) {
     ComPtr<IISIPSecurity> security;
     ASSERT_EQ(query(*rules->pdispVal, security), S_OK);
     security->put_GrantByDefault(VARIANT_FALSE);
-    EXPECT_TRUE(shown(*box, u"IPSecurity", ValueForm::ipSecurity).starts_with("ipsec(GrantByDefault true"));
+    EXPECT_TRUE(
+        shown(*box, u"IPSecurity", metabase::ValueForm::ipSecurity).starts_with("ipsec(GrantByDefault true"));
     EXPECT_EQ(box->Put(Bstr(u"IPSecurity"), rules.get()), S_OK);
     EXPECT_EQ(box->SetInfo(), S_OK);
-    EXPECT_TRUE(shown(*box, u"IPSecurity", ValueForm::ipSecurity).starts_with("ipsec(GrantByDefault false"));
+    EXPECT_TRUE(shown(*box, u"IPSecurity", metabase::ValueForm::ipSecurity)
+                    .starts_with("ipsec(GrantByDefault false"));
 }
 
 TEST(Metabase, enumeratesTheChildrenThatItHadAtTheBeginningByName) {
@@ -238,7 +240,7 @@ TEST(Metabase, detectsConcurrentEdits) {
             EXPECT_TRUE(!between || change(*box) == S_OK);
             act(live);
             const std::string edited = live.text();
-            EXPECT_EQ(change(*box), STATUS_FILE_ALTERED) << what << between;
+            EXPECT_EQ(change(*box), HRESULT_FROM_WIN32(ERROR_FILE_INVALID)) << what << between;
             live.end();
             EXPECT_EQ(live.text(), edited) << what << between;
         }

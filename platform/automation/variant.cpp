@@ -1,6 +1,6 @@
-#include "platform/automation/variant.h"
+#include "automation/variant.h"
 
-#include "platform/automation/safearray.h"
+#include "automation/safearray.h"
 
 #include <bit>
 

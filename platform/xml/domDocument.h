@@ -1,5 +1,12 @@
-// The class of documents.
+// The class of documents: its registration.
 #pragma once
 
+namespace xml {
+
 /// Registers the class CLSID_DOMDocument.
-void registerDomDocument();
+void registerDocumentClass();
+
+} // namespace xml
+
+// Former name, which the tests still use.
+inline void registerDomDocument() { xml::registerDocumentClass(); }

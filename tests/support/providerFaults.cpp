@@ -1,8 +1,8 @@
 // Fronts of the provider's objects, and the injection itself; see faults.h.
 
-#include "platform/automation/safearray.h"
-#include "platform/com/runtime.h"
-#include "platform/metabase/provider.h"
+#include "automation/safearray.h"
+#include "com/runtime.h"
+#include "metabase/provider.h"
 #include "tests/support/fronts.h"
 #include "tests/support/processes.h"
 
@@ -207,7 +207,7 @@ public:
     }
 
 private:
-    ComPtr<IADsProvider> inner_ = metabaseProvider();
+    ComPtr<IADsProvider> inner_ = metabase::iisProvider();
 };
 
 /// Puts a front in front of a registered class object; the destructor registers the real one again.
@@ -269,7 +269,7 @@ FaultInjection::FaultInjection(const FaultPlan& wanted) {
 
 FaultInjection::~FaultInjection() {
     isProgramCalling = false;
-    registerProvider(u"IIS:", *metabaseProvider());
+    registerProvider(u"IIS:", *metabase::iisProvider());
     plan = {};
 }
 
