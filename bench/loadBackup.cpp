@@ -7,7 +7,7 @@
 int main(int argc, char** argv) {
     if (argc != 2) return 1;
     installPlatform();
-    CoInitializeEx(nullptr, 0);
+    (void)CoInitializeEx(nullptr, 0);
     ComPtr<IXMLDOMDocument> document;
     const Status status = xmlLoadFile(argv[1], document);
     CoUninitialize();

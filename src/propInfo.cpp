@@ -69,7 +69,7 @@ Status parseVarType(BSTR text, VARTYPE& type) {
 
 Status reportMissingType(IXMLDOMNode& node) {
     // A failed read of the tag is reported after this failure, so this takes two steps.
-    reported(E_FAIL);
+    (void)reported(E_FAIL);
     errPrintf("Value node %S has no type attribute", xmlTagForMessage(node));
     return E_FAIL;
 }

@@ -87,7 +87,7 @@ Mode parseCommandLine(int argc, char** argv) {
 /// Runs a driver in the component runtime and with a schema cache. Returns the exit code.
 int runMode(Mode mode) {
     if (Status status = CoInitializeEx(nullptr, 0); status < 0) {
-        reported(status, "CoInitialize");
+        (void)reported(status, "CoInitialize"); // The exit code takes its place.
         return 2;
     }
     SchemaCache schemaCache;
@@ -123,9 +123,10 @@ int skeinKeepMain(int argc, char** argv) {
 }
 
 void reportHr(Status status, std::string_view sourceFile, std::uint32_t line) {
+    const auto bits = static_cast<std::uint32_t>(status);
     if (const SystemText text = systemText(status)) {
-        errPrintf("Error 0x%X (%s) at %s:%d\n", status, text.get(), sourceFile, line);
+        errPrintf("Error 0x%X (%s) at %s:%d\n", bits, text.get(), sourceFile, line);
     } else {
-        errPrintf("Error 0x%X at %s:%d\n", status, sourceFile, line);
+        errPrintf("Error 0x%X at %s:%d\n", bits, sourceFile, line);
     }
 }

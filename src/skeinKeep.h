@@ -13,6 +13,10 @@
 /// comment makes an exception; calls of the platform never report.
 using Status = HRESULT;
 
+/// The results of a comparison that doesn't fail.
+constexpr Status comparedSame = S_OK;
+constexpr Status comparedDifferent = S_FALSE;
+
 struct SchemaCache;
 
 /// The settings of a run, set from the command line before the driver starts. Only `errStream` and

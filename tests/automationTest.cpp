@@ -66,7 +66,7 @@ TEST(Values, areComparedByTheirOwnRules) {
         EXPECT_EQ(cmpVariants(valueOf(test["a"]).get(), valueOf(test["b"]).get()), test.number("result"))
             << test;
     }
-    const std::tuple<Variant, Variant, Status> cases[] = {
+    const std::tuple<Variant, Variant, int> cases[] = {
         {plain(VT_BSTR, 0), Variant::ofString(Bstr(u"")), 0},
         {plain(VT_I2, 5), plain(VT_I2, 0x10005), 0},
         {plain(VT_NULL, 1), plain(VT_NULL, 2), 0},

@@ -91,7 +91,7 @@ TEST(CommandLine, failuresAreReportedWithAndWithoutASystemText) {
     const Folder folder;
     const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [] {
         reportHr(E_FAIL, "some", 7);
-        reportHr(static_cast<Status>(0x87654321U), "other", 1234);
+        reportHr(makeStatus(0x87654321), "other", 1234);
     });
     const std::string lines =
         "Error 0x80004005 (Unspecified error) at some:7\nError 0x87654321 at other:1234\n";

@@ -28,7 +28,7 @@ public:
         preparePlatform();
         folder.write("metabase.txt", text);
         std::filesystem::current_path(folder.path());
-        CoInitializeEx(nullptr, 0);
+        EXPECT_EQ(CoInitializeEx(nullptr, 0), S_OK);
     }
     Live(const Live&) = delete;
     Live& operator=(const Live&) = delete;
@@ -70,13 +70,13 @@ std::string shown(IADs& object, const char16_t* name, metabase::ValueForm form =
     std::string text;
     EXPECT_EQ(metabase::formatValue(text, form, value.get()), S_OK);
     ComPtr<IISBaseObject> base;
-    query(object, base);
+    EXPECT_EQ(query(object, base), S_OK);
     ComPtr<IDispatch> found;
-    base->GetPropertyAttribObj(Bstr(name), found.out());
+    EXPECT_EQ(base->GetPropertyAttribObj(Bstr(name), found.out()), S_OK);
     ComPtr<IISPropertyAttribute> attribute;
-    query(*found, attribute);
+    EXPECT_EQ(query(*found, attribute), S_OK);
     VARIANT_BOOL inherited = VARIANT_FALSE;
-    attribute->get_Isinherited(&inherited);
+    EXPECT_EQ(attribute->get_Isinherited(&inherited), S_OK);
     return text + (inherited != VARIANT_FALSE ? " inherited" : "");
 }
 
@@ -123,7 +123,7 @@ TEST(Metabase, showsTheValueOfTheObjectOrOneAboveItOrTheDefault) {
     EXPECT_EQ(shown(*open(u"IIS://localhost/y/z"), u"Title"), "\"top\" inherited");
     EXPECT_EQ(shown(*open(u"IIS://localhost/x"), u"Title"), "failed");
     ComPtr<IISBaseObject> leaf;
-    query(*open(u"IIS://localhost/x"), leaf);
+    EXPECT_EQ(query(*open(u"IIS://localhost/x"), leaf), S_OK);
     ComPtr<IDispatch> attributes;
     EXPECT_EQ(leaf->GetPropertyAttribObj(Bstr(u"Title"), attributes.out()), E_ADS_PROPERTY_NOT_FOUND);
     EXPECT_FALSE(attributes);
@@ -147,7 +147,7 @@ TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
     EXPECT_EQ(shown(*box, u"Title"), "\"a \\\"b\\\"\"");
 
     ComPtr<IADsContainer> root;
-    query(*open(u"IIS://localhost"), root);
+    EXPECT_EQ(query(*open(u"IIS://localhost"), root), S_OK);
     ComPtr<IDispatch> created;
     EXPECT_EQ(root->Create(Bstr(u"Box"), Bstr(u"a"), created.out()), S_OK);
     const auto deleted = open(u"IIS://localhost/b/c");
@@ -180,7 +180,7 @@ TEST(Metabase, readsACopyOfAnObjectThatPutWritesBack) {
     ASSERT_EQ(box->Get(Bstr(u"IPSecurity"), rules.out()), S_OK);
     ComPtr<IISIPSecurity> security;
     ASSERT_EQ(query(*rules->pdispVal, security), S_OK);
-    security->put_GrantByDefault(VARIANT_FALSE);
+    EXPECT_EQ(security->put_GrantByDefault(VARIANT_FALSE), S_OK);
     EXPECT_TRUE(
         shown(*box, u"IPSecurity", metabase::ValueForm::ipSecurity).starts_with("ipsec(GrantByDefault true"));
     EXPECT_EQ(box->Put(Bstr(u"IPSecurity"), rules.get()), S_OK);
@@ -195,9 +195,9 @@ TEST(Metabase, enumeratesTheChildrenThatItHadAtTheBeginningByName) {
         "object \"localhost\" Box\nobject \"localhost/b\" Bin\nobject \"localhost/\U00020000\" Bin\nobject "
         "\"localhost/\uFF76\" Bin\nobject \"localhost/B\" Bin\n");
     ComPtr<IADsContainer> root;
-    query(*open(u"IIS://localhost"), root);
+    EXPECT_EQ(query(*open(u"IIS://localhost"), root), S_OK);
     ChildEnumerator children;
-    children.build(*root);
+    EXPECT_EQ(children.build(*root), S_OK);
     std::u16string names;
     for (Variant child; children.next(child) == S_OK;) {
         ComPtr<IADs> object;
@@ -219,7 +219,7 @@ TEST(Metabase, refusesTreesThatAreTooDeep) {
     const Live live(deep);
     std::u16string widePath(path.begin(), path.end());
     ComPtr<IADsContainer> bottom;
-    query(*open((u"IIS://" + widePath).c_str()), bottom);
+    EXPECT_EQ(query(*open((u"IIS://" + widePath).c_str()), bottom), S_OK);
     ComPtr<IDispatch> created;
     EXPECT_EQ(bottom->Create(Bstr(u"Bin"), Bstr(u"e"), created.out()), E_ADS_BAD_PATHNAME);
     EXPECT_EQ(live.text(), deep);

@@ -43,7 +43,7 @@ std::string narrow(View units) {
 
 ComPtr<IXMLDOMDocument> newDocument() {
     xml::registerDocumentClass();
-    CoInitializeEx(nullptr, 0);
+    EXPECT_GE(CoInitializeEx(nullptr, 0), 0);
     void* made = nullptr;
     EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument, nullptr, CLSCTX_ALL, IXMLDOMDocument::iid, &made), S_OK);
     CoUninitialize();

@@ -56,7 +56,7 @@ HRESULT SafeArrayDestroy(SAFEARRAY* array) {
     const std::size_t count = elementCount(*array);
     if (array->vt == VT_VARIANT) {
         auto* elements = static_cast<VARIANT*>(array->pvData);
-        for (std::size_t i = 0; i < count; ++i) VariantClear(&elements[i]);
+        for (std::size_t i = 0; i < count; ++i) (void)VariantClear(&elements[i]);
     }
     memory::free(array, headSize(array->cDims) + count * array->cbElements);
     return S_OK;
@@ -74,7 +74,7 @@ HRESULT SafeArrayCopy(const SAFEARRAY* array, SAFEARRAY** copy) {
             const HRESULT status = VariantCopy(static_cast<VARIANT*>(made->pvData) + i,
                                                static_cast<const VARIANT*>(array->pvData) + i);
             if (status < 0) {
-                SafeArrayDestroy(made);
+                (void)SafeArrayDestroy(made);
                 return status;
             }
         }

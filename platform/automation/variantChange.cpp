@@ -107,7 +107,7 @@ HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, WORD flags, VA
         }
     }
     if (status < 0) return status;
-    VariantClear(target);
+    (void)VariantClear(target);
     *target = result.detach();
     return S_OK;
 }

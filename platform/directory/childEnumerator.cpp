@@ -1,7 +1,7 @@
 #include "directory/childEnumerator.h"
 
 HRESULT ChildEnumerator::build(IADsContainer& container) {
-    free();
+    (void)free(); // The status belongs to the walk before this one.
     ended_ = false;
     const HRESULT status = ADsBuildEnumerator(&container, &enumerator_);
     return status >= 0 && enumerator_ == nullptr ? E_UNEXPECTED : status;

@@ -180,13 +180,13 @@ bool ValueParser::ipSecurity(Variant* out) {
     if (lexer_.word() != "GrantByDefault") return lexer_.fail("expected GrantByDefault");
     if (!scalar(&grant)) return false;
     if (grant.type() != VT_BOOL) return lexer_.fail("GrantByDefault is true or false");
-    rules->put_GrantByDefault(grant->boolVal);
+    (void)rules->put_GrantByDefault(grant->boolVal);
     for (const IpSecurityList& part : ipSecurityLists) {
         Variant values;
         if (!lexer_.symbol(',')) return false;
         if (lexer_.word() != part.name) return lexer_.fail("expected " + std::string(part.name));
         if (!list(&values)) return false;
-        (rules.get()->*part.put)(values.get());
+        (void)(rules.get()->*part.put)(values.get());
     }
     if (!lexer_.symbol(')')) return false;
     if (out != nullptr) *out = Variant::ofDispatch(rules);

@@ -91,7 +91,7 @@ class ObjectFront;
 
 class EnumeratorFront final : public ComObject<IEnumVARIANT> {
 public:
-    explicit EnumeratorFront(IUnknown& inner) { query(inner, inner_); }
+    explicit EnumeratorFront(IUnknown& inner) { (void)query(inner, inner_); }
     HRESULT Next(ULONG count, VARIANT* elements, ULONG* fetched) override {
         *fetched = 0;
         if (emptyAnswers_++ < plan.emptyAnswers) return S_OK;
@@ -215,7 +215,7 @@ class FrontedClass {
 public:
     template <class MakeFront> FrontedClass(const CLSID& classId, MakeFront makeFront) : classId_(classId) {
         void* found = nullptr;
-        CoInitializeEx(nullptr, 0);
+        (void)CoInitializeEx(nullptr, 0);
         if (CoGetClassObject(classId, CLSCTX_ALL, nullptr, IClassFactory::iid, &found) < 0) std::abort();
         CoUninitialize();
         real_ = ComPtr<IClassFactory>::adopt(static_cast<IClassFactory*>(found));

@@ -11,9 +11,9 @@
 
 using BSTR = OLECHAR*;
 
-constexpr HRESULT VARCMP_LT = 0;
-constexpr HRESULT VARCMP_EQ = 1;
-constexpr HRESULT VARCMP_GT = 2;
+constexpr HRESULT VARCMP_LT{0};
+constexpr HRESULT VARCMP_EQ{1};
+constexpr HRESULT VARCMP_GT{2};
 
 extern "C" {
 

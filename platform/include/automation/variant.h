@@ -85,7 +85,7 @@ struct VARIANT {
         float fltVal;
         double dblVal;
         VARIANT_BOOL boolVal;
-        HRESULT scode;
+        LONG scode;
         CY cyVal;
         DATE date;
         BSTR bstrVal;
@@ -140,7 +140,7 @@ public:
         return *this;
     }
     ~Variant() {
-        if (value_.vt != VT_EMPTY) VariantClear(&value_);
+        if (value_.vt != VT_EMPTY) (void)VariantClear(&value_);
     }
 
     /// An owner of the contents of `value`.
@@ -181,7 +181,7 @@ public:
     const VARIANT& get() const { return value_; }
 
     void reset() {
-        if (value_.vt != VT_EMPTY) VariantClear(&value_);
+        if (value_.vt != VT_EMPTY) (void)VariantClear(&value_);
     }
     /// Returns the value, whose contents the caller now owns, and becomes VT_EMPTY.
     VARIANT detach() { return std::exchange(value_, VARIANT{}); }

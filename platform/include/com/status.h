@@ -3,7 +3,6 @@
 
 #include <cstdint>
 
-using HRESULT = std::int32_t;
 using BYTE = std::uint8_t;
 using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
@@ -12,10 +11,15 @@ using ULONG = std::uint32_t;
 using UINT = std::uint32_t;
 using LCID = std::uint32_t;
 
-constexpr HRESULT makeStatus(std::uint32_t bits) { return static_cast<HRESULT>(bits); }
+/// A status. A call whose status is dropped doesn't compile; one that drops it on purpose has a `(void)` and
+/// the reason beside it.
+enum [[nodiscard]] HRESULT : std::int32_t{};
 
-constexpr HRESULT S_OK = 0;
-constexpr HRESULT S_FALSE = 1;
+/// The status of the same 32 bits.
+constexpr HRESULT makeStatus(std::uint32_t bits) { return static_cast<HRESULT>(static_cast<std::int32_t>(bits)); }
+
+constexpr HRESULT S_OK{0};
+constexpr HRESULT S_FALSE{1};
 
 constexpr HRESULT E_NOTIMPL = makeStatus(0x80004001);
 constexpr HRESULT E_NOINTERFACE = makeStatus(0x80004002);

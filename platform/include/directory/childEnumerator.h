@@ -9,7 +9,7 @@ public:
     ChildEnumerator() = default;
     ChildEnumerator(const ChildEnumerator&) = delete;
     ChildEnumerator& operator=(const ChildEnumerator&) = delete;
-    ~ChildEnumerator() { free(); }
+    ~ChildEnumerator() { (void)free(); }
 
     /// Frees the enumerator and builds one that starts at the first child of `container`. Statuses as of
     /// ADsBuildEnumerator; a success without an enumerator is E_UNEXPECTED.
