@@ -6,7 +6,7 @@
 //     makeMetabase long [VALUES [SEED]]                 few objects with long lists, 10000 values each
 //     makeMetabase random [SEED]                        a small one with everything that there is
 
-#include "bench/randomMetabase.h"
+#include "tools/generator/randomMetabase.h"
 
 #include <cstdio>
 #include <cstdlib>

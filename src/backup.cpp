@@ -1,9 +1,8 @@
 #include "src/backup.h"
 
-#include "platform/metabase/childEnumerator.h"
 #include "platform/metabase/iis.h"
 #include "platform/os/file.h"
-#include "src/dispUtils.h"
+#include "src/childWalk.h"
 #include "src/propInfo.h"
 #include "src/schemaCache.h"
 
@@ -14,9 +13,8 @@ namespace {
 constexpr const char* backupVersion = "1.0.0";
 constexpr std::u16string_view defaultRoot = u"IIS://localhost";
 
-/// Asks the object for the call that tells inherited properties. An object that doesn't know it is no
-/// failure.
-Status askForAttributes(IADs& object) {
+/// Looks up the call for the attributes of a property. An object without it is backed up all the same.
+Status checkAttributeCall(IADs& object) {
     ComPtr<IDispatch> dispatch;
     if (Status status = query(object, dispatch); status < 0) return reported(status);
     const OLECHAR* name = u"GetPropertyAttribObj";
@@ -25,23 +23,20 @@ Status askForAttributes(IADs& object) {
     return status < 0 && status != DISP_E_UNKNOWNNAME ? reported(status) : S_OK;
 }
 
+Status backupChild(OutStream& stream, const Variant& element, int level) {
+    ComPtr<IADs> child;
+    if (Status status = queryChild(element, child); status < 0) return status;
+    if (Status status = backupObject(stream, *child, level); status < 0) return reported(status);
+    return S_OK;
+}
+
 Status backupChildren(OutStream& stream, IADs& object, int level) {
     ComPtr<IADsContainer> container;
-    const Status isContainer = query(object, container);
-    if (isContainer == E_NOINTERFACE) return S_OK;
-    if (isContainer < 0) return reported(isContainer);
-
+    if (Status status = query(object, container); status < 0)
+        return status == E_NOINTERFACE ? S_OK : reported(status);
     ChildEnumerator children;
-    if (Status status = children.build(*container); status < 0) return reported(status);
-    for (;;) {
-        Variant element;
-        const Status status = children.next(element);
-        if (status < 0) return reported(status);
-        if (status == S_FALSE) return S_OK;
-        ComPtr<IADs> child;
-        if (Status found = queryChild(element, child); found < 0) return found;
-        if (Status done = backupObject(stream, *child, level + 2); done < 0) return reported(done);
-    }
+    return visitChildren(children, *container,
+                         [&](const Variant& element) { return backupChild(stream, element, level + 2); });
 }
 
 } // namespace
@@ -64,11 +59,8 @@ Status backupTree(OutStream& stream, const char* rootPath) {
     if (SysStringLen(path) == 0) path = Bstr(defaultRoot);
     outPrintf(stream, "<metabase version=\"%s\">\n", backupVersion);
     ComPtr<IADs> root;
-    if (Status status = bindObject(path, root); status < 0) {
-        reported(status);
-        errPrintf("Connecting to IIS via ADSI");
-        return status;
-    }
+    if (Status status = bindObject(path, root); status < 0)
+        return reported(status, "Connecting to IIS via ADSI");
     if (Status status = backupObject(stream, *root, 1); status < 0) return reported(status);
     outPrintf(stream, "</metabase>\n");
     return S_OK;
@@ -87,7 +79,7 @@ Status backupObject(OutStream& stream, IADs& object, int level) {
     const int indent = level * 2;
     outPrintf(stream, "%*s<obj name=\"%S\" class=\"%S\" path=\"%S\">\n", indent, "", XmlAttributeText(name),
               XmlAttributeText(className), XmlAttributeText(path));
-    if (Status status = askForAttributes(object); status < 0) return status;
+    if (Status status = checkAttributeCall(object); status < 0) return status;
     outPrintf(stream, "%*s<props>\n", indent + 2, "");
     if (Status status = dumpObjectProperties(stream, object, level); status < 0) return reported(status);
     outPrintf(stream, "%*s</props>\n", indent + 2, "");
@@ -109,7 +101,7 @@ Status dumpObjectProperties(OutStream& stream, IADs& object, int level) {
 }
 
 Status dumpProperty(OutStream& stream, IADs& object, int level, BSTR name) {
-    const PropInfo& info = findPropInfo(view(name));
+    const PropInfo& info = findPropInfo(name);
     const bool inherited = isPropertyInherited(object, name);
     if (inherited && runSettings.noInherit) {
         logPrintf(6, "Ignoring inherited property \"%S\"\n", name);
@@ -121,21 +113,18 @@ Status dumpProperty(OutStream& stream, IADs& object, int level, BSTR name) {
         logPrintf(2, "No dump func for property %S\n", name);
         return S_OK;
     }
-    if (Status status = info.dumpFn(name, value.get(), stream, level, inherited); status < 0) {
-        reported(status);
-        errPrintf("Dumping property %S", name);
-        return status;
-    }
+    if (Status status = info.dumpFn(name, value.get(), stream, level, inherited); status < 0)
+        return reported(status, "Dumping property %S", name);
     return S_OK;
 }
 
 bool isPropertyInherited(IADs& object, BSTR name) {
     ComPtr<IISBaseObject> base;
     if (query(object, base) < 0) return false;
-    ComPtr<IDispatch> found;
-    if (base->GetPropertyAttribObj(name, found.out()) < 0 || !found) return false;
+    ComPtr<IDispatch> attributeObject;
+    if (base->GetPropertyAttribObj(name, attributeObject.out()) < 0 || !attributeObject) return false;
     ComPtr<IISPropertyAttribute> attribute;
-    if (query(*found, attribute) < 0) return false;
+    if (query(*attributeObject, attribute) < 0) return false;
     VARIANT_BOOL inherited = VARIANT_FALSE;
     return attribute->get_Isinherited(&inherited) >= 0 && inherited != VARIANT_FALSE;
 }

@@ -1,25 +1,29 @@
-// The backup: one walk over the tree, straight into the file.
+// The backup: a walk over the live tree that prints each object to the backup file.
 #pragma once
 
 #include "platform/metabase/adsi.h"
 #include "src/skeinKeep.h"
 
-/// The driver: writes the tree below `rootPath` to `backupFile`. A backup that fails leaves what it wrote so
-/// far. A file that can't be opened is told, but not reported: E_FAIL.
+/// Writes the tree from the object at `rootPath` downward to `backupFile`, both in `runSettings`. Returns 0
+/// or a negative status; a failed backup leaves the file as far as it was written. If the file can't be
+/// opened, prints a message to standard error, without an "Error" line, and returns E_FAIL.
 Status backupMain();
 
-/// Writes the `metabase` element. An empty path stands for the default root.
+/// Prints the `metabase` element with all objects from the one at `rootPath` downward. An empty path means
+/// the default root. Returns 0 or a negative status, as all of these do.
 Status backupTree(OutStream& stream, const char* rootPath);
 
-/// Writes an object with its properties and all below it. `level` is 1 for the topmost object and the
-/// parent's plus 2 for a child; all indentation comes from it.
+/// Prints the `obj` element of an object, with its properties and all objects below it. `level` is 1 for the
+/// topmost object and the parent's plus 2 for a child; every indentation follows from it.
 Status backupObject(OutStream& stream, IADs& object, int level);
 
-/// Writes what stands between the tags of an object's `props`.
+/// Prints the content of an object's `props` element: all properties of its class.
 Status dumpObjectProperties(OutStream& stream, IADs& object, int level);
 
-/// Writes one property of an object, unless it is left out.
+/// Prints one property of an object. Under `noInherit` an inherited property is left out, without a read of
+/// its value.
 Status dumpProperty(OutStream& stream, IADs& object, int level, BSTR name);
 
-/// Whether the provider reports the property as inherited on this object. Whatever fails on the way is a no.
+/// Returns whether the provider shows the property as inherited on this object. A failure, which isn't
+/// reported, counts as not inherited.
 bool isPropertyInherited(IADs& object, BSTR name);

@@ -11,20 +11,17 @@ namespace {
 constexpr VARTYPE typeFlags = 0xF000;
 constexpr VARTYPE extendedFlags = VT_VECTOR | VT_BYREF | VT_RESERVED;
 
-/// What both comparison and printing have to say of a type that can't come from a provider or a file.
-Status refuseExtended(VARTYPE type, SourcePlace place = SourcePlace::current()) {
-    reported(E_UNEXPECTED, place);
-    errPrintf("Can't handle variant with extended type 0x%X (full type 0x%X)", type & typeFlags, type);
-    return E_UNEXPECTED;
+/// Reports a type that neither comparison nor printing supports.
+Status reportExtendedType(VARTYPE type, SourcePlace place = SourcePlace::current()) {
+    return reported(E_UNEXPECTED, place, "Can't handle variant with extended type 0x%X (full type 0x%X)",
+                    type & typeFlags, type);
 }
 
-Status refuseMultidimensional(SourcePlace place = SourcePlace::current()) {
-    reported(E_UNEXPECTED, place);
-    errPrintf("Multidimensional SAFEARRAYs not supported");
-    return E_UNEXPECTED;
+Status reportMultidimensional(SourcePlace place = SourcePlace::current()) {
+    return reported(E_UNEXPECTED, place, "Multidimensional SAFEARRAYs not supported");
 }
 
-Status answer(bool same) { return same ? 0 : 1; }
+Status comparisonResult(bool same) { return same ? 0 : 1; }
 
 bool sameBytes(BSTR a, BSTR b) {
     const UINT length = SysStringByteLen(a);
@@ -32,7 +29,7 @@ bool sameBytes(BSTR a, BSTR b) {
 }
 
 Status printArray(OutStream& stream, const VARIANT& value) {
-    if (SafeArrayGetDim(value.parray) != 1) return refuseMultidimensional();
+    if (SafeArrayGetDim(value.parray) != 1) return reportMultidimensional();
     ArrayBounds bounds;
     if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
     const bool single = bounds.lower == bounds.upper;
@@ -46,16 +43,15 @@ Status printArray(OutStream& stream, const VARIANT& value) {
     return S_OK;
 }
 
-constexpr char32_t replacement = 0xFFFD;
-
-/// Takes the next character of a text that isn't at its end; what no document can hold is U+FFFD.
-char32_t takeCharacter(const OLECHAR*& at, const OLECHAR* end) {
+/// Decodes the character at `at`, which is below `end`, and moves `at` past it. Returns U+FFFD for units that
+/// no document can hold.
+char32_t decodeCharacter(const OLECHAR*& at, const OLECHAR* end) {
     const OLECHAR unit = *at++;
     if (isHighHalf(unit) && at != end && isLowHalf(*at)) return characterOf(unit, *at++);
-    return isHighHalf(unit) || isLowHalf(unit) || unit >= 0xFFFE ? replacement : unit;
+    return isHighHalf(unit) || isLowHalf(unit) || unit >= 0xFFFE ? char32_t{0xFFFD} : unit;
 }
 
-/// The units that stand for themselves: those below 256 but the special ones and NUL.
+/// The units that are printed as they are: those below 256 without NUL and the special ones.
 class PlainUnits {
 public:
     constexpr explicit PlainUnits(std::string_view special) {
@@ -63,7 +59,7 @@ public:
         for (const char c : special) plain_[static_cast<unsigned char>(c)] = false;
         plain_[0] = false;
     }
-    bool has(OLECHAR unit) const { return unit < plain_.size() && plain_[unit]; }
+    bool contains(OLECHAR unit) const { return unit < plain_.size() && plain_[unit]; }
 
 private:
     std::array<bool, 256> plain_{};
@@ -72,13 +68,14 @@ private:
 constexpr PlainUnits plainInText("&<>");
 constexpr PlainUnits plainInAttribute("&<\"");
 
-/// Writes the plain units of a text up to the first other one, and answers its place.
-const OLECHAR* writePlain(OutStream& stream, const OLECHAR* at, const OLECHAR* end) {
-    while (at != end && plainInText.has(*at)) {
-        const std::size_t room = std::min(static_cast<std::size_t>(end - at), OutStream::maxReserve);
-        char* out = stream.reserve(room);
+/// Prints the plain units from `at` up to the first other one. Returns the place of that one, or `end`.
+const OLECHAR* printPlainUnits(OutStream& stream, const OLECHAR* at, const OLECHAR* end) {
+    while (at != end && plainInText.contains(*at)) {
+        const std::size_t limit = std::min(static_cast<std::size_t>(end - at), OutStream::maxReserve);
+        char* out = stream.reserve(limit);
         std::size_t count = 0;
-        for (; count < room && plainInText.has(at[count]); ++count) out[count] = static_cast<char>(at[count]);
+        for (; count < limit && plainInText.contains(at[count]); ++count)
+            out[count] = static_cast<char>(at[count]);
         stream.commit(count);
         at += count;
     }
@@ -89,27 +86,27 @@ const OLECHAR* writePlain(OutStream& stream, const OLECHAR* at, const OLECHAR* e
 
 Status cmpVariants(const VARIANT& a, const VARIANT& b) {
     if (a.vt != b.vt) return 1;
-    if ((a.vt & extendedFlags) != 0) return refuseExtended(a.vt);
+    if ((a.vt & extendedFlags) != 0) return reportExtendedType(a.vt);
     if ((a.vt & VT_ARRAY) != 0) return cmpSafeArrays(a, b);
     switch (a.vt) {
     case VT_EMPTY:
     case VT_NULL: return 0;
     case VT_I2:
-    case VT_BOOL: return answer(a.iVal == b.iVal);
+    case VT_BOOL: return comparisonResult(a.iVal == b.iVal);
     case VT_I4:
-    case VT_ERROR: return answer(a.lVal == b.lVal);
-    case VT_R4: return answer(a.fltVal == b.fltVal);
-    case VT_R8: return answer(a.dblVal == b.dblVal);
-    case VT_BSTR: return answer(sameBytes(a.bstrVal, b.bstrVal));
+    case VT_ERROR: return comparisonResult(a.lVal == b.lVal);
+    case VT_R4: return comparisonResult(a.fltVal == b.fltVal);
+    case VT_R8: return comparisonResult(a.dblVal == b.dblVal);
+    case VT_BSTR: return comparisonResult(sameBytes(a.bstrVal, b.bstrVal));
     case VT_DISPATCH:
-    case VT_UNKNOWN: return answer(a.punkVal == b.punkVal);
-    case VT_UI1: return answer(a.bVal == b.bVal);
+    case VT_UNKNOWN: return comparisonResult(a.punkVal == b.punkVal);
+    case VT_UI1: return comparisonResult(a.bVal == b.bVal);
     default: return 1;
     }
 }
 
 Status cmpSafeArrays(const VARIANT& a, const VARIANT& b) {
-    if (SafeArrayGetDim(a.parray) != 1 || SafeArrayGetDim(b.parray) != 1) return refuseMultidimensional();
+    if (SafeArrayGetDim(a.parray) != 1 || SafeArrayGetDim(b.parray) != 1) return reportMultidimensional();
     ArrayBounds boundsA;
     if (Status status = getArrayBounds(a, boundsA); status < 0) return reported(status);
     ArrayBounds boundsB;
@@ -121,15 +118,14 @@ Status cmpSafeArrays(const VARIANT& a, const VARIANT& b) {
         if (Status status = getArrayElement(a, i, elementA); status < 0) return reported(status);
         Variant elementB;
         if (Status status = getArrayElement(b, i, elementB); status < 0) return reported(status);
-        const Status result = cmpVariants(elementA.get(), elementB.get());
-        if (result < 0) return reported(result);
-        if (result == 1) return 1;
+        if (Status status = cmpVariants(elementA.get(), elementB.get()); status != 0)
+            return status < 0 ? reported(status) : 1;
     }
     return 0;
 }
 
 Status printVariant(OutStream& stream, const VARIANT& value) {
-    if ((value.vt & extendedFlags) != 0) return refuseExtended(value.vt);
+    if ((value.vt & extendedFlags) != 0) return reportExtendedType(value.vt);
     if ((value.vt & VT_ARRAY) != 0) return printArray(stream, value);
     switch (value.vt) {
     case VT_EMPTY: outPrintf(stream, "<empty>"); break;
@@ -152,12 +148,12 @@ Status printVariant(OutStream& stream, const VARIANT& value) {
 Status printXmlEscaped(OutStream& stream, BSTR text) {
     const OLECHAR* at = text;
     const OLECHAR* end = at + SysStringLen(text);
-    while ((at = writePlain(stream, at, end)) != end) {
-        switch (const char32_t character = takeCharacter(at, end); character) {
+    while ((at = printPlainUnits(stream, at, end)) != end) {
+        switch (const char32_t character = decodeCharacter(at, end); character) {
         case u'&': outPrintf(stream, "&amp;"); break;
         case u'<': outPrintf(stream, "&lt;"); break;
         case u'>': outPrintf(stream, "&gt;"); break;
-        case u'\0': outPrintf(stream, "%1.1S", u""); break;
+        case u'\0': outPrintf(stream, " "); break;
         default: outPrintf(stream, "&#%d;", static_cast<std::int32_t>(character)); break;
         }
     }
@@ -167,21 +163,21 @@ Status printXmlEscaped(OutStream& stream, BSTR text) {
 XmlAttributeText::XmlAttributeText(const OLECHAR* text) {
     if (text == nullptr) return;
     const OLECHAR* at = text;
-    while (plainInAttribute.has(*at)) ++at;
+    while (plainInAttribute.contains(*at)) ++at;
     text_ = {text, static_cast<std::size_t>(at - text)};
     if (*at != u'\0') escape(at);
 }
 
-/// Makes the escaped text, of which the part ahead of `at` is plain.
+/// Builds the text with references. All units before `at` are plain.
 void XmlAttributeText::escape(const OLECHAR* at) {
     const OLECHAR* end = at + std::u16string_view(at).size();
     escaped_ = text_;
     while (at != end) {
         const OLECHAR* plain = at;
-        while (plainInAttribute.has(*at)) ++at;
+        while (plainInAttribute.contains(*at)) ++at;
         escaped_.append(plain, at);
         if (at == end) break;
-        switch (const char32_t character = takeCharacter(at, end); character) {
+        switch (const char32_t character = decodeCharacter(at, end); character) {
         case u'&': escaped_ += u"&amp;"; break;
         case u'<': escaped_ += u"&lt;"; break;
         case u'"': escaped_ += u"&quot;"; break;
@@ -194,7 +190,7 @@ void XmlAttributeText::escape(const OLECHAR* at) {
 }
 
 Status ansiToWide(std::string_view text, Bstr& wide) {
-    if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) return E_INVALIDARG;
+    if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) return E_UNEXPECTED;
     const int length = static_cast<int>(text.size());
     wide = Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(length)));
     if (length == 0) return S_OK;
@@ -203,13 +199,21 @@ Status ansiToWide(std::string_view text, Bstr& wide) {
 }
 
 Status getArrayBounds(const VARIANT& array, ArrayBounds& bounds) {
-    if ((array.vt & VT_ARRAY) == 0 || (array.vt & extendedFlags) != 0) return DISP_E_TYPEMISMATCH;
+    if ((array.vt & VT_ARRAY) == 0 || (array.vt & extendedFlags) != 0) return E_UNEXPECTED;
     if (Status status = SafeArrayGetLBound(array.parray, 1, &bounds.lower); status < 0) return status;
     return SafeArrayGetUBound(array.parray, 1, &bounds.upper);
 }
 
+Status moveIntoArray(std::span<Variant> values, Variant& array) {
+    SafeArray made(values.size());
+    if (!made) return E_UNEXPECTED;
+    for (std::size_t i = 0; i < values.size(); ++i) made[i] = values[i].detach();
+    array = Variant::ofArray(made.detach());
+    return S_OK;
+}
+
 Status getArrayElement(const VARIANT& array, LONG index, Variant& element) {
-    if (SafeArrayGetDim(array.parray) > 1) return DISP_E_BADINDEX;
+    if (SafeArrayGetDim(array.parray) > 1) return E_UNEXPECTED;
     VARTYPE type = VT_EMPTY;
     if (Status status = SafeArrayGetVartype(array.parray, &type); status < 0) return status;
     if (type == VT_EMPTY) return E_UNEXPECTED;
@@ -218,14 +222,5 @@ Status getArrayElement(const VARIANT& array, LONG index, Variant& element) {
     plain.vt = type;
     const Status status = SafeArrayGetElement(array.parray, &index, &plain.llVal);
     if (status >= 0) element = Variant::adopt(plain);
-    return status;
-}
-
-Status queryChild(const Variant& element, ComPtr<IADs>& child, SourcePlace place) {
-    const Status status = queryObject(element.get(), child);
-    if (status < 0) {
-        reported(status, place);
-        errPrintf("QI for IADs on child");
-    }
     return status;
 }

@@ -1,4 +1,4 @@
-// Comparison and printing of automation values, and the small services on them that every handler needs.
+// Comparison and printing of automation values, access to their parts, and conversions of text.
 #pragma once
 
 #include "platform/automation/safearray.h"
@@ -6,24 +6,29 @@
 #include "src/skeinKeep.h"
 
 #include <limits>
+#include <span>
 #include <string>
 
-/// Compares two values: 0 the same, 1 different, negative on a failure: E_UNEXPECTED for types with VT_BYREF
-/// or VT_VECTOR and for arrays of several dimensions. Values of different types differ, as do currencies,
-/// dates and all other types that have no comparison here, even from themselves.
+/// Compares two values. Returns 0 if they are the same, 1 if they differ, or a negative status: E_UNEXPECTED
+/// for a type with VT_BYREF, VT_VECTOR or VT_RESERVED and for an array of several dimensions. Values of
+/// different types differ. Currencies, dates and all other types that have no comparison here differ even
+/// from themselves.
 Status cmpVariants(const VARIANT& a, const VARIANT& b);
 
-/// The same for two arrays: equal bounds, and elements that are the same one by one.
+/// The same for two arrays, which are the same if their bounds are equal and each two elements are the same.
 Status cmpSafeArrays(const VARIANT& a, const VARIANT& b);
 
-/// Prints a value in readable form, without a line end. E_UNEXPECTED as for cmpVariants.
+/// Prints a value in readable form, without a line end. Returns 0 or a negative status: E_UNEXPECTED as in
+/// cmpVariants.
 Status printVariant(OutStream& stream, const VARIANT& value);
 
-/// Prints text as it stands between two tags. Null prints nothing. Always returns 0.
+/// Prints a string as the text of an element: with references for `&`, `<`, `>` and the characters from
+/// U+0100 up (U+FFFD in place of a unit that no document can hold), and a blank for NUL. Null prints nothing.
+/// Always returns 0.
 Status printXmlEscaped(OutStream& stream, BSTR text);
 
-/// A text as it stands in an attribute's value, for %S: without `&`, `<` and `"`, and with a reference for
-/// each character from U+0100 up. Borrows the text, which ends at its first NUL.
+/// A text as the value of an attribute, for %S: with references for `&`, `<`, `"` and the characters from
+/// U+0100 up. Borrows the text, which ends at its first NUL; null is the empty text.
 class XmlAttributeText {
 public:
     explicit XmlAttributeText(const OLECHAR* text);
@@ -32,44 +37,49 @@ public:
 private:
     void escape(const OLECHAR* at);
 
+    /// The text up to the first unit that needs a reference; the whole text if there is none.
     std::u16string_view text_;
+    /// The whole text with references; empty if it needs none.
     std::u16string escaped_;
 };
 
-/// Makes narrow text wide, through the thread's ANSI code page. Reports nothing.
+/// Converts narrow text to a wide string through the thread's ANSI code page. Returns 0, or E_UNEXPECTED if
+/// it is too long or can't be converted. Reports nothing.
 Status ansiToWide(std::string_view text, Bstr& wide);
 
-/// The bounds of an array's first dimension.
+/// The lowest and the highest index of a one-dimensional array; an empty one has the highest below the
+/// lowest.
 struct ArrayBounds {
     LONG lower = 0;
     LONG upper = -1;
 };
 
-/// DISP_E_TYPEMISMATCH for a value that is no array. Reports nothing.
+/// Reads the bounds of an array's first dimension. Returns 0, E_UNEXPECTED for a value that is no array, or
+/// the status of the array service. Reports nothing.
 Status getArrayBounds(const VARIANT& array, ArrayBounds& bounds);
 
-/// A copy of the element at an index of a one-dimensional array; bytes come as VT_UI1. DISP_E_BADINDEX for an
-/// index out of bounds and for an array of more dimensions. Reports nothing.
+/// Copies the element at an index of a one-dimensional array; a byte becomes a VT_UI1. Returns 0,
+/// E_UNEXPECTED for an array of several dimensions, or the status of the array service. Reports nothing.
 Status getArrayElement(const VARIANT& array, LONG index, Variant& element);
 
-/// Queries the object in a value for the interface T; DISP_E_TYPEMISMATCH for a value that holds none.
-/// Reports nothing.
+/// Moves values into a new one-dimensional array of VARIANTs with lower bound 0. Returns 0, or E_UNEXPECTED
+/// if the array can't be created; the values stay where they are. Reports nothing.
+Status moveIntoArray(std::span<Variant> values, Variant& array);
+
+/// Queries the object in a value for the interface T. Returns the status of the query, or E_UNEXPECTED for a
+/// value without an object. Reports nothing.
 template <class T> Status queryObject(const VARIANT& value, ComPtr<T>& object) {
     const bool holdsObject = (value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN) && value.punkVal != nullptr;
-    return holdsObject ? query(*value.punkVal, object) : DISP_E_TYPEMISMATCH;
+    return holdsObject ? query(*value.punkVal, object) : E_UNEXPECTED;
 }
 
-/// Queries the object of an enumerator's element for IADs. A failure is reported, at the caller's place, and
-/// told.
-Status queryChild(const Variant& element, ComPtr<IADs>& child, SourcePlace place = SourcePlace::current());
-
-/// White space as isspace knows it, in the C locale.
+/// Returns whether a character is white space, as isspace does in the C locale.
 template <class Char> constexpr bool isSpace(Char c) {
     return c == Char{' '} || (c >= Char{'\t'} && c <= Char{'\r'});
 }
 
-/// Reads a number as atoi does: leading white space, a sign, digits up to the first other character; 0
-/// without digits. A number out of range takes the nearest 32-bit value.
+/// Parses a decimal number as atoi does: leading white space, an optional sign, digits up to the first other
+/// character. Returns 0 if there are no digits, and the nearest 32-bit value for a number out of range.
 template <class Char> std::int32_t leadingNumber(std::basic_string_view<Char> text) {
     std::size_t at = 0;
     while (at < text.size() && isSpace(text[at])) ++at;

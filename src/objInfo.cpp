@@ -1,7 +1,6 @@
 #include "src/objInfo.h"
 
-#include "platform/metabase/childEnumerator.h"
-#include "src/dispUtils.h"
+#include "src/childWalk.h"
 
 #include <algorithm>
 #include <array>
@@ -10,17 +9,11 @@ namespace {
 
 Status defaultObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IADs>& newObject) {
     ComPtr<IADsContainer> container;
-    if (Status status = query(parent, container); status < 0) {
-        reported(status);
-        errPrintf("Getting IADsContainer interface");
-        return status;
-    }
+    if (Status status = query(parent, container); status < 0)
+        return reported(status, "Getting IADsContainer interface");
     ComPtr<IDispatch> created;
-    if (Status status = container->Create(className, objectName, created.out()); status < 0) {
-        reported(status);
-        errPrintf("Error creating object %S (%S)\n", objectName, className);
-        return status;
-    }
+    if (Status status = container->Create(className, objectName, created.out()); status < 0)
+        return reported(status, "Error creating object %S (%S)\n", objectName, className);
     parent.SetInfo();
     if (!created) return reported(E_UNEXPECTED);
     ComPtr<IADs> object;
@@ -29,40 +22,29 @@ Status defaultObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IA
     return S_OK;
 }
 
-/// A child goes through the delete function of its own class.
+/// Deletes a child with the function of its own class.
 Status deleteChild(const Variant& element) {
     ComPtr<IADs> child;
     if (Status status = queryChild(element, child); status < 0) return status;
     Bstr className;
     if (Status status = child->get_Class(className.out()); status < 0) return reported(status);
     const ObjInfo* info = nullptr;
-    if (findObjInfo(view(className), info) == S_FALSE) {
-        reported(E_UNEXPECTED);
-        errPrintf("Unknown object class: %S", className);
-        return E_UNEXPECTED;
-    }
-    if (!info->isDeletable()) {
-        reported(E_UNEXPECTED);
-        errPrintf("Can't delete objects of class: %S", className);
-        return E_UNEXPECTED;
-    }
+    if (findObjInfo(view(className), info) == S_FALSE)
+        return reported(E_UNEXPECTED, "Unknown object class: %S", className);
+    if (!info->isDeletable()) return reported(E_UNEXPECTED, "Can't delete objects of class: %S", className);
     if (Status status = info->deleteFn(*child); status < 0) return reported(status);
     return S_OK;
 }
 
-Status deleteChildren(IADsContainer& container) {
+Status deleteChildren(IADs& object) {
+    ComPtr<IADsContainer> container;
+    if (Status status = query(object, container); status < 0)
+        return status == E_NOINTERFACE ? S_OK : reported(status);
     ChildEnumerator children;
-    if (Status status = children.build(container); status < 0) return reported(status);
-    for (;;) {
-        Variant element;
-        const Status status = children.next(element);
-        if (status < 0) return reported(status);
-        if (status == S_FALSE) return S_OK;
-        if (Status deleted = deleteChild(element); deleted < 0) return deleted;
-    }
+    return visitChildren(children, *container, deleteChild);
 }
 
-/// Has the parent delete the object, whose children are gone.
+/// Deletes an object without children through its parent.
 Status deleteFromParent(IADs& object) {
     Bstr parentPath;
     if (Status status = object.get_Parent(parentPath.out()); status < 0) return reported(status);
@@ -72,44 +54,40 @@ Status deleteFromParent(IADs& object) {
     if (Status status = object.get_Name(name.out()); status < 0) return reported(status);
     Bstr className;
     if (Status status = object.get_Class(className.out()); status < 0) return reported(status);
-    if (Status status = parent->Delete(className, name); status < 0) {
-        reported(status);
-        errPrintf("Deleting %S %S from %S", className, name, parentPath);
-        return status;
-    }
+    if (Status status = parent->Delete(className, name); status < 0)
+        return reported(status, "Deleting %S %S from %S", className, name, parentPath);
     object.SetInfo();
     return S_OK;
 }
 
+/// Deletes an object that can't delete itself: first its children, then the object through its parent.
+Status deleteStepByStep(IADs& object) {
+    if (Status status = deleteChildren(object); status < 0) return status;
+    return deleteFromParent(object);
+}
+
+Status deleteAtOnce(IADs& object, IADsDeleteOps& deleteOps) {
+    const Status status = deleteOps.DeleteObject(0);
+    object.SetInfo();
+    return status < 0 ? reported(status) : S_OK;
+}
+
 Status defaultObjDelete(IADs& object) {
     ComPtr<IADsDeleteOps> deleteOps;
-    const Status offersDelete = query(object, deleteOps);
-    if (offersDelete < 0 && offersDelete != E_NOINTERFACE) return reported(offersDelete);
-    if (offersDelete >= 0) {
-        const Status status = deleteOps->DeleteObject(0);
-        object.SetInfo();
-        return status < 0 ? reported(status) : S_OK;
-    }
-    ComPtr<IADsContainer> container;
-    const Status isContainer = query(object, container);
-    if (isContainer < 0 && isContainer != E_NOINTERFACE) return reported(isContainer);
-    if (isContainer >= 0) {
-        if (Status status = deleteChildren(*container); status < 0) return status;
-    }
-    return deleteFromParent(object);
+    if (Status status = query(object, deleteOps); status < 0)
+        return status == E_NOINTERFACE ? deleteStepByStep(object) : reported(status);
+    return deleteAtOnce(object, *deleteOps);
 }
 
 bool isWebService(BSTR className) { return equal(className, u"IIsWebService"); }
 
-/// The filters folder right below the web service is the default one, which always exists.
+/// Creates a filters folder; not the default one, directly below the web service, which always exists.
 Status filtersObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IADs>& newObject) {
     Bstr parentClass;
     if (Status status = parent.get_Class(parentClass.out()); status < 0) return reported(status);
-    if (isWebService(parentClass)) {
-        reported(E_UNEXPECTED);
-        errPrintf("Can't create the default IIsFilters object!  It should already be there.");
-        return E_UNEXPECTED;
-    }
+    if (isWebService(parentClass))
+        return reported(E_UNEXPECTED,
+                        "Can't create the default IIsFilters object!  It should already be there.");
     return defaultObjCreate(parent, className, objectName, newObject);
 }
 
@@ -120,11 +98,8 @@ Status filtersObjDelete(IADs& object) {
     if (Status status = bindObject(parentPath, parent); status < 0) return reported(status);
     Bstr parentClass;
     if (Status status = parent->get_Class(parentClass.out()); status < 0) return reported(status);
-    if (isWebService(parentClass)) {
-        reported(E_UNEXPECTED);
-        errPrintf("Can't delete the default IIsFilters object!  It must be present.");
-        return E_UNEXPECTED;
-    }
+    if (isWebService(parentClass))
+        return reported(E_UNEXPECTED, "Can't delete the default IIsFilters object!  It must be present.");
     return defaultObjDelete(object);
 }
 
@@ -204,7 +179,7 @@ static_assert(objInfoTable.size() == 61);
 
 constexpr ObjInfo defaultObjInfo = {u"<default>", objFlagNoCreate, nullptr, defaultObjDelete};
 
-/// The rows in the order of their names, unit by unit; sorted at the first lookup.
+/// The rows sorted by name, unit by unit; built at the first lookup.
 std::array<const ObjInfo*, objInfoTable.size()> objInfoIndex;
 bool objInfoIndexReady = false;
 
@@ -219,8 +194,8 @@ Status findObjInfo(std::u16string_view className, const ObjInfo*& row) {
         std::ranges::sort(objInfoIndex, {}, nameOf);
         objInfoIndexReady = true;
     }
-    const auto* found = std::ranges::lower_bound(objInfoIndex, className, {}, nameOf);
-    const bool known = found != objInfoIndex.end() && nameOf(*found) == className;
-    row = known ? *found : &defaultObjInfo;
-    return known ? S_OK : S_FALSE;
+    const auto* place = std::ranges::lower_bound(objInfoIndex, className, {}, nameOf);
+    const bool found = place != objInfoIndex.end() && nameOf(*place) == className;
+    row = found ? *place : &defaultObjInfo;
+    return found ? S_OK : S_FALSE;
 }

@@ -1,19 +1,20 @@
-// The object class table: what a restore may do to an object of a class, and how.
+// The object class table: whether and how a restore creates and deletes objects of a class.
 #pragma once
 
 #include "platform/metabase/adsi.h"
 #include "src/skeinKeep.h"
 
-/// Creates an object under `parent`. `newObject` is set on success only.
+/// Creates an object under `parent`. `newObject` is set on success only. Returns 0 or a negative status.
 using CreateFn = Status (*)(IADs& parent, BSTR className, BSTR objectName, ComPtr<IADs>& newObject);
-/// Deletes an object with all that lies below it. Children deleted before a failure stay deleted.
+/// Deletes an object with all objects below it. Returns 0 or a negative status; what was deleted before a
+/// failure stays deleted. The caller keeps its reference.
 using DeleteFn = Status (*)(IADs& object);
 
 constexpr std::uint32_t objFlagUnsupported = 1;
 constexpr std::uint32_t objFlagNoCreate = 2;
 constexpr std::uint32_t objFlagNoDelete = 4;
 
-/// A row of the object class table. A function may be null.
+/// A row of the object class table. A null function means that the class can't be created or deleted.
 struct ObjInfo {
     const OLECHAR* name;
     std::uint32_t flags;
@@ -24,6 +25,6 @@ struct ObjInfo {
     bool isDeletable() const { return (flags & objFlagNoDelete) == 0 && deleteFn != nullptr; }
 };
 
-/// 0 with the row of a class; 1 with the default row, which can't be created, for a class that the table
-/// lacks. It can't fail.
+/// Finds the row of a class. Returns 0 with the row, or 1 with the default row if the table lacks the class;
+/// its objects can be deleted, but not created. Never fails.
 Status findObjInfo(std::u16string_view className, const ObjInfo*& row);

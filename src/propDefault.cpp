@@ -7,7 +7,7 @@ const Bstr markerText(u"<unsupported/>");
 const Bstr trueText(u"true");
 const Bstr falseText(u"false");
 
-/// The types whose text is the one that VariantChangeType gives.
+/// Returns whether VariantChangeType makes the text of values of the type.
 bool isConverted(VARTYPE type) {
     switch (type) {
     case VT_I2:
@@ -33,33 +33,29 @@ bool isConverted(VARTYPE type) {
     }
 }
 
-/// What stands between the start tag and the end of the line.
-Status writeValueAndEnd(const OLECHAR* name, VARIANT& value, OutStream& stream) {
-    if (Status status = writeValueText(stream, value); status < 0) {
-        reported(status);
-        errPrintf("Dumping property %S", name);
-        return status;
-    }
-    outPrintf(stream, "</%s>\n", "prop");
+/// Prints the value's text and the end tag.
+Status dumpValueAndEnd(const OLECHAR* name, VARIANT& value, OutStream& stream) {
+    if (Status status = writeValueText(stream, value); status < 0)
+        return reported(status, "Dumping property %S", name);
+    printValueEnd(stream);
     return S_OK;
 }
 
 Status dumpSingle(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
-    outPrintf(stream, "%*s<%s name=\"%S\" type=\"%d\"%s>", level * 2 + 4, "", "prop", XmlAttributeText(name),
-              value.vt, inheritedText(inherited));
-    return writeValueAndEnd(name, value, stream);
+    printValueStart(stream, level, name, value.vt, inherited);
+    return dumpValueAndEnd(name, value, stream);
 }
 
 Status dumpList(const OLECHAR* name, const VARIANT& array, ArrayBounds bounds, OutStream& stream, int level,
                 bool inherited) {
-    openProp(stream, level * 2 + 4, "proplist", name, inherited);
+    printPropStart(stream, level, propListTag, name, inherited);
     for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
         Variant element;
         if (Status status = getArrayElement(array, i, element); status < 0) return reported(status);
-        outPrintf(stream, "%*s<%s type=\"%d\">", level * 2 + 6, "", "prop", element.type());
-        if (Status status = writeValueAndEnd(name, element.get(), stream); status < 0) return status;
+        printEntryStart(stream, level, element.type());
+        if (Status status = dumpValueAndEnd(name, element.get(), stream); status < 0) return status;
     }
-    outPrintf(stream, "%*s</%s>\n", level * 2 + 4, "", "proplist");
+    printPropEnd(stream, level, propListTag);
     return S_OK;
 }
 

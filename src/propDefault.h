@@ -1,14 +1,16 @@
-// The handlers of every property that the property table doesn't treat by name.
+// The handlers of the properties that the property table doesn't name, and of some that it does.
 #pragma once
 
 #include "src/dispUtils.h"
 #include "src/propInfo.h"
 
+// See CmpFn, SetFn, PrintFn and DumpFn in propInfo.h.
 Status defaultPropCmp(const VARIANT& value, BackupProp& prop);
 Status defaultPropSet(IADs& object, BackupProp& prop);
 Status defaultPropPrint(bool useLive, BackupProp& prop, const VARIANT& live);
 Status defaultPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited);
 
-/// Writes a value as the text between the tags of a `prop`. It may change the value in place, and reports
+/// Prints a value as the text between the tags of a `prop`; a value without a text as the escaped marker
+/// <unsupported/>. May change the value in place. Returns 0 or the status of VariantChangeType. Reports
 /// nothing.
 Status writeValueText(OutStream& stream, VARIANT& value);

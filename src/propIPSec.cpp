@@ -8,7 +8,7 @@ namespace {
 
 constexpr const OLECHAR* grantByDefaultName = u"GrantByDefault";
 
-/// One of the four lists.
+/// One of the four lists: its name, its place in IpSecValues and its calls.
 struct SubList {
     const OLECHAR* name;
     Variant IpSecValues::*field;
@@ -25,46 +25,33 @@ constexpr SubList domainGrant = {u"DomainGrant", &IpSecValues::domainGrant, &IIS
 constexpr SubList domainDeny = {u"DomainDeny", &IpSecValues::domainDeny, &IISIPSecurity::get_DomainDeny,
                                 &IISIPSecurity::put_DomainDeny};
 
-/// The order in which the live object is read, and the one in which a file is read and the object written.
+/// The order of reads of the live object, and the order of reads of a file and of writes to the object.
 constexpr SubList readOrder[] = {ipGrant, ipDeny, domainGrant, domainDeny};
 constexpr SubList writeOrder[] = {ipDeny, ipGrant, domainDeny, domainGrant};
 
-/// The object's rules, or a failure that has been reported.
-Status openRules(const OLECHAR* name, const VARIANT& value, ComPtr<IISIPSecurity>& rules) {
-    if (value.vt != VT_DISPATCH) {
-        reported(E_UNEXPECTED);
-        errPrintf("%S property should be of type VT_DISPATCH", name);
-        return E_UNEXPECTED;
-    }
-    if (Status status = queryObject(value, rules); status < 0) {
-        reported(status);
-        errPrintf("QI for IISIPSecurity on %S property", name);
-        return status;
-    }
+/// Queries the live value of the property `name` for its rules.
+Status queryRules(const OLECHAR* name, const VARIANT& value, ComPtr<IISIPSecurity>& rules) {
+    if (value.vt != VT_DISPATCH)
+        return reported(E_UNEXPECTED, "%S property should be of type VT_DISPATCH", name);
+    if (Status status = queryObject(value, rules); status < 0)
+        return reported(status, "QI for IISIPSecurity on %S property", name);
     return S_OK;
 }
 
-/// Finds the child element of a sub-property by its name and parses it.
+/// Parses the child element with the name of a sub-property.
 Status parseSubProperty(IXMLDOMNode& node, const OLECHAR* name, Variant& out) {
     const Bstr queryText(u"./*[@name=\"" + std::u16string(name) + u"\"]");
     ComPtr<IXMLDOMNode> child;
-    if (Status status = node.selectSingleNode(queryText, child.out()); status < 0) {
-        reported(status);
-        errPrintf("selectSingleNode ( %S )", name);
-        return status;
-    }
-    if (!child) {
-        reported(E_FAIL);
-        errPrintf("IPSecurity property has no %S element", name);
-        return E_FAIL;
-    }
+    if (Status status = node.selectSingleNode(queryText, child.out()); status < 0)
+        return reported(status, "selectSingleNode ( %S )", name);
+    if (!child) return reported(E_FAIL, "IPSecurity property has no %S element", name);
     bool inherited = false;
     const Status status = parsePropNode(*child, out, inherited);
     return status < 0 ? reported(status) : S_OK;
 }
 
-/// The boolean of a parsed value's first element.
-Status firstAsBool(const Variant& array, VARIANT_BOOL& truth) {
+/// Converts the first element of a parsed value to a boolean.
+Status parseFirstAsBool(const Variant& array, VARIANT_BOOL& truth) {
     LONG first = 0;
     if (Status status = SafeArrayGetLBound(array->parray, 1, &first); status < 0) return reported(status);
     Variant element;
@@ -107,7 +94,7 @@ Status putSubProperties(IISIPSecurity& rules, const IpSecValues& values) {
 Status ipSecParse(IXMLDOMNode& node, IpSecValues& values) {
     Variant grant;
     if (Status status = parseSubProperty(node, grantByDefaultName, grant); status < 0) return status;
-    if (Status status = firstAsBool(grant, values.grantByDefault); status < 0) return status;
+    if (Status status = parseFirstAsBool(grant, values.grantByDefault); status < 0) return status;
     for (const SubList& part : writeOrder) {
         if (Status status = parseSubProperty(node, part.name, values.*part.field); status < 0) return status;
     }
@@ -116,7 +103,7 @@ Status ipSecParse(IXMLDOMNode& node, IpSecValues& values) {
 
 Status ipSecPropCmp(const VARIANT& value, BackupProp& prop) {
     ComPtr<IISIPSecurity> rules;
-    if (Status status = openRules(prop.name, value, rules); status < 0) return status;
+    if (Status status = queryRules(prop.name, value, rules); status < 0) return status;
     IpSecValues values;
     if (Status status = ipSecParse(*prop.element, values); status < 0) return reported(status);
 
@@ -126,9 +113,8 @@ Status ipSecPropCmp(const VARIANT& value, BackupProp& prop) {
     for (const SubList& part : readOrder) {
         Variant live;
         if (Status status = (rules.get()->*part.get)(live.out()); status < 0) return reported(status);
-        const Status result = cmpVariants(live.get(), (values.*part.field).get());
-        if (result < 0) return reported(result);
-        if (result == 1) return 1;
+        if (Status status = cmpVariants(live.get(), (values.*part.field).get()); status != 0)
+            return status < 0 ? reported(status) : 1;
     }
     return 0;
 }
@@ -142,13 +128,10 @@ Status ipSecPropSet(IADs& object, BackupProp& prop) {
     IpSecValues values;
     if (Status status = ipSecParse(*prop.element, values); status < 0) return reported(status);
     Variant live;
-    if (Status status = object.Get(prop.name, live.out()); status < 0) {
-        reported(status);
-        errPrintf("Getting %S property", prop.name);
-        return status;
-    }
+    if (Status status = object.Get(prop.name, live.out()); status < 0)
+        return reported(status, "Getting %S property", prop.name);
     ComPtr<IISIPSecurity> rules;
-    if (Status status = openRules(prop.name, live.get(), rules); status < 0) return status;
+    if (Status status = queryRules(prop.name, live.get(), rules); status < 0) return status;
     if (Status status = putSubProperties(*rules, values); status < 0) return status;
     if (Status status = object.Put(prop.name, live.get()); status < 0) return reported(status);
     if (Status status = object.SetInfo(); status < 0) return reported(status);
@@ -158,11 +141,10 @@ Status ipSecPropSet(IADs& object, BackupProp& prop) {
 Status ipSecPropPrint(bool, BackupProp&, const VARIANT&) { return S_OK; }
 
 Status ipSecPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
-    const int indent = level * 2 + 4;
-    openProp(stream, indent, "prop", name, inherited);
+    printPropStart(stream, level, propTag, name, inherited);
     ComPtr<IISIPSecurity> rules;
-    if (Status status = openRules(name, value, rules); status < 0) return status;
+    if (Status status = queryRules(name, value, rules); status < 0) return status;
     if (Status status = dumpSubProperties(*rules, stream, level + 1); status < 0) return status;
-    outPrintf(stream, "%*s</%s>\n", indent, "", "prop");
+    printPropEnd(stream, level, propTag);
     return S_OK;
 }

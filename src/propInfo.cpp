@@ -1,6 +1,6 @@
 #include "src/propInfo.h"
 
-#include "platform/automation/safearray.h"
+#include "src/dispUtils.h"
 #include "src/propDefault.h"
 #include "src/propIPSec.h"
 #include "src/propMimeMap.h"
@@ -12,17 +12,24 @@
 
 namespace {
 
-/// A restore skips unsupported properties by their flag, so nothing comes here.
-Status unsupPropCmp(const VARIANT&, BackupProp&) {
-    reported(E_NOTIMPL);
-    errPrintf("unsupPropCmp not implemented yet");
-    return E_NOTIMPL;
+// In blanks.
+constexpr int propIndent(int level) { return level * 2 + 4; }
+constexpr int entryIndent(int level) { return propIndent(level) + 2; }
+
+constexpr std::string_view inheritedAttributeText(bool inherited) {
+    return inherited ? " inherited=\"true\"" : "";
 }
 
-/// Records that such a property was there; its value is lost.
+/// Never called in a restore, which skips unsupported properties by their flag.
+Status unsupPropCmp(const VARIANT&, BackupProp&) {
+    return reported(E_NOTIMPL, "unsupPropCmp not implemented yet");
+}
+
+/// Prints that the object has such a property; its value isn't saved.
 Status unsupPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
-    outPrintf(stream, "%*s<%s name=\"%S\" type=\"%d\"%s><unsupported/></%s>\n", level * 2 + 4, "", "prop",
-              XmlAttributeText(name), value.vt, inheritedText(inherited), "prop");
+    printValueStart(stream, level, name, value.vt, inherited);
+    outPrintf(stream, "<unsupported/>");
+    printValueEnd(stream);
     return S_OK;
 }
 
@@ -38,6 +45,13 @@ constexpr PropInfo propInfoTable[] = {
 constexpr PropInfo defaultPropInfo = {u"<<default>>", 0, defaultPropCmp, defaultPropSet, defaultPropPrint,
                                       defaultPropDump};
 
+bool equalUpToNul(const OLECHAR* a, const OLECHAR* b) {
+    for (; *a == *b; ++a, ++b) {
+        if (*a == u'\0') return true;
+    }
+    return false;
+}
+
 struct BoolWord {
     std::u16string_view word;
     bool value;
@@ -46,16 +60,15 @@ struct BoolWord {
 constexpr BoolWord boolWords[] = {{u"true", true}, {u"false", false}, {u"t", true},  {u"1", true},
                                   {u"yes", true},  {u"f", false},     {u"0", false}, {u"no", false}};
 
-/// A `type` text names a VARTYPE by the low 16 bits of its number.
+/// Parses the text of an attribute `type`: the VARTYPE is the low 16 bits of its number.
 Status parseVarType(BSTR text, VARTYPE& type) {
     type = static_cast<VARTYPE>(leadingNumber(view(text)));
     if (type != 0 || (text != nullptr && text[0] == u'0')) return S_OK;
-    reported(E_FAIL);
-    errPrintf("Seemingly invalid integer: %S", text);
-    return E_FAIL;
+    return reported(E_FAIL, "Seemingly invalid integer: %S", text);
 }
 
-Status refuseUntyped(IXMLDOMNode& node) {
+Status reportMissingType(IXMLDOMNode& node) {
+    // A failed read of the tag is reported after this failure, so this takes two steps.
     reported(E_FAIL);
     errPrintf("Value node %S has no type attribute", xmlTagForMessage(node));
     return E_FAIL;
@@ -77,24 +90,36 @@ Status parseList(IXMLDOMNode& node, std::vector<Variant>& values) {
     return S_OK;
 }
 
-/// Moves the values into an array, without copying what they refer to.
-Status moveIntoArray(std::span<Variant> values, Variant& out) {
-    SafeArray array(values.size());
-    if (!array) return reported(E_UNEXPECTED);
-    for (std::size_t i = 0; i < values.size(); ++i) array[i] = values[i].detach();
-    out = Variant::ofArray(array.detach());
-    return S_OK;
-}
-
 } // namespace
 
-void openProp(OutStream& stream, int indent, const char* tag, const OLECHAR* name, bool inherited) {
-    outPrintf(stream, "%*s<%s name=\"%S\"%s>\n", indent, "", tag, XmlAttributeText(name),
-              inheritedText(inherited));
+void printPropStart(OutStream& stream, int level, std::string_view tag, const OLECHAR* name, bool inherited) {
+    outPrintf(stream, "%*s<%s name=\"%S\"%s>\n", propIndent(level), "", tag, XmlAttributeText(name),
+              inheritedAttributeText(inherited));
 }
 
-const PropInfo& findPropInfo(std::u16string_view name) {
-    const auto* found = std::ranges::find(propInfoTable, name, &PropInfo::name);
+void printPropEnd(OutStream& stream, int level, std::string_view tag) {
+    outPrintf(stream, "%*s</%s>\n", propIndent(level), "", tag);
+}
+
+void printValueStart(OutStream& stream, int level, const OLECHAR* name, VARTYPE type, bool inherited) {
+    outPrintf(stream, "%*s<%s name=\"%S\" type=\"%d\"%s>", propIndent(level), "", propTag,
+              XmlAttributeText(name), type, inheritedAttributeText(inherited));
+}
+
+void printEntryStart(OutStream& stream, int level, VARTYPE type) {
+    outPrintf(stream, "%*s<%s type=\"%d\">", entryIndent(level), "", propTag, type);
+}
+
+void printValueEnd(OutStream& stream) { outPrintf(stream, "</%s>\n", propTag); }
+
+void printMimeType(OutStream& stream, int level, const OLECHAR* extension, const OLECHAR* mimeType) {
+    outPrintf(stream, "%*s<mimetype %S=\"%S\" %S=\"%S\"/>\n", entryIndent(level), "", extensionAttribute,
+              XmlAttributeText(extension), typeAttribute, XmlAttributeText(mimeType));
+}
+
+const PropInfo& findPropInfo(const OLECHAR* name) {
+    const auto* found = std::ranges::find_if(
+        propInfoTable, [name](const PropInfo& info) { return equalUpToNul(info.name, name); });
     return found == std::end(propInfoTable) ? defaultPropInfo : *found;
 }
 
@@ -107,9 +132,8 @@ Status parseBoolWord(std::u16string_view word, bool& value) {
 
 Status parseValueNode(IXMLDOMNode& node, Variant& out) {
     Bstr typeText;
-    const Status found = xmlGetAttrOfNode(node, typeAttribute, typeText);
-    if (found < 0) return reported(found);
-    if (found == S_FALSE) return refuseUntyped(node);
+    if (Status status = xmlGetAttrOfNode(node, typeAttribute, typeText); status != S_OK)
+        return status < 0 ? reported(status) : reportMissingType(node);
     Bstr text;
     if (Status status = node.get_text(text.out()); status < 0) return reported(status);
 
@@ -138,7 +162,7 @@ Status parsePropNode(IXMLDOMNode& node, Variant& out, bool& inherited) {
         errPrintf("Unknown property node: %S\n", tag);
         return reported(E_UNEXPECTED);
     }
-    if (Status status = moveIntoArray(values, out); status < 0) return status;
+    if (Status status = moveIntoArray(values, out); status < 0) return reported(status);
 
     Bstr word;
     if (Status status = xmlGetAttrOfNode(node, inheritedAttribute, word, u"false"); status < 0)

@@ -1,42 +1,45 @@
-// The property table: which handlers a property has; and the way of a property from a backup file into a
-// value.
+// The property table, which names the handlers of a property; the parsing of a property element of a backup
+// file, and the printing of its lines.
 #pragma once
 
 #include "platform/metabase/adsi.h"
 #include "platform/xml/msxml.h"
 #include "src/skeinKeep.h"
 
-/// One property as a backup file gives it. The handlers may read `element` and `name` directly, `value` and
-/// `inherited` only after backupPropParse.
+/// One property of a backup file. Owns all that it refers to. The handlers may read `element` and `name`
+/// directly, `value` and `inherited` only after backupPropParse.
 struct BackupProp {
     ComPtr<IXMLDOMElement> element;
-    /// Null if the element has no such attribute.
+    /// The attribute `name`; null if the element has none.
     Bstr name;
     bool inherited = false;
     bool parsed = false;
     Variant value;
 };
 
-// The handlers of a property. `value` and `live` are as IADs::GetEx gave them.
+// The roles of the handlers of a property. `value` and `live` are what IADs::GetEx returned.
 
-/// 0 if the live value is the file's, exactly 1 if not, negative on a failure.
+/// Compares the live value with the file's. Returns 0 if they are the same, exactly 1 if they differ, or a
+/// negative status.
 using CmpFn = Status (*)(const VARIANT& value, BackupProp& prop);
-/// Writes the file's value to the live object, its own IADs::SetInfo included; under `dryRun` it only prints.
+/// Prints the "Setting" line, then writes the file's value to the live object and commits it with
+/// IADs::SetInfo. Under `dryRun` only prints. Returns 0 or a negative status.
 using SetFn = Status (*)(IADs& object, BackupProp& prop);
-/// Prints the live value, or the file's, on `errStream`.
+/// Prints the live value, or the file's, to `errStream`. Returns 0 or a negative status.
 using PrintFn = Status (*)(bool useLive, BackupProp& prop, const VARIANT& live);
-/// Writes the whole element of the property, `level*2+4` blanks and the line end included. It may change the
-/// value in place. A negative result ends the backup.
+/// Prints the whole element of the property, from its indentation to its last line end. `level` is the
+/// object's. May change the value in place. Returns 0, or a negative status, which ends the backup.
 using DumpFn = Status (*)(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited);
 
-// What a restore skips, whatever the values.
+// A restore skips a property with any of these flags.
 constexpr std::uint32_t propFlagUnsupported = 1;
 constexpr std::uint32_t propFlagReadOnly = 2;
 constexpr std::uint32_t propFlagIgnored = 4;
 
-/// A row of the property table. A handler may be null.
+/// A row of the property table. Without a `dumpFn` a property is left out of a backup; `cmpFn` and `setFn`
+/// are null only where a flag has a restore skip the property.
 struct PropInfo {
-    std::u16string_view name;
+    const OLECHAR* name;
     std::uint32_t flags;
     CmpFn cmpFn;
     SetFn setFn;
@@ -44,29 +47,48 @@ struct PropInfo {
     DumpFn dumpFn;
 };
 
-/// The row of a property; the default row, if the table doesn't name it.
-const PropInfo& findPropInfo(std::u16string_view name);
+/// Returns the row of a property, or the default row if the table doesn't name it. Names are compared
+/// exactly, up to their first NUL.
+const PropInfo& findPropInfo(const OLECHAR* name);
 
-/// The attribute text of an inherited property, empty for any other.
-constexpr std::string_view inheritedText(bool inherited) { return inherited ? " inherited=\"true\"" : ""; }
+// The tags of property elements, and the functions that print them for the DumpFn handlers. `level` is that
+// of the object, or that plus 1 for an element inside a property; the indentation follows from it.
 
-/// Writes the line with the start tag of a property that takes several lines.
-void openProp(OutStream& stream, int indent, const char* tag, const OLECHAR* name, bool inherited);
+constexpr std::string_view propTag = "prop";
+constexpr std::string_view propListTag = "proplist";
 
-/// Looks a word up in the table of truth words: 0, or E_FAIL with `value` left alone. Reports nothing.
+/// Prints the line of a start tag without a type: that of a `proplist`, or that of a `prop` with child
+/// elements.
+void printPropStart(OutStream& stream, int level, std::string_view tag, const OLECHAR* name, bool inherited);
+/// Prints the line of the end tag for such a start tag.
+void printPropEnd(OutStream& stream, int level, std::string_view tag);
+
+/// Prints the start tag of a `prop` with one value, whose text comes next, in the same line.
+void printValueStart(OutStream& stream, int level, const OLECHAR* name, VARTYPE type, bool inherited);
+/// Prints the start tag of an entry of a `proplist`, whose text comes next, in the same line.
+void printEntryStart(OutStream& stream, int level, VARTYPE type);
+/// Prints the end tag, and the line end, of a `prop` with one value or of an entry.
+void printValueEnd(OutStream& stream);
+
+/// Prints the line of one entry of a MIME map.
+void printMimeType(OutStream& stream, int level, const OLECHAR* extension, const OLECHAR* mimeType);
+
+/// Parses a truth word, such as "true" or "no". Returns 0, or E_FAIL for another word, with `value`
+/// unchanged. Reports nothing.
 Status parseBoolWord(std::u16string_view word, bool& value);
 
-/// The value of one element: its text as the type that its `type` attribute numbers. Without the attribute,
-/// or with one that is no number, E_FAIL; else what VariantChangeType says.
+/// Parses the text of an element into a value of the VARTYPE whose number is its attribute `type`. Returns 0,
+/// E_FAIL if the attribute is missing or no number, or the status of a failed call; `out` is set on success
+/// only.
 Status parseValueNode(IXMLDOMNode& node, Variant& out);
 
-/// The value of a `prop` or `proplist` element, always as a one-dimensional array of VARIANTs from lower
-/// bound 0, and its `inherited` attribute, where a word that is no truth word is told and taken for false.
-/// E_UNEXPECTED for an element of another tag.
+/// Parses a `prop` or `proplist` element into a one-dimensional array of VARIANTs with lower bound 0, and its
+/// attribute `inherited`; for a word that is no truth word prints a warning and sets false. Returns 0,
+/// E_UNEXPECTED for an element with another tag, or the status of a failed step.
 Status parsePropNode(IXMLDOMNode& node, Variant& out, bool& inherited);
 
-/// Attaches a record to an element and reads its name.
+/// Attaches a record to an element and reads its name. Returns 0 or a negative status.
 Status backupPropBind(BackupProp& prop, IXMLDOMNode& node);
 
-/// Parses the value of a record, unless that has been done.
+/// Parses the value of a record unless that has been done. Returns 0 or a negative status.
 Status backupPropParse(BackupProp& prop);

@@ -3,15 +3,12 @@
 #include "platform/com/runtime.h"
 #include "platform/metabase/iis.h"
 #include "src/dispUtils.h"
+#include "src/pairing.h"
 #include "src/xmlUtils.h"
-
-#include <algorithm>
 
 namespace {
 
-constexpr const OLECHAR* mimeTypeTag = u"mimetype";
-
-/// The pair of one live entry, read from the element at an index.
+/// Reads the two texts of the live entry at an index.
 Status readLiveEntry(const VARIANT& array, LONG index, Bstr& extension, Bstr& mimeType) {
     Variant element;
     if (Status status = getArrayElement(array, index, element); status < 0) return reported(status);
@@ -22,30 +19,32 @@ Status readLiveEntry(const VARIANT& array, LONG index, Bstr& extension, Bstr& mi
     return S_OK;
 }
 
-/// Pairs every live entry with one of the file's: 0, or 1 if one of them finds none.
+/// Pairs every live entry with an equal one of the file. Returns 0, 1 if there is none for one of them, or a
+/// negative status.
 Status pairEntries(const VARIANT& array, ArrayBounds bounds, std::vector<MimeMapEntry>& entries) {
+    Pairing<MimeMapEntry, &MimeMapEntry::matched> pairing(entries);
     for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
         Bstr extension;
         Bstr mimeType;
         if (Status status = readLiveEntry(array, i, extension, mimeType); status < 0) return status;
-        const auto pair = std::ranges::find_if(entries, [&](const MimeMapEntry& entry) {
-            return !entry.matched && equal(entry.extension, view(extension)) &&
-                   equal(entry.mimeType, view(mimeType));
-        });
-        if (pair == entries.end()) {
+        if (!pairing.pair({view(extension), view(mimeType)})) {
             logPrintf(5, "MimeMap: Mime Type %S --> %S not in backup.\n", extension, mimeType);
             return 1;
         }
-        pair->matched = true;
     }
     return 0;
 }
 
-Status makeEntry(IClassFactory& factory, const MimeMapEntry& entry, Variant& out) {
-    void* made = nullptr;
-    const Status creation = factory.CreateInstance(nullptr, IISMimeType::iid, &made);
+Status createMimeType(IClassFactory& factory, ComPtr<IISMimeType>& mimeType) {
+    void* created = nullptr;
+    const Status status = factory.CreateInstance(nullptr, IISMimeType::iid, &created);
+    return received(status, created, mimeType);
+}
+
+/// Creates the provider's object for an entry.
+Status createEntry(IClassFactory& factory, const MimeMapEntry& entry, Variant& out) {
     ComPtr<IISMimeType> mimeType;
-    if (Status status = received(creation, made, mimeType); status < 0) return reported(status);
+    if (Status status = createMimeType(factory, mimeType); status < 0) return reported(status);
     if (Status status = mimeType->put_Extension(entry.extension); status < 0) return reported(status);
     if (Status status = mimeType->put_MimeType(entry.mimeType); status < 0) return reported(status);
     ComPtr<IDispatch> object;
@@ -54,42 +53,36 @@ Status makeEntry(IClassFactory& factory, const MimeMapEntry& entry, Variant& out
     return S_OK;
 }
 
-Status makeArray(IClassFactory& factory, const std::vector<MimeMapEntry>& entries, Variant& out) {
-    SafeArray array(entries.size());
-    if (!array) return reported(E_UNEXPECTED);
+/// Creates the value of the property: an array of one object for each entry.
+Status createArray(IClassFactory& factory, const std::vector<MimeMapEntry>& entries, Variant& out) {
+    std::vector<Variant> objects(entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        Variant object;
-        if (Status status = makeEntry(factory, entries[i], object); status < 0) return status;
-        array[i] = object.detach();
+        if (Status status = createEntry(factory, entries[i], objects[i]); status < 0) return status;
     }
-    out = Variant::ofArray(array.detach());
+    if (Status status = moveIntoArray(objects, out); status < 0) return reported(status);
     return S_OK;
 }
 
-Status openFactory(ComPtr<IClassFactory>& factory) {
-    void* found = nullptr;
-    const Status status = CoGetClassObject(CLSID_MimeMap, CLSCTX_ALL, nullptr, IClassFactory::iid, &found);
-    return received(status, found, factory);
+Status getFactory(ComPtr<IClassFactory>& factory) {
+    void* object = nullptr;
+    const Status status = CoGetClassObject(CLSID_MimeMap, CLSCTX_ALL, nullptr, IClassFactory::iid, &object);
+    return received(status, object, factory);
 }
 
-/// Reports a value that isn't an array of one dimension.
-Status checkMimeMap(const VARIANT& value, const OLECHAR* name, SourcePlace place = SourcePlace::current()) {
-    if ((value.vt & VT_ARRAY) == 0) {
-        reported(E_UNEXPECTED, place);
-        errPrintf("%S property should be an array", name);
-        return E_UNEXPECTED;
-    }
-    if (const UINT dimensions = SafeArrayGetDim(value.parray); dimensions != 1) {
-        reported(E_UNEXPECTED, place);
-        errPrintf("%S property has %d dimensions (expected 1)", name, dimensions);
-        return E_UNEXPECTED;
-    }
+/// Reports, at the caller's place, a value that isn't an array of one dimension.
+Status checkOneDimension(const VARIANT& value, const OLECHAR* name,
+                         SourcePlace place = SourcePlace::current()) {
+    if ((value.vt & VT_ARRAY) == 0)
+        return reported(E_UNEXPECTED, place, "%S property should be an array", name);
+    if (const UINT dimensions = SafeArrayGetDim(value.parray); dimensions != 1)
+        return reported(E_UNEXPECTED, place, "%S property has %d dimensions (expected 1)", name, dimensions);
     return S_OK;
 }
 
 } // namespace
 
 Status mimeMapParse(IXMLDOMNode& node, std::vector<MimeMapEntry>& entries) {
+    entries.clear();
     ComPtr<IXMLDOMNodeList> children;
     if (Status status = xmlGetChildNodes(node, children); status < 0) return reported(status);
     std::size_t length = 0;
@@ -112,7 +105,7 @@ Status mimeMapParse(IXMLDOMNode& node, std::vector<MimeMapEntry>& entries) {
 }
 
 Status mimeMapPropCmp(const VARIANT& value, BackupProp& prop) {
-    if (Status status = checkMimeMap(value, u"MimeMap"); status < 0) return status;
+    if (Status status = checkOneDimension(value, u"MimeMap"); status < 0) return status;
     ArrayBounds bounds;
     if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
     ComPtr<IXMLDOMNodeList> children;
@@ -129,7 +122,7 @@ Status mimeMapPropCmp(const VARIANT& value, BackupProp& prop) {
 
 Status mimeMapPropSet(IADs& object, BackupProp& prop) {
     ComPtr<IClassFactory> factory;
-    if (Status status = openFactory(factory); status < 0) return reported(status);
+    if (Status status = getFactory(factory); status < 0) return reported(status);
     Bstr path;
     if (Status status = object.get_ADsPath(path.out()); status < 0) return reported(status);
     errPrintf("Setting %S:%S property to <array>\n", path, prop.name);
@@ -138,12 +131,9 @@ Status mimeMapPropSet(IADs& object, BackupProp& prop) {
     std::vector<MimeMapEntry> entries;
     if (Status status = mimeMapParse(*prop.element, entries); status < 0) return reported(status);
     Variant array;
-    if (Status status = makeArray(*factory, entries, array); status < 0) return status;
-    if (Status status = object.Put(prop.name, array.get()); status < 0) {
-        reported(status);
-        errPrintf("Put() for MimeMap property");
-        return status;
-    }
+    if (Status status = createArray(*factory, entries, array); status < 0) return status;
+    if (Status status = object.Put(prop.name, array.get()); status < 0)
+        return reported(status, "Put() for MimeMap property");
     if (Status status = object.SetInfo(); status < 0) return reported(status);
     return S_OK;
 }
@@ -151,18 +141,16 @@ Status mimeMapPropSet(IADs& object, BackupProp& prop) {
 Status mimeMapPropPrint(bool, BackupProp&, const VARIANT&) { return S_OK; }
 
 Status mimeMapPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, int level, bool inherited) {
-    if (Status status = checkMimeMap(value, name); status < 0) return status;
-    const int indent = level * 2 + 4;
-    openProp(stream, indent, "prop", name, inherited);
+    if (Status status = checkOneDimension(value, name); status < 0) return status;
+    printPropStart(stream, level, propTag, name, inherited);
     ArrayBounds bounds;
     if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
     for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
         Bstr extension;
         Bstr mimeType;
         if (Status status = readLiveEntry(value, i, extension, mimeType); status < 0) return status;
-        outPrintf(stream, "%*s<%S %S=\"%S\" %S=\"%S\"/>\n", indent + 2, "", mimeTypeTag, extensionAttribute,
-                  XmlAttributeText(extension), typeAttribute, XmlAttributeText(mimeType));
+        printMimeType(stream, level, extension, mimeType);
     }
-    outPrintf(stream, "%*s</%s>\n", indent, "", "prop");
+    printPropEnd(stream, level, propTag);
     return S_OK;
 }

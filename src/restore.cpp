@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Binds the topmost object. A failure of that is told, but not reported here.
+/// Binds the topmost object. A failure of ADsGetObject prints a message, without an "Error" line.
 Status bindTopObject(IXMLDOMElement& element, ComPtr<IADs>& object) {
     Bstr path;
     if (Status status = xmlGetAttr(element, pathAttribute, path); status < 0) return reported(status);
@@ -16,11 +16,27 @@ Status bindTopObject(IXMLDOMElement& element, ComPtr<IADs>& object) {
     return status;
 }
 
-/// The child that an `obj` element must have. Without it nothing can be concluded, least of all that there
-/// are no children.
-Status findPart(IXMLDOMElement& element, BSTR tag, ComPtr<IXMLDOMNode>& part) {
-    if (Status status = xmlGetOnlyChild(element, tag, part); status < 0) return reported(status);
-    return part ? S_OK : reported(E_FAIL);
+/// Finds the `props` or `children` element of an `obj` element. A missing one is a failure: the live object
+/// isn't changed as if the file had an empty one.
+Status getRequiredChild(IXMLDOMElement& element, BSTR tag, ComPtr<IXMLDOMNode>& child) {
+    if (Status status = xmlGetOnlyChild(element, tag, child); status < 0) return reported(status);
+    return child ? S_OK : reported(E_FAIL);
+}
+
+/// Checks that the first digit of the version is the supported one, 1.
+Status checkVersion(IXMLDOMElement& documentElement) {
+    Bstr version;
+    const Status status = xmlGetAttr(documentElement, versionAttribute, version);
+    if (status < 0) return reported(status);
+    if (status == S_FALSE) {
+        errPrintf("Invalid backup (no \"version\" attribute on the metabase tag)\n");
+        return E_FAIL;
+    }
+    if (!view(version).starts_with(u'1')) {
+        errPrintf("Invalid backup (unknown version \"%S\")\n", version);
+        return E_FAIL;
+    }
+    return S_OK;
 }
 
 } // namespace
@@ -42,17 +58,7 @@ Status restoreMain() {
 }
 
 Status validateBackup(IXMLDOMElement& documentElement) {
-    Bstr version;
-    const Status found = xmlGetAttr(documentElement, versionAttribute, version);
-    if (found < 0) return reported(found);
-    if (found == S_FALSE) {
-        errPrintf("Invalid backup (no \"version\" attribute on the metabase tag)\n");
-        return E_FAIL;
-    }
-    if (!view(version).starts_with(u'1')) {
-        errPrintf("Invalid backup (unknown version \"%S\")\n", version);
-        return E_FAIL;
-    }
+    if (Status status = checkVersion(documentElement); status < 0) return status;
     LONG count = 0;
     if (Status status = xmlChildCount(documentElement, count); status < 0) return reported(status);
     if (count != 1) {
@@ -79,10 +85,10 @@ Status restoreObject(IXMLDOMNode& node, IADs* object) {
         if (Status status = bindTopObject(*element, live); status < 0) return status;
     }
     ComPtr<IXMLDOMNode> props;
-    if (Status status = findPart(*element, propsTag, props); status < 0) return status;
+    if (Status status = getRequiredChild(*element, propsTag, props); status < 0) return status;
     if (Status status = reconcileProperties(*live, *props); status < 0) return reported(status);
     ComPtr<IXMLDOMNode> children;
-    if (Status status = findPart(*element, childrenTag, children); status < 0) return status;
+    if (Status status = getRequiredChild(*element, childrenTag, children); status < 0) return status;
     if (Status status = reconcileChildren(*live, *children); status < 0) return reported(status);
     return S_OK;
 }

@@ -1,25 +1,26 @@
-// The restore: a backup file against the live tree, object by object.
+// The restore: the walk over a backup file that brings the live tree into line with it, object by object.
 #pragma once
 
 #include "platform/metabase/adsi.h"
 #include "platform/xml/msxml.h"
 #include "src/skeinKeep.h"
 
-/// The driver: loads `backupFile` and brings the live tree that its topmost object names into line with it.
-/// Moves `errStream` to standard output. What was changed before a failure stays changed.
+/// Loads `backupFile` of `runSettings` and brings the live tree into line with it, from the object downward
+/// that the file's topmost `obj` element names by its `path`. Sets `errStream` to standard output. Returns 0
+/// or a negative status; what was changed before a failure stays changed.
 Status restoreMain();
 
-/// Checks that a document is a backup of a version that is read here. E_FAIL, told but not reported, for one
-/// that isn't.
+/// Checks that a document is a backup of a supported version. Returns 0, E_FAIL if it isn't, with a message
+/// but without an "Error" line, or the status of a failed call.
 Status validateBackup(IXMLDOMElement& documentElement);
 
-/// Restores the live object that an `obj` element describes, and all below it. A null `object` is the topmost
-/// one, which is bound by the element's `path`; a failure of that is told, but not reported.
+/// Restores the live object of an `obj` element and all objects below it. Null for `object` means the topmost
+/// one, which is bound by the element's `path`; a failure to bind it prints a message to standard error,
+/// without an "Error" line. Returns 0 or a negative status.
 Status restoreObject(IXMLDOMNode& node, IADs* object);
 
-/// Prints the line of an object that is created. Returns 1 in a dry run, which must not make the change, else
-/// 0.
+/// Prints the line of an object to be created. Returns 1 in a dry run, where it must not be created, else 0.
 int logCreateObject(const OLECHAR* objectText, const OLECHAR* className);
 
-/// The same for an object that is deleted.
+/// The same for an object to be deleted.
 int logDeleteObject(IADs& object);

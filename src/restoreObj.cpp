@@ -1,37 +1,43 @@
 #include "src/restoreObj.h"
 
-#include "platform/metabase/childEnumerator.h"
-#include "src/dispUtils.h"
+#include "src/childWalk.h"
 #include "src/objInfo.h"
 #include "src/restore.h"
 #include "src/xmlUtils.h"
 
 #include <algorithm>
+#include <span>
 #include <vector>
 
 namespace {
 
-/// A name's length and its last units as one number: most names differ in it.
-std::uint64_t nameKey(std::u16string_view name) {
-    std::uint64_t key = name.size();
-    for (const OLECHAR unit : name.substr(name.size() - std::min<std::size_t>(name.size(), 3))) {
-        key = key << 16 | unit;
-    }
-    return key;
-}
-
-/// One live child as it was when the pass began.
+/// One live child, read before anything is changed.
 struct ChildEntry {
-    /// Of the name. All children are searched for each `obj` element of the file, and a look at this is
-    /// cheap.
-    std::uint64_t key = 0;
     Bstr name;
     Bstr className;
     ComPtr<IADs> object;
     const ObjInfo* info = nullptr;
-    /// A node of the file has been dealt with against this child: it is no leftover.
+    /// Whether an `obj` element of the file has been reconciled with this child; if not, it is deleted at the
+    /// end.
     bool matched = false;
 };
+
+/// The live children sorted by name; those with one name in the order of their entries, which are borrowed.
+using ChildIndex = std::vector<std::pair<std::u16string_view, ChildEntry*>>;
+
+ChildIndex indexByName(std::span<ChildEntry> entries) {
+    ChildIndex index;
+    index.reserve(entries.size());
+    for (ChildEntry& entry : entries) index.emplace_back(view(entry.name), &entry);
+    std::ranges::sort(index);
+    return index;
+}
+
+/// Returns the first entry with a name, or null.
+ChildEntry* findChild(const ChildIndex& index, std::u16string_view name) {
+    const auto found = std::ranges::lower_bound(index, name, {}, &ChildIndex::value_type::first);
+    return found != index.end() && found->first == name ? found->second : nullptr;
+}
 
 /// One `obj` element of the file.
 struct FileObject {
@@ -41,7 +47,7 @@ struct FileObject {
     Bstr path;
 };
 
-/// A leaf has no children to bring into line; that the file has some is a warning.
+/// Prints a warning if the file has children for an object that isn't a container.
 Status warnOfIgnoredChildren(IADs& object, IXMLDOMNode& childrenNode) {
     VARIANT_BOOL hasChildren = VARIANT_FALSE;
     if (Status status = childrenNode.hasChildNodes(&hasChildren); status < 0) return reported(status);
@@ -55,47 +61,41 @@ Status warnOfIgnoredChildren(IADs& object, IXMLDOMNode& childrenNode) {
 
 Status countChildren(IADsContainer& container, std::size_t& count) {
     ChildEnumerator children;
-    if (Status status = children.build(container); status < 0) return reported(status);
-    for (count = 0;; ++count) {
-        Variant element;
-        const Status status = children.next(element);
-        if (status < 0) return reported(status);
-        if (status == S_FALSE) break;
-    }
-    const Status status = children.free();
-    return status < 0 ? reported(status) : S_OK;
+    count = 0;
+    const auto countChild = [&count](const Variant&) {
+        ++count;
+        return S_OK;
+    };
+    if (Status status = visitChildren(children, container, countChild); status < 0) return status;
+    if (Status status = children.free(); status < 0) return reported(status);
+    return S_OK;
 }
 
 Status readChild(const Variant& element, ChildEntry& entry) {
     if (Status status = queryChild(element, entry.object); status < 0) return status;
     if (Status status = entry.object->get_Name(entry.name.out()); status < 0) return reported(status);
-    entry.key = nameKey(view(entry.name));
     if (Status status = entry.object->get_Class(entry.className.out()); status < 0) return reported(status);
-    if (findObjInfo(view(entry.className), entry.info) == S_FALSE) {
-        reported(E_UNEXPECTED);
-        errPrintf("Unknown object class: %S", entry.className);
-        return E_UNEXPECTED;
-    }
+    if (findObjInfo(view(entry.className), entry.info) == S_FALSE)
+        return reported(E_UNEXPECTED, "Unknown object class: %S", entry.className);
     return S_OK;
 }
 
-/// Reads the live children into entries, of which there must be as many as were counted.
+/// Reads the live children into the entries. E_UNEXPECTED if there are now fewer or more children than
+/// entries.
 Status readChildren(IADsContainer& container, std::vector<ChildEntry>& entries) {
     ChildEnumerator children;
-    if (Status status = children.build(container); status < 0) return reported(status);
-    for (std::size_t count = 0;; ++count) {
-        Variant element;
-        const Status status = children.next(element);
-        if (status < 0) return reported(status);
-        const bool ended = status == S_FALSE;
-        if (ended != (count == entries.size())) return reported(E_UNEXPECTED);
-        if (ended) break;
-        if (Status read = readChild(element, entries[count]); read < 0) return read;
-    }
-    const Status status = children.free();
-    return status < 0 ? reported(status) : S_OK;
+    std::size_t count = 0;
+    const auto readNext = [&](const Variant& element) {
+        if (count == entries.size()) return reported(E_UNEXPECTED);
+        return readChild(element, entries[count++]);
+    };
+    if (Status status = visitChildren(children, container, readNext); status < 0) return status;
+    if (count != entries.size()) return reported(E_UNEXPECTED);
+    if (Status status = children.free(); status < 0) return reported(status);
+    return S_OK;
 }
 
+/// Reads the three attributes of `object.node`. E_FAIL if one is missing.
 Status readFileObject(FileObject& object) {
     bool complete = true;
     const auto read = [&](BSTR attribute, Bstr& value) {
@@ -107,19 +107,21 @@ Status readFileObject(FileObject& object) {
     if (Status status = read(classAttribute, object.className); status < 0) return reported(status);
     if (Status status = read(pathAttribute, object.path); status < 0) return reported(status);
     if (complete) return S_OK;
+    // A failed read of the tag is reported after this failure, so this takes two steps.
     reported(E_FAIL);
     errPrintf("Object node %S lacks one of the attributes name, class, path", xmlTagForMessage(object.node));
     return E_FAIL;
 }
 
-void refuseCreate(const FileObject& object) {
+void printCreateRefusal(const FileObject& object) {
     errPrintf("[Can't create object %S (%S) -- creates not supported]", object.path, object.className);
 }
 
-void refuseDelete(const ChildEntry& entry) {
+void printDeleteRefusal(const ChildEntry& entry) {
     errPrintf("[Can't delete object %S (%S) -- deletes not supported]", entry.name, entry.className);
 }
 
+/// Finds the class row of an object of the file.
 const ObjInfo& infoOf(const FileObject& object) {
     const ObjInfo* info = nullptr;
     findObjInfo(view(object.className), info);
@@ -135,20 +137,20 @@ Status createAndRestore(IADs& parent, const FileObject& object, const ObjInfo& i
     return S_OK;
 }
 
-/// The file has an object that the live tree lacks.
-Status addMissing(IADs& parent, const FileObject& object) {
+/// Creates an object of the file that the live tree lacks.
+Status createMissing(IADs& parent, const FileObject& object) {
     if (logCreateObject(object.path, object.className) != 0) return S_OK;
     const ObjInfo& info = infoOf(object);
     if (info.isCreatable()) return createAndRestore(parent, object, info);
-    refuseCreate(object);
+    printCreateRefusal(object);
     return S_OK;
 }
 
-/// The file has another class for a live child.
+/// Replaces a live child that has another class in the file.
 Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
     const bool dryRun = logDeleteObject(*entry.object) != 0;
     if (!entry.info->isDeletable()) {
-        refuseDelete(entry);
+        printDeleteRefusal(entry);
         return S_OK;
     }
     if (!dryRun) {
@@ -157,7 +159,7 @@ Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
     logCreateObject(object.name, object.className);
     const ObjInfo& info = infoOf(object);
     if (!info.isCreatable()) {
-        refuseCreate(object);
+        printCreateRefusal(object);
     } else if (!dryRun) {
         if (Status status = createAndRestore(parent, object, info); status < 0) return status;
     }
@@ -165,24 +167,20 @@ Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
     return S_OK;
 }
 
-Status reconcileChild(IADs& parent, const FileObject& object, std::vector<ChildEntry>& entries) {
-    const std::u16string_view name = view(object.name);
-    const auto entry = std::ranges::find_if(entries, [name, key = nameKey(name)](const ChildEntry& child) {
-        return child.key == key && equal(child.name, name);
-    });
-    if (entry == entries.end()) return addMissing(parent, object);
-    if (entry->matched) {
-        reported(E_UNEXPECTED);
-        errPrintf("ERROR: object \"%S\" appears more than once in the backup file", object.name);
-        return E_UNEXPECTED;
-    }
+Status reconcileChild(IADs& parent, const FileObject& object, const ChildIndex& children) {
+    ChildEntry* entry = findChild(children, view(object.name));
+    if (entry == nullptr) return createMissing(parent, object);
+    if (entry->matched)
+        return reported(E_UNEXPECTED, "ERROR: object \"%S\" appears more than once in the backup file",
+                        object.name);
     if (!equal(entry->className, view(object.className))) return replaceChild(parent, object, *entry);
     if (Status status = restoreObject(object.node, entry->object.get()); status < 0) return reported(status);
     entry->matched = true;
     return S_OK;
 }
 
-Status walkFile(IADs& object, IXMLDOMNode& childrenNode, std::vector<ChildEntry>& entries) {
+/// Reconciles the `obj` elements of the file in document order.
+Status reconcileFileObjects(IADs& object, IXMLDOMNode& childrenNode, const ChildIndex& children) {
     ComPtr<IXMLDOMNodeList> nodes;
     if (Status status = xmlGetChildNodes(childrenNode, nodes); status < 0) return reported(status);
     for (;;) {
@@ -191,16 +189,17 @@ Status walkFile(IADs& object, IXMLDOMNode& childrenNode, std::vector<ChildEntry>
         if (!node) return S_OK;
         FileObject fileObject{*node, {}, {}, {}};
         if (Status status = readFileObject(fileObject); status < 0) return status;
-        if (Status status = reconcileChild(object, fileObject, entries); status < 0) return status;
+        if (Status status = reconcileChild(object, fileObject, children); status < 0) return status;
     }
 }
 
+/// Deletes the live children that the file lacks.
 Status deleteLeftovers(const std::vector<ChildEntry>& entries) {
     for (const ChildEntry& entry : entries) {
         if (entry.matched) continue;
         const bool dryRun = logDeleteObject(*entry.object) != 0;
         if (!entry.info->isDeletable()) {
-            refuseDelete(entry);
+            printDeleteRefusal(entry);
         } else if (!dryRun) {
             if (Status status = entry.info->deleteFn(*entry.object); status < 0) return reported(status);
         }
@@ -212,14 +211,13 @@ Status deleteLeftovers(const std::vector<ChildEntry>& entries) {
 
 Status reconcileChildren(IADs& object, IXMLDOMNode& childrenNode) {
     ComPtr<IADsContainer> container;
-    const Status isContainer = query(object, container);
-    if (isContainer == E_NOINTERFACE) return warnOfIgnoredChildren(object, childrenNode);
-    if (isContainer < 0) return reported(isContainer);
-
+    if (Status status = query(object, container); status < 0)
+        return status == E_NOINTERFACE ? warnOfIgnoredChildren(object, childrenNode) : reported(status);
     std::size_t count = 0;
     if (Status status = countChildren(*container, count); status < 0) return status;
     std::vector<ChildEntry> entries(count);
     if (Status status = readChildren(*container, entries); status < 0) return status;
-    if (Status status = walkFile(object, childrenNode, entries); status < 0) return status;
+    if (Status status = reconcileFileObjects(object, childrenNode, indexByName(entries)); status < 0)
+        return status;
     return deleteLeftovers(entries);
 }

@@ -1,5 +1,6 @@
 #include "src/restoreProp.h"
 
+#include "src/pairing.h"
 #include "src/schemaCache.h"
 #include "src/xmlUtils.h"
 
@@ -7,7 +8,7 @@
 
 namespace {
 
-/// The object's path for the warnings of one pass, read when the first one needs it.
+/// The object's path for the warnings of one pass, read at the first warning.
 class WarningPath {
 public:
     explicit WarningPath(IADs& object) : object_(object) {}
@@ -24,38 +25,25 @@ private:
     Bstr path_;
 };
 
-/// The names of a class, and which of them the file has.
-class NameMatcher {
-public:
-    explicit NameMatcher(std::span<const BSTR> names) : names_(names), seen_(names.size()) {}
+/// A property name of the object's class.
+struct SchemaName {
+    BSTR name;
+    /// Whether a property of the file has been paired with this name.
+    bool seen = false;
 
-    /// Marks the first name that equals this one and wasn't seen before; false if there is none. Null is no
-    /// name.
-    bool take(BSTR name) {
-        // A file has the names in the order of the class, as a rule: those at the front are seen soon.
-        while (firstUnseen_ < names_.size() && seen_[firstUnseen_] != 0) ++firstUnseen_;
-        for (std::size_t i = firstUnseen_; name != nullptr && i < names_.size(); ++i) {
-            if (seen_[i] != 0 || !equal(names_[i], view(name))) continue;
-            seen_[i] = 1;
-            return true;
-        }
-        return false;
-    }
-    void warnOfUnseen(WarningPath& path) const {
-        for (std::size_t i = 0; i < names_.size(); ++i) {
-            if (seen_[i] != 0) continue;
-            errPrintf("WARNING - property \"%S\" is not in backup for object \"%S\"\n", names_[i],
-                      path.get());
-        }
-    }
-
-private:
-    std::span<const BSTR> names_;
-    std::vector<std::uint8_t> seen_;
-    std::size_t firstUnseen_ = 0;
+    std::u16string_view key() const { return view(name); }
+    bool hasKey(std::u16string_view other) const { return equal(name, other); }
 };
 
-/// Says whether a restore skips the property, whatever its value, and why.
+/// Prints a warning for each name that the file lacks.
+void warnOfUnseen(std::span<const SchemaName> names, WarningPath& path) {
+    for (const SchemaName& entry : names) {
+        if (entry.seen) continue;
+        errPrintf("WARNING - property \"%S\" is not in backup for object \"%S\"\n", entry.name, path.get());
+    }
+}
+
+/// Returns whether a restore skips the property by its flags; if so, prints a log line.
 bool isSkipped(const PropInfo& info, BSTR name) {
     if ((info.flags & propFlagUnsupported) != 0) {
         logPrintf(5, "Skipping unsupported property \"%S\"\n", name);
@@ -73,12 +61,12 @@ bool isSkipped(const PropInfo& info, BSTR name) {
 
 Status reconcileProperties(IADs& object, IXMLDOMNode& propsNode) {
     std::span<const BSTR> names;
-    if (Status status = getClassSchema(*runSettings.schemaCache, object, names); status < 0) {
-        reported(status);
-        errPrintf("Getting schema info from schema cache");
-        return status;
-    }
-    NameMatcher matcher(names);
+    if (Status status = getClassSchema(*runSettings.schemaCache, object, names); status < 0)
+        return reported(status, "Getting schema info from schema cache");
+    std::vector<SchemaName> schemaNames;
+    schemaNames.reserve(names.size());
+    for (BSTR name : names) schemaNames.push_back({name});
+    Pairing<SchemaName, &SchemaName::seen> pairing(schemaNames);
     WarningPath path(object);
     ComPtr<IXMLDOMNodeList> nodes;
     if (Status status = xmlGetChildNodes(propsNode, nodes); status < 0) return reported(status);
@@ -92,25 +80,23 @@ Status reconcileProperties(IADs& object, IXMLDOMNode& propsNode) {
         if (!node) break;
         BackupProp& prop = records.emplace_back();
         if (Status status = backupPropBind(prop, *node); status < 0) return reported(status);
-        if (matcher.take(prop.name)) {
+        if (pairing.pair(view(prop.name))) {
             if (Status status = reconcileProperty(object, prop); status < 0) return reported(status);
         } else {
             errPrintf("WARNING - property \"%S\" listed in backup but not in schema for object \"%S\"\n",
                       prop.name, path.get());
         }
     }
-    matcher.warnOfUnseen(path);
+    warnOfUnseen(schemaNames, path);
     return S_OK;
 }
 
 Status reconcileProperty(IADs& object, BackupProp& prop) {
-    const PropInfo& info = findPropInfo(view(prop.name));
+    const PropInfo& info = findPropInfo(prop.name);
     if (isSkipped(info, prop.name)) return S_OK;
     Variant live;
     if (Status status = object.GetEx(prop.name, live.out()); status < 0) return reported(status);
-    const Status result = info.cmpFn(live.get(), prop);
-    if (result < 0) return reported(result);
-    if (result != 1) return S_OK;
-    if (Status status = info.setFn(object, prop); status < 0) return reported(status);
-    return S_OK;
+    Status status = info.cmpFn(live.get(), prop);
+    if (status == 1) status = info.setFn(object, prop);
+    return status < 0 ? reported(status) : S_OK;
 }

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The names of a list of the schema, not yet looked at.
+/// One of the two lists of the schema, not yet converted to names.
 struct NameList {
     Variant names;
     ArrayBounds bounds;
@@ -16,7 +16,7 @@ struct NameList {
     }
 };
 
-/// Moves the names of a list behind the `count` ones that `store` has; empty ones are dropped.
+/// Appends the names of a list, without empty ones, to the `count` names in `store`.
 Status appendNames(const NameList& list, Bstr* store, std::int32_t& count) {
     for (LONG i = list.bounds.lower; i <= list.bounds.upper; ++i) {
         Variant name;
@@ -29,7 +29,7 @@ Status appendNames(const NameList& list, Bstr* store, std::int32_t& count) {
     return S_OK;
 }
 
-/// Reads the class's names, unless that has been done.
+/// Reads the names of the class unless that has been done.
 Status classSchemaLoad(ClassSchema& entry) {
     if (entry.nameStore) return S_OK;
     ComPtr<IADsClass> schemaClass;
@@ -60,7 +60,7 @@ Status classSchemaLoad(ClassSchema& entry) {
     return S_OK;
 }
 
-/// The entry of a schema path, or null.
+/// Returns the entry of a schema path, or null.
 ClassSchema* findEntry(const SchemaCache& cache, BSTR schemaPath) {
     ClassSchema* entry = cache.head.get();
     while (entry != nullptr &&
@@ -72,8 +72,10 @@ ClassSchema* findEntry(const SchemaCache& cache, BSTR schemaPath) {
 
 } // namespace
 
-SchemaCache::~SchemaCache() {
-    while (head) head = std::move(head->next);
+SchemaCache::~SchemaCache() { schemaCacheDestroy(*this); }
+
+void schemaCacheDestroy(SchemaCache& cache) {
+    while (cache.head) cache.head = std::move(cache.head->next);
 }
 
 Status getClassSchema(SchemaCache& cache, IADs& object, std::span<const BSTR>& names) {

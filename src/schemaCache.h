@@ -1,4 +1,4 @@
-// The property names of each class, read from the schema once a run.
+// The property names of each class, read from the schema once in a run.
 #pragma once
 
 #include "platform/automation/bstr.h"
@@ -8,19 +8,20 @@
 #include <memory>
 #include <span>
 
-/// The names of one class, told by its schema path.
+/// The property names of one class.
 struct ClassSchema {
     std::unique_ptr<ClassSchema> next;
+    /// Identifies the class.
     Bstr schemaPath;
     /// Number of names, -1 until they are loaded.
     std::int32_t count = -1;
-    /// What callers get: the strings of `nameStore`.
+    /// The array for callers: the strings of `nameStore`, borrowed.
     std::unique_ptr<BSTR[]> names;
-    /// Owns the strings. Present exactly in a loaded entry, also where there are no names.
+    /// Owns the strings. Null until all names are loaded; not null for a class without names.
     std::unique_ptr<Bstr[]> nameStore;
 };
 
-/// A list of classes, the newest first. Entries stay until the cache goes.
+/// A list of class schemas, the newest first. Entries are freed with the cache only.
 struct SchemaCache {
     SchemaCache() = default;
     SchemaCache(const SchemaCache&) = delete;
@@ -30,7 +31,10 @@ struct SchemaCache {
     std::unique_ptr<ClassSchema> head;
 };
 
-/// The property names of an object's class: the mandatory ones, then the optional ones, as the schema lists
-/// them, without empty ones. A name that is in both lists comes twice. The names stay the cache's, and last
-/// as long.
+/// Frees all entries, and with them the names that callers borrow.
+void schemaCacheDestroy(SchemaCache& cache);
+
+/// Gets the property names of an object's class: the mandatory ones, then the optional ones, each in the
+/// order of the schema, without empty ones. A name that is in both lists comes twice. Returns 0 or a negative
+/// status. The caller borrows the names until schemaCacheDestroy.
 Status getClassSchema(SchemaCache& cache, IADs& object, std::span<const BSTR>& names);

@@ -25,19 +25,19 @@ enum class Mode { backup, restore, notChosen };
     std::exit(1);
 }
 
-/// The command line's arguments, taken one by one.
+/// The arguments of the command line after the program's name, read one by one.
 class Arguments {
 public:
     Arguments(int count, char** values) : at_(values + 1), end_(values + count) {}
 
     bool atEnd() const { return at_ == end_; }
-    /// Takes the next argument if it is this option.
+    /// Moves past the next argument and returns true if it is `option`.
     bool take(std::string_view option) {
         if (option != *at_) return false;
         ++at_;
         return true;
     }
-    /// Takes the next argument if it is this option and has an operand behind it, which is taken as well.
+    /// The same for an option that another argument follows, its operand, which is read as well.
     bool take(std::string_view option, const char*& operand) {
         if (end_ - at_ < 2 || option != *at_) return false;
         operand = at_[1];
@@ -51,6 +51,7 @@ private:
 };
 
 Mode parseCommandLine(int argc, char** argv) {
+    runSettings = RunSettings{};
     const char* programName = argc > 0 ? argv[0] : "skeinKeep";
     if (argc < 2) usage(programName);
     Mode mode = Mode::notChosen;
@@ -83,27 +84,24 @@ Mode parseCommandLine(int argc, char** argv) {
     return mode;
 }
 
-/// Everything between the command line and the exit code.
+/// Runs a driver in the component runtime and with a schema cache. Returns the exit code.
 int runMode(Mode mode) {
     if (Status status = CoInitializeEx(nullptr, 0); status < 0) {
-        reported(status);
-        errPrintf("CoInitialize");
+        reported(status, "CoInitialize");
         return 2;
     }
-    Status status = S_OK;
-    {
-        SchemaCache schemaCache;
-        runSettings.schemaCache = &schemaCache;
-        status = mode == Mode::restore ? restoreMain() : backupMain();
-        runSettings.schemaCache = nullptr;
-    }
+    SchemaCache schemaCache;
+    runSettings.schemaCache = &schemaCache;
+    const Status status = mode == Mode::restore ? restoreMain() : backupMain();
+    runSettings.schemaCache = nullptr;
+    schemaCacheDestroy(schemaCache);
     CoUninitialize();
     return status < 0 ? 2 : 0;
 }
 
 using SystemText = std::unique_ptr<char, decltype(&LocalFree)>;
 
-/// The system's text for a status, without the line end behind it; null if it has none.
+/// Returns the system's text for a status, without white space at its end; null if there is none.
 SystemText systemText(Status status) {
     char* buffer = nullptr;
     const DWORD length = FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,

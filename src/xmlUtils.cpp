@@ -12,26 +12,26 @@
 
 namespace {
 
-/// The buffer of a start tag, good for one tag at a time.
+/// The buffer in which a start tag is formatted.
 class TagBuffer {
 public:
     void clear() { used_ = 0; }
-    /// Appends the pieces, wide ones narrowed; all of them, or, where they don't fit, nothing.
+    /// Appends the pieces, narrowed unit by unit. Returns false, with nothing appended, if they don't fit.
     bool append(std::initializer_list<std::u16string_view> pieces) {
         std::size_t length = 0;
         for (const std::u16string_view piece : pieces) length += piece.size();
-        if (length > room()) return false;
+        if (length > freeBytes()) return false;
         for (const std::u16string_view piece : pieces) put(piece);
         return true;
     }
     /// Appends as much of a piece as fits.
-    void appendPart(std::u16string_view piece) { put(piece.substr(0, room())); }
+    void appendPart(std::u16string_view piece) { put(piece.substr(0, freeBytes())); }
     void close() { bytes_[used_++] = '>'; }
     std::string_view text() const { return {bytes_, used_}; }
 
 private:
-    // The closing bracket and a terminator always fit.
-    std::size_t room() const { return sizeof bytes_ - 2 - used_; }
+    /// Two bytes are kept for the closing bracket and a terminator.
+    std::size_t freeBytes() const { return sizeof bytes_ - 2 - used_; }
     void put(std::u16string_view piece) {
         for (const char16_t unit : piece) bytes_[used_++] = narrowed(unit);
     }
@@ -80,31 +80,44 @@ Status createDocument(ComPtr<IXMLDOMDocument>& document) {
     return received(status, created, document);
 }
 
-Status refuseOpening(const char* fileName, int error) {
-    reported(E_UNEXPECTED);
-    errPrintf("Unexpected error opening: \"%s\": %s", fileName, errorText(error));
-    return E_UNEXPECTED;
+Status reportOpenFailure(const char* fileName, int error) {
+    return reported(E_UNEXPECTED, "Unexpected error opening: \"%s\": %s", fileName, errorText(error));
 }
 
-Status refuseShortRead(const char* fileName, std::size_t count, std::int64_t size) {
-    reported(E_UNEXPECTED);
-    errPrintf("Read %d bytes from \"%s\", expected to read %d", count, fileName, size);
-    return E_UNEXPECTED;
+Status reportShortRead(const char* fileName, std::size_t count, std::int64_t size) {
+    return reported(E_UNEXPECTED, "Read %d bytes from \"%s\", expected to read %d", count, fileName, size);
 }
 
-/// The file's bytes, with a terminator behind them.
+/// Reads the file's bytes and appends a terminator.
 Status readBytes(const char* fileName, std::unique_ptr<char[]>& bytes) {
     InputFile file(fileName);
-    if (!file.isOpen()) return refuseOpening(fileName, errno);
+    if (!file.isOpen()) return reportOpenFailure(fileName, errno);
     const std::int64_t size = file.size();
-    if (size < 0) return refuseOpening(fileName, errno);
-    if (size > std::numeric_limits<std::int32_t>::max()) return refuseShortRead(fileName, 0, size);
+    if (size < 0) return reportOpenFailure(fileName, errno);
+    if (size > std::numeric_limits<std::int32_t>::max()) return reportShortRead(fileName, 0, size);
 
     const auto length = static_cast<std::size_t>(size);
     bytes.reset(new char[length + 1]);
     const std::size_t count = file.read(bytes.get(), length);
-    if (count != length) return refuseShortRead(fileName, count, size);
+    if (count != length) return reportShortRead(fileName, count, size);
     bytes[length] = '\0';
+    return S_OK;
+}
+
+Status parseText(BSTR text, const char* fileName, IXMLDOMDocument& document) {
+    VARIANT_BOOL success = VARIANT_FALSE;
+    if (Status status = document.loadXML(text, &success); status < 0)
+        return reported(status, "loading XML from backup file %s", fileName);
+    if (success != VARIANT_TRUE)
+        return reported(E_FAIL, "loadXML from backup file %s failed (probably a syntax error)", fileName);
+    return S_OK;
+}
+
+/// Moves the value of an attribute, as a string, out of `attribute`.
+Status takeText(Variant& attribute, Bstr& value) {
+    if (Status status = VariantChangeType(&attribute.get(), &attribute.get(), 0, VT_BSTR); status < 0)
+        return reported(status, "Can't change attribute into a string");
+    value = Bstr::adopt(attribute.detach().bstrVal);
     return S_OK;
 }
 
@@ -112,51 +125,29 @@ Status readBytes(const char* fileName, std::unique_ptr<char[]>& bytes) {
 
 Status xmlLoadFile(const char* fileName, ComPtr<IXMLDOMDocument>& document) {
     document.reset();
-    ComPtr<IXMLDOMDocument> loading;
-    if (Status status = createDocument(loading); status < 0) {
-        reported(status);
-        errPrintf("Creating XML DOM object");
-        return status;
-    }
+    ComPtr<IXMLDOMDocument> created;
+    if (Status status = createDocument(created); status < 0)
+        return reported(status, "Creating XML DOM object");
     std::unique_ptr<char[]> bytes;
     if (Status status = readBytes(fileName, bytes); status < 0) return status;
-    if (Status status = loading->put_async(VARIANT_FALSE); status < 0) return reported(status);
+    if (Status status = created->put_async(VARIANT_FALSE); status < 0) return reported(status);
     Bstr text;
     if (Status status = ansiToWide(bytes.get(), text); status < 0) return reported(status);
-    // The document takes the most memory by far: it doesn't begin before the bytes have gone.
+    // The document takes by far the most memory, so the bytes are freed before it is built.
     bytes.reset();
-
-    VARIANT_BOOL success = VARIANT_FALSE;
-    if (Status status = loading->loadXML(text, &success); status < 0) {
-        reported(status);
-        errPrintf("loading XML from backup file %s", fileName);
-        return status;
-    }
-    if (success != VARIANT_TRUE) {
-        reported(E_FAIL);
-        errPrintf("loadXML from backup file %s failed (probably a syntax error)", fileName);
-        return E_FAIL;
-    }
-    document = std::move(loading);
+    if (Status status = parseText(text, fileName, *created); status < 0) return status;
+    document = std::move(created);
     return S_OK;
 }
 
 Status xmlGetAttr(IXMLDOMElement& element, BSTR name, Bstr& value, const OLECHAR* defaultText) {
     value.reset();
     Variant attribute;
-    const Status found = element.getAttribute(name, attribute.out());
-    if (found < 0) return found;
-    if (found == S_FALSE) {
-        if (defaultText == nullptr) return S_FALSE;
-        value = Bstr(defaultText);
-        return S_OK;
-    }
-    if (Status status = VariantChangeType(&attribute.get(), &attribute.get(), 0, VT_BSTR); status < 0) {
-        reported(status);
-        errPrintf("Can't change attribute into a string");
-        return status;
-    }
-    value = Bstr::adopt(attribute.detach().bstrVal);
+    const Status status = element.getAttribute(name, attribute.out());
+    if (status < 0) return status;
+    if (status != S_FALSE) return takeText(attribute, value);
+    if (defaultText == nullptr) return S_FALSE;
+    value = Bstr(defaultText);
     return S_OK;
 }
 

@@ -1,10 +1,10 @@
-// The backup file as a document, and the operations on its nodes that recur.
+// The loading of a backup file as a document, and access to its nodes.
 #pragma once
 
 #include "platform/xml/msxml.h"
 #include "src/skeinKeep.h"
 
-// The names that the file's elements and attributes have.
+// The tags and attributes that are looked up in a backup file.
 inline const Bstr childrenTag(u"children");
 inline const Bstr propsTag(u"props");
 inline const Bstr classAttribute(u"class");
@@ -15,33 +15,37 @@ inline const Bstr pathAttribute(u"path");
 inline const Bstr typeAttribute(u"type");
 inline const Bstr versionAttribute(u"version");
 
-/// Loads a file into a new document, which stays null unless the result is 0. The file is read whole, and a
-/// NUL byte ends it for the parser; from 2 GB up it is refused.
+/// Loads a file into a new document. Returns 0, or a negative status with `document` null: E_UNEXPECTED if
+/// the file can't be read or has 2 GB or more, E_FAIL if it doesn't parse. The document ends at the file's
+/// first NUL byte.
 Status xmlLoadFile(const char* fileName, ComPtr<IXMLDOMDocument>& document);
 
-/// An attribute as a string. 0 with the value, or with a copy of `defaultText` for an attribute that is
-/// missing; 1, with null, for a missing one without default; negative on a failure. A failure of getAttribute
-/// itself isn't reported.
+/// Reads an attribute as a string. Returns 0 with its value; for a missing attribute 0 with a copy of
+/// `defaultText`, or 1 with null if that is null; or a negative status. A failure of getAttribute itself
+/// isn't reported.
 Status xmlGetAttr(IXMLDOMElement& element, BSTR name, Bstr& value, const OLECHAR* defaultText = nullptr);
 
-/// The same on a node, which must be an element.
+/// The same for a node, which must be an element.
 Status xmlGetAttrOfNode(IXMLDOMNode& node, BSTR name, Bstr& value, const OLECHAR* defaultText = nullptr);
 
-/// The child nodes of every kind. Reports nothing.
+/// Gets the child nodes of every kind. Returns the status of the call, or E_UNEXPECTED if it has no result.
+/// Reports nothing.
 Status xmlGetChildNodes(IXMLDOMNode& node, ComPtr<IXMLDOMNodeList>& children);
 
-/// The number of nodes in a list; E_UNEXPECTED for one that can't be. Reports nothing.
+/// Gets the number of nodes in a list. Returns the status of the call, or E_UNEXPECTED for a negative number.
+/// Reports nothing.
 Status xmlGetLength(IXMLDOMNodeList& nodes, std::size_t& length);
 
-/// The number of child nodes of every kind, as the list tells it.
+/// Gets the number of child nodes of every kind. Returns 0 or a negative status.
 Status xmlChildCount(IXMLDOMNode& node, LONG& count);
 
-/// The first child with a tag, or null. Any other number of them than one is complained about on `errStream`,
-/// but is no failure.
+/// Gets the first child element with a tag, or null. If there isn't exactly one, prints a message to
+/// `errStream`, which isn't a failure. Returns 0 or a negative status.
 Status xmlGetOnlyChild(IXMLDOMNode& node, BSTR tag, ComPtr<IXMLDOMNode>& child);
 
-/// The start tag of an element, for a message: as many of its attributes as fit into 8192 bytes.
+/// Formats the start tag of an element for a message, with as many of its attributes as fit into 8192 bytes.
+/// Returns 0, or a negative status with `text` null.
 Status xmlDumpNode(IXMLDOMNode& node, Bstr& text);
 
-/// The start tag, or a text in its place where it can't be had.
+/// Returns the start tag for a message, or a fixed text if xmlDumpNode fails, which is reported.
 Bstr xmlTagForMessage(IXMLDOMNode& node);

@@ -3,7 +3,8 @@
 #include "platform/automation/safearray.h"
 #include "platform/metabase/valueText.h"
 #include "src/dispUtils.h"
-#include "tests/support.h"
+#include "tests/support/errorLines.h"
+#include "tests/support/tables.h"
 
 #include <gtest/gtest.h>
 
@@ -18,8 +19,8 @@ VARIANT ofType(VARTYPE type, std::uint64_t bits) {
 
 Variant plain(VARTYPE type, std::uint64_t bits) { return Variant::adopt(ofType(type, bits)); }
 
-/// The value that a text in the metabase file's notation stands for.
-Variant read(const std::string& text) {
+/// The value of a text as the metabase file writes it.
+Variant valueOf(const std::string& text) {
     LineReader reader(text);
     Variant list;
     EXPECT_TRUE(reader.value(ValueForm::plain, &list) && reader.atEnd()) << text;
@@ -27,18 +28,21 @@ Variant read(const std::string& text) {
     return Variant::adopt(std::exchange(*static_cast<VARIANT*>(list->parray->pvData), {}));
 }
 
-TEST(Values, becomeOtherTypesByTheirText) {
-    for (TestCase test : testCases("value-changes.txt")) {
-        SCOPED_TRACE(test["value"] + " " + test["type"]);
-        Variant value = read(test["value"]);
-        const auto type = static_cast<VARTYPE>(std::stoi(test["type"]));
-        const auto status =
-            static_cast<std::uint32_t>(VariantChangeType(&value.get(), &value.get(), 0, type));
-        const bool refused = test.contains("status");
-        EXPECT_EQ(status, refused ? std::stoul(test["status"], nullptr, 16) : 0);
-        std::string left;
-        EXPECT_EQ(writeValue(left, ValueForm::plain, value.get()), S_OK);
-        EXPECT_EQ(left, test[refused ? "value" : "gives"]);
+std::string textOf(const VARIANT& value) {
+    std::string text;
+    EXPECT_EQ(writeValue(text, ValueForm::plain, value), S_OK);
+    return text;
+}
+
+TEST(Values, areConvertedByTheirText) {
+    for (const TableCase& test : Table("value-changes.txt", {{"value", "type"}, {}, {"gives", "status"}})) {
+        SCOPED_TRACE(test);
+        Variant value = valueOf(test["value"]);
+        const auto type = static_cast<VARTYPE>(test.number("type"));
+        const HRESULT status = VariantChangeType(&value.get(), &value.get(), 0, type);
+        EXPECT_EQ(hex(status), test.get("status", "0"));
+        // A refused value stays as it was.
+        EXPECT_EQ(textOf(value.get()), test.get("gives", test["value"]));
     }
     VARIANT wide = ofType(VT_UI1, 0x100);
     EXPECT_EQ(VariantChangeType(&wide, &wide, 0, VT_BOOL), S_OK);
@@ -57,10 +61,10 @@ Variant stringArray(std::initializer_list<const char16_t*> texts, LONG lower = 0
     return Variant::ofArray(array);
 }
 
-TEST(Values, compareByTheirOwnRules) {
-    for (TestCase test : testCases("value-comparisons.txt")) {
-        EXPECT_EQ(std::to_string(cmpVariants(read(test["a"]).get(), read(test["b"]).get())), test["result"])
-            << test["a"] << " " << test["b"];
+TEST(Values, areComparedByTheirOwnRules) {
+    for (const TableCase& test : Table("value-comparisons.txt", {{"a", "b", "result"}})) {
+        EXPECT_EQ(cmpVariants(valueOf(test["a"]).get(), valueOf(test["b"]).get()), test.number("result"))
+            << test;
     }
     const std::tuple<Variant, Variant, Status> cases[] = {
         {plain(VT_BSTR, 0), Variant::ofString(Bstr(u"")), 0},
@@ -80,16 +84,16 @@ std::string printed(const VARIANT& value, Status expected = S_OK) {
     return testing::internal::GetCapturedStdout();
 }
 
-TEST(Values, printInReadableForm) {
-    for (TestCase test : testCases("value-prints.txt"))
-        EXPECT_EQ(printed(read(test["value"]).get()), test["printed"]) << test["value"];
+TEST(Values, arePrintedInReadableForm) {
+    for (const TableCase& test : Table("value-prints.txt", {{"value", "printed"}}))
+        EXPECT_EQ(printed(valueOf(test["value"]).get()), test["printed"]) << test;
     EXPECT_EQ(printed(ofType(VT_DISPATCH, 0)), "[VT_DISPATCH]");
     EXPECT_EQ(printed(ofType(VT_UNKNOWN, 0)), "[VT_UNKNOWN]");
     EXPECT_EQ(printed(stringArray({u"a"}, 7).get()), "a");
     EXPECT_EQ(printed(stringArray({u"a", u"b"}, -1).get()), "SAFEARRAY: 2 elements: a, b");
 }
 
-TEST(Values, refuseTypesThatCannotCome) {
+TEST(Values, ofTypesThatNoProviderGivesAreRefused) {
     const SAFEARRAYBOUND bounds[] = {{1, 0}, {1, 0}};
     VARIANT square = ofType(VT_ARRAY | VT_VARIANT, 0);
     square.parray = SafeArrayCreate(VT_VARIANT, 2, bounds);
@@ -100,10 +104,10 @@ TEST(Values, refuseTypesThatCannotCome) {
     EXPECT_EQ(cmpVariants(square, square), E_UNEXPECTED);
     EXPECT_EQ(printed(byReference, E_UNEXPECTED), "");
     EXPECT_EQ(printed(square, E_UNEXPECTED), "");
-    const std::string said = testing::internal::GetCapturedStderr();
-    EXPECT_NE(said.find("Can't handle variant with extended type 0x4000 (full type 0x4003)Error"),
+    const std::string text = testing::internal::GetCapturedStderr();
+    EXPECT_NE(text.find("Can't handle variant with extended type 0x4000 (full type 0x4003)Error"),
               std::string::npos);
-    EXPECT_NE(said.find("Multidimensional SAFEARRAYs not supportedError"), std::string::npos);
+    EXPECT_NE(text.find("Multidimensional SAFEARRAYs not supportedError"), std::string::npos);
 }
 
 } // namespace

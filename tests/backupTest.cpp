@@ -1,8 +1,10 @@
-// What a backup writes, byte for byte, and what it says and leaves when something fails.
+// What a backup writes, byte for byte, and what it prints and leaves when something fails.
 
 #include "platform/automation/safearray.h"
-#include "tests/faults.h"
-#include "tests/support.h"
+#include "tests/support/errorLines.h"
+#include "tests/support/faults.h"
+#include "tests/support/processes.h"
+#include "tests/support/tables.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -33,25 +35,28 @@ struct Backup : Outcome {
     std::string file;
 };
 
-Backup backUpWith(const Faults& faults) {
+Backup backUpWith(const FaultPlan& plan, const Arguments& options = {}) {
     const Folder folder;
     folder.write("metabase.txt", exampleMetabase);
-    const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [&] { installFaults(faults); });
+    Arguments arguments = {"-backup", "-file", "f"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const FaultInjection injection(plan);
+    const Outcome run = runHere(folder, arguments);
     EXPECT_EQ(run.out, "");
     return {run, folder.read("f")};
 }
 
-/// A property is read with another type: without data, an array with two dimensions.
-Faults retyped(const std::string& property, VARTYPE type) {
-    Faults faults;
-    faults.onRead = [=](const std::u16string& name, VARIANT& value) {
+/// A property is read as another type: without data, or as an array of two dimensions.
+FaultPlan retyped(const std::string& property, VARTYPE type) {
+    FaultPlan plan;
+    plan.onRead = [=](const std::u16string& name, VARIANT& value) {
         if (name != std::u16string(property.begin(), property.end())) return;
         VariantClear(&value);
         value.vt = type;
         const SAFEARRAYBOUND bounds[] = {{1, 0}, {2, 5}};
         if ((type & VT_ARRAY) != 0) value.parray = SafeArrayCreate(VT_VARIANT, 2, bounds);
     };
-    return faults;
+    return plan;
 }
 
 TEST(Backup, writesTheExampleByteForByte) {
@@ -66,29 +71,25 @@ TEST(Backup, writesTheExampleByteForByte) {
 }
 
 TEST(Backup, leavesInheritedPropertiesOutWhenAsked) {
-    const Folder folder;
-    folder.write("metabase.txt", exampleMetabase);
-    // A value that would not be read can't fail the run either.
-    const auto failingRead = [] { installFaults(retyped("IPSecurity", VT_EMPTY)); };
-    const Outcome run =
-        runTool(folder, {"-backup", "-noinherit", "-debug", "6", "-file", "f.xml"}, failingRead);
+    // A value that isn't read can't fail the run.
+    const Backup run = backUpWith(retyped("IPSecurity", VT_EMPTY), {"-noinherit", "-debug", "6"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.err,
               "Ignoring inherited property \"ExampleNumber\"\nIgnoring inherited property \"ExampleList\"\n"
               "Ignoring inherited property \"IPSecurity\"\n");
-    EXPECT_EQ(folder.read("f.xml").find("inherited"), std::string::npos);
+    EXPECT_EQ(run.file.find("inherited"), std::string::npos);
 }
 
-TEST(Backup, writesEveryValueAsItsTypeAsks) {
-    for (TestCase test : testCases("value-lines.txt")) {
+TEST(Backup, writesEveryTypeOfValue) {
+    for (const TableCase& test : Table("value-lines.txt", {{"value", "line"}})) {
         const Folder folder;
         folder.write("metabase.txt", oneValue(test["value"]));
-        EXPECT_EQ(runProgram(folder, {"-backup", "-file", "f"}).exitCode, 0);
-        EXPECT_EQ(propsOf(folder.read("f")), test["line"] + "\n") << test["value"];
+        EXPECT_EQ(runHere(folder, {"-backup", "-file", "f"}).exitCode, 0) << test;
+        EXPECT_EQ(propsOf(folder.read("f")), test["line"] + "\n") << test;
     }
 }
 
-TEST(Backup, escapesWhatAnAttributeCannotHold) {
+TEST(Backup, escapesAttributes) {
     const Folder folder;
     folder.write(
         "metabase.txt",
@@ -105,25 +106,22 @@ TEST(Backup, escapesWhatAnAttributeCannotHold) {
     }
 }
 
-TEST(Backup, stopsAtTheFirstFailureAndTellsIt) {
-    for (TestCase test : testCases("backup-faults.txt")) {
-        Faults faults = retyped(test["read"], static_cast<VARTYPE>(std::stoi("0" + test["as"])));
-        faults.call = test["call"];
-        faults.number = std::stoi("0" + test["number"]);
-        const Backup run = backUpWith(faults);
-        EXPECT_EQ(run.exitCode, 2) << test["says"];
-        EXPECT_EQ(folded(run.err, test["status"]), test["says"]);
-        EXPECT_TRUE(run.file.ends_with(test["tail"] + (test["as"] == "72" ? "" : "\n")))
-            << test["says"] << "\n"
-            << run.file;
+TEST(Backup, stopsAtAPropertyOfAnotherType) {
+    for (const TableCase& test :
+         Table("retyped-properties.txt", {{"read", "as", "status", "prints", "fileEnd"}})) {
+        SCOPED_TRACE(test);
+        const Backup run = backUpWith(retyped(test["read"], static_cast<VARTYPE>(test.number("as"))));
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(folded(run.err, test["status"]), test["prints"]);
+        EXPECT_TRUE(run.file.ends_with(test["fileEnd"])) << run.file;
     }
 }
 
-TEST(Backup, passesOverWhatIsNoFailure) {
-    Faults patient;
-    patient.idleAnswers = 999;
+TEST(Backup, passesOverAnswersThatAreNoFailure) {
+    FaultPlan patient;
+    patient.emptyAnswers = 999;
     EXPECT_EQ(backUpWith(patient).file, exampleBackup);
-    Faults lastWithEnd;
+    FaultPlan lastWithEnd;
     lastWithEnd.lastWithEnd = true;
     EXPECT_EQ(backUpWith(lastWithEnd).file, exampleBackup);
     // A null string isn't an empty one.
@@ -131,15 +129,15 @@ TEST(Backup, passesOverWhatIsNoFailure) {
     EXPECT_NE(nullText.find("name=\"ExampleEmpty\" type=\"8\">&lt;unsupported/&gt;<"), std::string::npos);
 }
 
-TEST(Backup, givesUpOnAnEnumeratorThatNeverEnds) {
-    Faults faults;
-    faults.idleAnswers = 1000;
-    const Backup run = backUpWith(faults);
+TEST(Backup, failsOnAnEnumeratorThatNeverEnds) {
+    FaultPlan plan;
+    plan.emptyAnswers = 1000;
+    const Backup run = backUpWith(plan);
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_EQ(folded(run.err, "8000FFFF"), "{backup}{backup}{backup}");
 }
 
-TEST(Backup, namesWhatHindersItsOutput) {
+TEST(Backup, namesTheFileThatCannotBeOpened) {
     const Folder folder;
     folder.write("metabase.txt", exampleMetabase);
     const std::pair<const char*, const char*> cases[] = {
@@ -149,19 +147,19 @@ TEST(Backup, namesWhatHindersItsOutput) {
         {"./metabase.txt", "Can't open output file \"./metabase.txt\": Device or resource busy\n"}};
     for (const auto& [name, message] : cases) {
         const Outcome run = runProgram(folder, {"-backup", "-file", name});
-        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(run.exitCode, 2) << name;
         EXPECT_EQ(run.err, message);
-        EXPECT_EQ(folder.read("metabase.txt"), exampleMetabase);
+        EXPECT_EQ(folder.read("metabase.txt"), exampleMetabase) << name;
     }
 }
 
-TEST(Backup, makesNoMetabaseOfItsOutput) {
+TEST(Backup, doesNotCreateTheMetabase) {
     const Folder folder;
     EXPECT_EQ(runProgram(folder, {"-backup", "-file", "metabase.txt"}).exitCode, 2);
-    EXPECT_EQ(folder.read("metabase.txt"), "<none>");
+    EXPECT_EQ(folder.read("metabase.txt"), Folder::noFile);
 }
 
-TEST(Backup, saysOfARootThatDoesNotExist) {
+TEST(Backup, reportsARootThatDoesNotExist) {
     const Folder folder;
     folder.write("metabase.txt", exampleMetabase);
     const std::pair<const char*, const char*> cases[] = {
@@ -169,13 +167,13 @@ TEST(Backup, saysOfARootThatDoesNotExist) {
         {"IIS://localhost/", "80005004"},   {"IIS://", "80005004"},          {"x", "800401E4"}};
     for (const auto& [root, status] : cases) {
         const Outcome run = runProgram(folder, {"-backup", "-file", "f", "-root", root});
-        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(run.exitCode, 2) << root;
         EXPECT_EQ(folded(run.err, status), "{backup}Connecting to IIS via ADSI{backup}") << root;
-        EXPECT_EQ(folder.read("f"), "<?xml version=\"1.0\" ?>\n<metabase version=\"1.0.0\">\n");
+        EXPECT_EQ(folder.read("f"), "<?xml version=\"1.0\" ?>\n<metabase version=\"1.0.0\">\n") << root;
     }
 }
 
-TEST(Backup, isNotEndedBySignals) {
+TEST(Backup, isNotEndedByTheLimitOfAFilesSize) {
     const Folder folder;
     folder.write("metabase.txt", sampleMetabase());
     const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [] {

@@ -1,13 +1,15 @@
-// What a user types, and what comes of it.
+// The command line, the streams and the exit codes.
 
 #include "platform/com/runtime.h"
 #include "platform/os/stream.h"
 #include "src/dispUtils.h"
-#include "tests/support.h"
+#include "tests/support/errorLines.h"
+#include "tests/support/servers.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <new>
 #include <set>
 #include <sstream>
 #include <unistd.h>
@@ -19,7 +21,7 @@ const std::string usageText =
     "Usage: skeinKeep -restore -file <backup-file> [-n] [-force] [-log <log-file>|-]\n"
     "  [-debug <n>]\n";
 
-TEST(CommandLine, refusesWhatItDoesNotUnderstandAndTouchesNoFile) {
+TEST(CommandLine, printsTheUsageForAWrongLineAndTouchesNoFile) {
     for (const char* text : {"", "-backup", "-file f", "-backup -backup -file f", "-restore -restore -file f",
                              "-backup -restore -file f", "-backup -file", "-file f -backup -file",
                              "-backup -file f -root", "-backup -file f -log", "-backup -file f -debug",
@@ -31,8 +33,8 @@ TEST(CommandLine, refusesWhatItDoesNotUnderstandAndTouchesNoFile) {
         const Outcome run = runProgram(folder, line);
         EXPECT_EQ(run.exitCode, 1) << text;
         EXPECT_EQ(run.err, usageText) << text;
-        EXPECT_EQ(run.out, "");
-        EXPECT_EQ(folder.read("f"), "<none>");
+        EXPECT_EQ(run.out, "") << text;
+        EXPECT_EQ(folder.read("f"), Folder::noFile) << text;
     }
 }
 
@@ -54,10 +56,11 @@ TEST(CommandLine, takesOptionsInAnyOrderAndOperandsAsTheyAre) {
     for (const Case& test : cases) {
         const Folder folder;
         folder.write("metabase.txt", sampleMetabase());
+        SCOPED_TRACE(testing::PrintToString(test.line));
         const Outcome run = runProgram(folder, test.line);
-        EXPECT_EQ(run.exitCode, 0) << testing::PrintToString(test.line) << run.err;
+        EXPECT_EQ(run.exitCode, 0) << run;
         EXPECT_EQ(run.out + run.err, "");
-        EXPECT_EQ(folder.read("l"), "<none>");
+        EXPECT_EQ(folder.read("l"), Folder::noFile);
         const Folder plain;
         plain.write("metabase.txt", sampleMetabase());
         runProgram(plain, {"-backup", "-file", "f"});
@@ -84,16 +87,16 @@ TEST(CommandLine, readsNumbersAsAtoiDoesAndClampsThem) {
     for (const auto& [text, number] : cases) EXPECT_EQ(leadingNumber(std::string_view(text)), number) << text;
 }
 
-TEST(CommandLine, failuresAreToldWithAndWithoutASystemText) {
+TEST(CommandLine, failuresAreReportedWithAndWithoutASystemText) {
     const Folder folder;
     const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [] {
         reportHr(E_FAIL, "some", 7);
         reportHr(static_cast<Status>(0x87654321U), "other", 1234);
     });
-    const std::string said =
+    const std::string lines =
         "Error 0x80004005 (Unspecified error) at some:7\nError 0x87654321 at other:1234\n";
-    EXPECT_EQ(run.err.substr(0, said.size()), said);
-    EXPECT_EQ(folded(run.err.substr(said.size()), "80070002"), "{backup}Connecting to IIS via ADSI{backup}");
+    EXPECT_EQ(run.err.substr(0, lines.size()), lines);
+    EXPECT_EQ(folded(run.err.substr(lines.size()), "80070002"), "{backup}Connecting to IIS via ADSI{backup}");
 }
 
 TEST(CommandLine, bothStreamsInOnePlaceKeepTheirOrder) {
@@ -109,9 +112,9 @@ TEST(CommandLine, bothStreamsInOnePlaceKeepTheirOrder) {
         }
         return 0;
     });
-    std::string said;
-    for (const std::size_t length : lengths) said += "out " + std::string(2 * length, '.');
-    EXPECT_EQ(run.out, said);
+    std::string expected;
+    for (const std::size_t length : lengths) expected += "out " + std::string(2 * length, '.');
+    EXPECT_EQ(run.out, expected);
 }
 
 TEST(CommandLine, closedStreamsAndFullDisksChangeNothing) {
@@ -127,7 +130,26 @@ TEST(CommandLine, closedStreamsAndFullDisksChangeNothing) {
     EXPECT_EQ(folder.read("metabase.txt"), sampleMetabase());
 }
 
-TEST(Nightly, keepsTheLatestBackupsAndSaysWhyOneIsNoGood) {
+TEST(CommandLine, outOfMemoryEndsTheRunWithAMessage) {
+    for (const char* mode : {"-backup", "-restore"}) {
+        SCOPED_TRACE(mode);
+        const Folder folder;
+        folder.write("metabase.txt", metabaseWith("IIsWebServer"));
+        folder.write("f", backupFile("", everyProperty));
+        const Outcome run = runChild(folder, [mode] {
+            FaultPlan plan;
+            plan.onRead = [](const std::u16string& property, VARIANT&) {
+                if (property == u"Ports") throw std::bad_alloc();
+            };
+            const FaultInjection injection(plan);
+            return runOnStreams({mode, "-file", "f"});
+        });
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(run.err, "Out of memory\n");
+    }
+}
+
+TEST(Nightly, keepsTheLatestBackupsAndReportsABadOne) {
     const Folder folder;
     std::filesystem::create_directories(folder.path("kept of it"));
     folder.write("metabase.txt", sampleMetabase());
@@ -140,18 +162,17 @@ TEST(Nightly, keepsTheLatestBackupsAndSaysWhyOneIsNoGood) {
         return names;
     };
     const auto run = [&](const char* date) {
-        return runChild(folder, [&] {
-            const std::string command = "PATH=${0%/*}:$PATH; date() { echo " + std::string(date) +
-                                        "; }; set -- . 'kept of it'; . " SKEINKEEP_SAMPLES
-                                        "/nightly/skeinkeep-nightly";
-            ::execl("/bin/sh", "sh", "-c", command.c_str(), SKEINKEEP_PROGRAM, nullptr);
-            return 98;
-        });
+        const std::string script = "PATH=${0%/*}:$PATH; date() { echo " + std::string(date) +
+                                   "; }; set -- . 'kept of it'; . " SKEINKEEP_SAMPLES
+                                   "/nightly/skeinkeep-nightly";
+        return runCommand(folder, {"sh", "-c", script, SKEINKEEP_PROGRAM});
     };
     const Outcome good = run("2002-02-02");
     EXPECT_EQ(std::to_string(good.exitCode) + good.out + good.err, "0");
     const std::set<std::string> kept = backups();
-    EXPECT_TRUE(kept.size() == 30 && kept.contains("2002-02-02.xml") && !kept.contains("2001-01-11.xml"));
+    EXPECT_EQ(kept.size(), 30U);
+    EXPECT_TRUE(kept.contains("2002-02-02.xml") && !kept.contains("2001-01-11.xml"))
+        << testing::PrintToString(kept);
     std::filesystem::create_symlink("/dev/full", folder.path("kept of it/2002-02-03.xml.new"));
     const Outcome bad = run("2002-02-03");
     EXPECT_EQ(bad.exitCode, 1);

@@ -1,4 +1,5 @@
-// The live metabase and its file: what can be read, what a change leaves, and whose hands it notices.
+// The live metabase and its file: what can be read, what a change leaves, and which changes of others it
+// detects.
 
 #include "platform/automation/safearray.h"
 #include "platform/com/runtime.h"
@@ -6,8 +7,8 @@
 #include "platform/metabase/iis.h"
 #include "platform/metabase/records.h"
 #include "platform/metabase/valueText.h"
-#include "platform/platform.h"
-#include "tests/support.h"
+#include "tests/support/processes.h"
+#include "tests/support/tables.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -24,8 +25,7 @@ const std::string schema = tree.substr(0, tree.find("object"));
 class Live {
 public:
     explicit Live(const std::string& text) {
-        static const bool installed = (installPlatform(), true);
-        (void)installed;
+        preparePlatform();
         folder.write("metabase.txt", text);
         std::filesystem::current_path(folder.path());
         CoInitializeEx(nullptr, 0);
@@ -33,20 +33,21 @@ public:
     Live(const Live&) = delete;
     Live& operator=(const Live&) = delete;
     ~Live() {
-        leave();
-        std::filesystem::current_path("/");
+        end();
+        std::filesystem::current_path(before_);
     }
     /// The orderly end of the run.
-    void leave() {
-        if (!left_) CoUninitialize();
-        left_ = true;
+    void end() {
+        if (!hasEnded_) CoUninitialize();
+        hasEnded_ = true;
     }
     std::string text() const { return folder.read("metabase.txt"); }
 
     Folder folder;
 
 private:
-    bool left_ = false;
+    std::filesystem::path before_ = std::filesystem::current_path();
+    bool hasEnded_ = false;
 };
 
 ComPtr<IADs> open(const char16_t* path) {
@@ -92,20 +93,23 @@ std::string canonical(const std::string& text, std::string& error) {
 TEST(Metabase, readsBackWhatItWritesAndRefusesAllElse) {
     const std::map<std::string, std::string> beginnings = {
         {"nothing", ""}, {"the schema", schema}, {"the tree", tree}, {"the sample", sampleMetabase()}};
-    for (TestCase test : testCases("metabase-texts.txt")) {
+    for (const TableCase& test :
+         Table("metabase-texts.txt", {{"after", "text"}, {}, {"error", "accepted"}})) {
+        SCOPED_TRACE(test);
+        ASSERT_TRUE(beginnings.contains(test["after"]));
         std::string error;
-        const std::string once = canonical(beginnings.at(test["behind"]) + test["text"], error);
-        EXPECT_EQ(error, test["error"]) << test["text"];
-        EXPECT_EQ(once.empty(), !error.empty()) << test["text"];
-        EXPECT_TRUE(once.empty() || canonical(once, error) == once) << once << error;
+        const std::string once = canonical(beginnings.at(test["after"]) + test["text"], error);
+        EXPECT_EQ(error, test.get("error", ""));
+        EXPECT_EQ(once.empty(), test.has("error"));
+        EXPECT_EQ(once.empty() ? once : canonical(once, error), once) << error;
     }
     const Folder folder;
     folder.write("metabase.txt", tree + "x\n");
-    const std::string said = runProgram(folder, {"-backup", "-file", "f"}).err;
-    EXPECT_NE(said.find("(metabase.txt, line 16: expected a property"), std::string::npos);
+    const std::string printed = runHere(folder, {"-backup", "-file", "f"}).err;
+    EXPECT_NE(printed.find("(metabase.txt, line 16: expected a property"), std::string::npos) << printed;
 }
 
-TEST(Metabase, looksForAValueOnTheObjectThenAboveItThenAtTheDefault) {
+TEST(Metabase, showsTheValueOfTheObjectOrOneAboveItOrTheDefault) {
     const Live live(
         schema +
         "above\n  Title \"top\"\nobject \"localhost\" Box\nobject \"localhost/x\" Leaf\n  Ports 1\nobject "
@@ -118,6 +122,11 @@ TEST(Metabase, looksForAValueOnTheObjectThenAboveItThenAtTheDefault) {
     EXPECT_EQ(shown(*deep, u"Note", ValueForm::opaque), "opaque(\"n\")");
     EXPECT_EQ(shown(*open(u"IIS://localhost/y/z"), u"Title"), "\"top\" inherited");
     EXPECT_EQ(shown(*open(u"IIS://localhost/x"), u"Title"), "failed");
+    ComPtr<IISBaseObject> leaf;
+    query(*open(u"IIS://localhost/x"), leaf);
+    ComPtr<IDispatch> attributes;
+    EXPECT_EQ(leaf->GetPropertyAttribObj(Bstr(u"Title"), attributes.out()), E_ADS_PROPERTY_NOT_FOUND);
+    EXPECT_FALSE(attributes);
 }
 
 TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
@@ -129,6 +138,10 @@ TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
     EXPECT_EQ(put(*box, u"Ports", u"p"), S_OK);
     EXPECT_EQ(put(*box, u"None", u"p"), E_ADS_PROPERTY_NOT_FOUND);
     EXPECT_EQ(put(*box, u"MimeMap", u"p"), E_ADS_CANT_CONVERT_DATATYPE);
+    SafeArray noEntries(1);
+    noEntries[0] = Variant::ofString(Bstr(u"p")).detach();
+    EXPECT_EQ(box->Put(Bstr(u"MimeMap"), Variant::ofArray(noEntries.detach()).get()),
+              E_ADS_CANT_CONVERT_DATATYPE);
     EXPECT_EQ(box->SetInfo(), S_OK);
     EXPECT_EQ(box->SetInfo(), S_OK);
     EXPECT_EQ(shown(*box, u"Title"), "\"a \\\"b\\\"\"");
@@ -137,12 +150,12 @@ TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
     query(*open(u"IIS://localhost"), root);
     ComPtr<IDispatch> created;
     EXPECT_EQ(root->Create(Bstr(u"Box"), Bstr(u"a"), created.out()), S_OK);
-    const auto gone = open(u"IIS://localhost/b/c");
+    const auto deleted = open(u"IIS://localhost/b/c");
     EXPECT_EQ(root->Delete(Bstr(u"Box"), Bstr(u"b")), E_ADS_UNKNOWN_OBJECT);
     EXPECT_EQ(root->Delete(Bstr(u"Bin"), Bstr(u"b")), S_OK);
     Bstr name;
-    EXPECT_EQ(gone->get_Name(name.out()), E_ADS_OBJECT_UNBOUND);
-    EXPECT_EQ(gone->SetInfo(), E_ADS_OBJECT_UNBOUND);
+    EXPECT_EQ(deleted->get_Name(name.out()), E_ADS_OBJECT_UNBOUND);
+    EXPECT_EQ(deleted->SetInfo(), E_ADS_OBJECT_UNBOUND);
 
     EXPECT_EQ(root->Create(Bstr(u"Box"), Bstr(u"a"), created.out()), E_ADS_OBJECT_EXISTS);
     for (const std::u16string_view wrong :
@@ -153,14 +166,14 @@ TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
     const std::string changes = "+set \"localhost/b/c\" Title \"a \\\"b\\\"\" Ports \"p\"\n"
                                 "+create \"localhost/a\" Box\n+delete \"localhost/b\"\n";
     EXPECT_EQ(live.text(), head + tree + changes);
-    live.leave();
+    live.end();
     const std::string text = live.text();
     EXPECT_EQ(text.substr(0, head.size() + 10), head + "metabase 1");
     EXPECT_EQ(text.substr(text.find("object")), "object \"localhost\" Box\nobject \"localhost/a\" Box\n  "
                                                 "KeyType \"Box\"\nobject \"localhost/x\" Leaf\n");
 }
 
-TEST(Metabase, givesACopyOfAnObjectUntilItIsPutBack) {
+TEST(Metabase, readsACopyOfAnObjectThatPutWritesBack) {
     const Live live(tree);
     const auto box = open(u"IIS://localhost/b/c");
     Variant rules;
@@ -174,7 +187,7 @@ TEST(Metabase, givesACopyOfAnObjectUntilItIsPutBack) {
     EXPECT_TRUE(shown(*box, u"IPSecurity", ValueForm::ipSecurity).starts_with("ipsec(GrantByDefault false"));
 }
 
-TEST(Metabase, enumeratesByNameAsItStoodAtTheBeginning) {
+TEST(Metabase, enumeratesTheChildrenThatItHadAtTheBeginningByName) {
     const Live live(
         schema +
         "object \"localhost\" Box\nobject \"localhost/b\" Bin\nobject \"localhost/\U00020000\" Bin\nobject "
@@ -210,8 +223,8 @@ TEST(Metabase, refusesTreesThatAreTooDeep) {
     EXPECT_EQ(live.text(), deep);
 }
 
-TEST(Metabase, noticesOtherHands) {
-    const std::pair<const char*, std::function<void(const Live&)>> hands[] = {
+TEST(Metabase, detectsConcurrentEdits) {
+    const std::pair<const char*, std::function<void(const Live&)>> edits[] = {
         {"appended", [](const Live& live) { live.folder.write("metabase.txt", tree + "\n"); }},
         {"touched", [](const Live&) { std::filesystem::last_write_time("metabase.txt", {}); }},
         {"replaced", [](const Live& live) {
@@ -219,20 +232,20 @@ TEST(Metabase, noticesOtherHands) {
              std::filesystem::rename("other", "metabase.txt");
          }}};
     for (const bool between : {false, true}) {
-        for (const auto& [what, act] : hands) {
+        for (const auto& [what, act] : edits) {
             Live live(tree);
             const auto box = open(u"IIS://localhost/b/c");
             EXPECT_TRUE(!between || change(*box) == S_OK);
             act(live);
-            const std::string left = live.text();
+            const std::string edited = live.text();
             EXPECT_EQ(change(*box), STATUS_FILE_ALTERED) << what << between;
-            live.leave();
-            EXPECT_EQ(live.text(), left) << what << between;
+            live.end();
+            EXPECT_EQ(live.text(), edited) << what << between;
         }
     }
 }
 
-TEST(Metabase, keepsTheFileOfALinkItsModeAndNothingBeside) {
+TEST(Metabase, rewritesTheFileOfALinkWithItsMode) {
     Live live(tree);
     std::filesystem::create_directory("real");
     std::filesystem::rename("metabase.txt", "real/it");
@@ -241,7 +254,7 @@ TEST(Metabase, keepsTheFileOfALinkItsModeAndNothingBeside) {
     live.folder.write("real/.it.rewrite", "left by a dead process");
     const auto box = open(u"IIS://localhost/b/c");
     EXPECT_EQ(change(*box), S_OK);
-    live.leave();
+    live.end();
     struct stat info {};
     ASSERT_EQ(::stat("real/it", &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0640U);
@@ -251,12 +264,12 @@ TEST(Metabase, keepsTheFileOfALinkItsModeAndNothingBeside) {
     EXPECT_FALSE(std::filesystem::exists("real/.it.rewrite"));
 }
 
-TEST(Metabase, leavesAFileThatNothingChangedUntouched) {
+TEST(Metabase, doesNotTouchAFileWithoutChanges) {
     const Folder folder;
     const std::string text = tree + "+set \"localhost/b/c\" Title \"x\"\n";
     folder.write("metabase.txt", text);
     std::filesystem::last_write_time(folder.path("metabase.txt"), {});
-    EXPECT_EQ(runProgram(folder, {"-backup", "-file", "f"}).exitCode, 0);
+    EXPECT_EQ(runHere(folder, {"-backup", "-file", "f"}).exitCode, 0);
     EXPECT_EQ(std::filesystem::last_write_time(folder.path("metabase.txt")),
               std::filesystem::file_time_type());
     EXPECT_EQ(folder.read("metabase.txt"), text);

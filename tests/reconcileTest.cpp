@@ -1,6 +1,8 @@
-// A live tree against a file: the cases of objects and of properties.
+// A server against a backup file: the cases of objects and of properties.
 
-#include "tests/restoreSupport.h"
+#include "tests/support/errorLines.h"
+#include "tests/support/servers.h"
+#include "tests/support/tables.h"
 
 #include <gtest/gtest.h>
 #include <sstream>
@@ -8,19 +10,21 @@
 namespace {
 
 TEST(RestoreObjects, followTheRulesOfTheirClasses) {
-    for (TestCase test : testCases("objects.txt")) {
-        const std::string before = live(test["live"]);
-        const bool sameWhenDry = !test.contains("dry");
-        const int exitCode = test.contains("exit") ? 2 : 0;
-        const Restored dry = restore(before, file(test["file"]), {"-n"});
-        EXPECT_EQ(folded(dry.out), sameWhenDry ? test["says"] : test["dry"]) << test["live"];
+    for (const TableCase& test :
+         Table("objects.txt", {{"server", "file", "prints", "after"}, {"exit", "dryPrints", "dryExit"}})) {
+        SCOPED_TRACE(test);
+        const std::string before = metabaseWith(test["server"]);
+        const std::string backup = backupFile(test["file"]);
+        const int exitCode = test.number("exit", 0);
+        const Restored dry = restore(before, backup, {"-n"});
+        EXPECT_EQ(folded(dry.out), test.get("dryPrints", test["prints"]));
+        EXPECT_EQ(dry.exitCode, test.number("dryExit", exitCode));
         EXPECT_EQ(dry.metabase, before);
-        EXPECT_EQ(dry.exitCode, sameWhenDry ? exitCode : 0) << test["live"];
-        const Restored real = restore(before, file(test["file"]));
-        EXPECT_EQ(folded(real.out), test["says"]) << test["live"];
+        const Restored real = restore(before, backup);
+        EXPECT_EQ(folded(real.out), test["prints"]);
         EXPECT_EQ(real.err, "");
-        EXPECT_EQ(real.exitCode, exitCode) << test["live"];
-        EXPECT_EQ(real.metabase, live(test["left"])) << test["live"];
+        EXPECT_EQ(real.exitCode, exitCode);
+        EXPECT_EQ(real.metabase, metabaseWith(test["after"]));
     }
 }
 
@@ -28,27 +32,28 @@ TEST(RestoreObjects, warnOfChildrenBelowALeaf) {
     const std::string warning =
         "WARNING: object \"IIS://localhost/A\" can't have children, but the backup file says it does "
         "have them.\n";
-    const std::string inside = file(element("A", "IIsWebFile", element("B", "IIsWebFile")));
-    EXPECT_EQ(restore(live("IIsComputer A:IIsWebFile"), inside).err, warning);
-    EXPECT_EQ(restore(live("IIsComputer A:IIsWebFile"), inside, {"-debug", "-1"}).err, "");
-    EXPECT_EQ(restore(live("IIsComputer A:IIsWebFile"), file(element("A", "IIsWebFile"))).err, "");
+    const std::string inside = backupFile(objElement("A", "IIsWebFile", objElement("B", "IIsWebFile")));
+    EXPECT_EQ(restore(metabaseWith("IIsComputer A:IIsWebFile"), inside).err, warning);
+    EXPECT_EQ(restore(metabaseWith("IIsComputer A:IIsWebFile"), inside, {"-debug", "-1"}).err, "");
+    EXPECT_EQ(
+        restore(metabaseWith("IIsComputer A:IIsWebFile"), backupFile(objElement("A", "IIsWebFile"))).err, "");
 }
 
 TEST(RestoreProperties, thatDifferAreWrittenAndNoOthers) {
-    const std::string before = live("IIsWebServer");
-    const Restored dry = restore(before, file("", allProps), {"-n"});
-    EXPECT_EQ(dry.out, allLines);
+    const std::string before = metabaseWith("IIsWebServer");
+    const Restored dry = restore(before, backupFile("", everyProperty), {"-n"});
+    EXPECT_EQ(dry.out, everySettingLine);
     EXPECT_EQ(dry.metabase, before);
-    const Restored real = restore(before, file("", allProps));
-    EXPECT_EQ(real.out, allLines);
+    const Restored real = restore(before, backupFile("", everyProperty));
+    EXPECT_EQ(real.out, everySettingLine);
     EXPECT_EQ(real.err, "");
     EXPECT_EQ(
         real.metabase,
-        live(
+        metabaseWith(
             "IIsWebServer",
             "  Title \"new\"\n  Ports [1, \"two\"]\n  MimeMap mime(\".b\" \"b\", \".a\" \"a\")\n  IPSecurity "
             "ipsec(GrantByDefault false, IPGrant [\"9\"], IPDeny [], DomainGrant [], DomainDeny [])\n"));
-    const Restored again = restore(real.metabase, file("", allProps), {"-debug", "5"});
+    const Restored again = restore(real.metabase, backupFile("", everyProperty), {"-debug", "5"});
     EXPECT_EQ(again.out, "");
     EXPECT_EQ(again.err,
               "Skipping ReadOnly property \"KeyType\"\nSkipping ignored property \"ServerState\"\nSkipping "
@@ -56,27 +61,28 @@ TEST(RestoreProperties, thatDifferAreWrittenAndNoOthers) {
 }
 
 TEST(RestoreProperties, areComparedByTheirOwnRules) {
-    for (TestCase test : testCases("properties.txt")) {
-        Faults faults;
-        faults.call = test["fails"];
-        const std::string before =
-            live(test.contains("live") ? test["live"] : "IIsWebServer", test["values"]);
-        const Restored run = restore(before, file("", test["props"]), {"-n", "-debug", "5"}, faults);
+    for (const TableCase& test :
+         Table("properties.txt", {{"props", "prints", "stderr"}, {"class", "values", "fails", "missing"}})) {
+        SCOPED_TRACE(test);
+        FaultPlan plan;
+        plan.call = test.get("fails", "none");
+        const std::string before = metabaseWith(test.get("class", "IIsWebServer"), test.get("values", ""));
+        const Restored run = restore(before, backupFile("", test["props"]), {"-n", "-debug", "5"}, plan);
         std::istringstream lines(run.out);
-        std::string said;
+        std::string printed;
         for (std::string line; std::getline(lines, line);) {
-            const bool missing = line.find("\" is not in backup") != std::string::npos;
-            if (!missing || test.contains("all")) said.append(line).append("\n");
+            const bool isMissing = line.find("\" is not in backup") != std::string::npos;
+            if (!isMissing || test.has("missing")) printed.append(line).append("\n");
         }
-        EXPECT_EQ(said, test["says"]) << test["props"];
-        EXPECT_EQ(run.err, test["stderr"]) << test["props"];
+        EXPECT_EQ(printed, test["prints"]);
+        EXPECT_EQ(run.err, test["stderr"]);
         EXPECT_EQ(run.exitCode, 0);
     }
 }
 
 TEST(RestoreProperties, areNotClearedWhereTheFileLacksThem) {
-    const std::string before = live("IIsComputer S:IIsWebServer", "  Title \"up\"\n");
-    const Restored run = restore(before, file(element("S", "IIsWebServer")));
+    const std::string before = metabaseWith("IIsComputer S:IIsWebServer", "  Title \"up\"\n");
+    const Restored run = restore(before, backupFile(objElement("S", "IIsWebServer")));
     EXPECT_NE(run.out.find("property \"Title\" is not in backup for object \"IIS://localhost/S\"\n"),
               std::string::npos);
     EXPECT_EQ(run.metabase, before);
@@ -87,16 +93,17 @@ TEST(RestoreProperties, ofANameThatTheClassListsTwiceArePairedOneByOne) {
         "metabase 1\n\nproperty X i4 single local 1\n\nclass IIsComputer container nodeleteops (X) "
         "(X)\n\nobject \"localhost\" IIsComputer\n";
     const std::string one = "<prop name=\"X\" type=\"3\">1</prop>";
-    EXPECT_EQ(restore(before, file("", one + one)).out, "");
-    EXPECT_EQ(restore(before, file("", one)).out,
+    EXPECT_EQ(restore(before, backupFile("", one + one)).out, "");
+    EXPECT_EQ(restore(before, backupFile("", one)).out,
               "WARNING - property \"X\" is not in backup for object \"IIS://localhost\"\n");
 }
 
 TEST(RestoreProperties, thatCannotBeParsedEndTheRun) {
-    const std::string before = live("IIsWebServer");
-    for (TestCase test : testCases("unparsable-props.txt")) {
-        const Restored run = restore(before, file("", test["props"]));
-        EXPECT_EQ(folded(run.out, test["status"]), test["says"]) << test["props"];
+    const std::string before = metabaseWith("IIsWebServer");
+    for (const TableCase& test : Table("unparsable-props.txt", {{"props", "status", "prints"}})) {
+        SCOPED_TRACE(test);
+        const Restored run = restore(before, backupFile("", test["props"]));
+        EXPECT_EQ(folded(run.out, test["status"]), test["prints"]);
         EXPECT_EQ(run.exitCode, 2);
         EXPECT_EQ(run.metabase, before);
     }

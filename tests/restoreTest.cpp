@@ -1,6 +1,8 @@
-// A whole restore: the files that it takes, every failure, and the way there and back.
+// A whole restore: the files that it accepts, and failures.
 
-#include "tests/restoreSupport.h"
+#include "tests/support/errorLines.h"
+#include "tests/support/servers.h"
+#include "tests/support/tables.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -8,24 +10,32 @@
 
 namespace {
 
-TEST(RestoreFiles, thatAreNoBackupChangeNothing) {
-    const std::string before = live("IIsComputer A:IIsWebFile");
-    std::vector<TestCase> cases = testCases("no-backups.txt");
-    const std::string attribute = "<obj path=\"IIS://localhost\" a=\"" + std::string(8100, 'x') + "\"";
-    cases.push_back(
-        {{"file", "<x version=\"1\">" + attribute + " b=\"" + std::string(200, 'y') +
-                      "\" c=\"z\"><children/></obj></x>"},
-         {"says", "Node " + attribute + "> must have exactly one \"props\" child node; it has has 0\n" +
-                      "{80004005 restore}{80004005 restore}"}});
-    for (TestCase& test : cases) {
-        for (const std::vector<std::string>& options : {std::vector<std::string>{}, {"-n"}}) {
-            const Restored run = restore(before, test["file"], options);
-            EXPECT_EQ(folded(run.out), test["says"]) << test["file"].substr(0, 100);
-            EXPECT_EQ(run.err, test["stderr"]);
-            EXPECT_EQ(run.exitCode, 2);
-            EXPECT_EQ(run.metabase, before);
-        }
+/// Expects that a restore and a dry run of the file fail, print these texts, and change nothing.
+void expectRefused(const std::string& file, const std::string& out, const std::string& err) {
+    const std::string before = metabaseWith("IIsComputer A:IIsWebFile");
+    for (const Arguments& options : {Arguments{}, Arguments{"-n"}}) {
+        const Restored run = restore(before, file, options);
+        EXPECT_EQ(folded(run.out), out);
+        EXPECT_EQ(run.err, err);
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(run.metabase, before);
     }
+}
+
+TEST(RestoreFiles, thatAreNoBackupChangeNothing) {
+    for (const TableCase& test : Table("no-backups.txt", {{"file", "prints"}, {"stderr"}})) {
+        SCOPED_TRACE(test);
+        expectRefused(test["file"], test["prints"], test.get("stderr", ""));
+    }
+}
+
+TEST(RestoreFiles, withAStartTagTooLongForTheMessageAreRefused) {
+    const std::string tag = "<obj path=\"IIS://localhost\" a=\"" + std::string(8100, 'x') + "\"";
+    expectRefused("<x version=\"1\">" + tag + " b=\"" + std::string(200, 'y') +
+                      "\" c=\"z\"><children/></obj></x>",
+                  "Node " + tag + "> must have exactly one \"props\" child node; it has has 0\n" +
+                      "{80004005 restore}{80004005 restore}",
+                  "");
 }
 
 TEST(RestoreFiles, ofOtherFormsAreReadTheSame) {
@@ -34,16 +44,17 @@ TEST(RestoreFiles, ofOtherFormsAreReadTheSame) {
                                  "<?xml version=\"1.0\" ?>\r\n<metabase version='10'>\r\n<obj "
                                  "path=\"IIS://localhost\">\r\n <children>\r\n </children>\r\n "
                                  "<props></props></obj></metabase>\r\n",
-                                 file("")};
+                                 backupFile("")};
     for (const std::string& form : forms) {
         const Restored run =
-            restore(live("IIsComputer"), form, {"-root", "IIS://nowhere", "-noinherit", "-force"});
-        EXPECT_EQ(run.out + run.err, "");
-        EXPECT_EQ(run.exitCode, 0);
+            restore(metabaseWith("IIsComputer"), form, {"-root", "IIS://nowhere", "-noinherit", "-force"});
+        EXPECT_EQ(run.out + run.err, "") << form;
+        EXPECT_EQ(run.exitCode, 0) << form;
     }
-    const Restored twice = restore(
-        live("IIsComputer"), "<m version=\"1\"><obj path=\"IIS://localhost\"><props/><props><a/></props>"
-                             "<children/></obj></m>");
+    const Restored twice =
+        restore(metabaseWith("IIsComputer"),
+                "<m version=\"1\"><obj path=\"IIS://localhost\"><props/><props><a/></props>"
+                "<children/></obj></m>");
     EXPECT_EQ(
         twice.out,
         "Node <obj path=\"IIS://localhost\"> must have exactly one \"props\" child node; it has has 2\n");
@@ -52,7 +63,7 @@ TEST(RestoreFiles, ofOtherFormsAreReadTheSame) {
 
 TEST(RestoreFiles, thatCannotBeReadAreNamed) {
     const Folder folder;
-    folder.write("metabase.txt", live("IIsComputer"));
+    folder.write("metabase.txt", metabaseWith("IIsComputer"));
     std::filesystem::create_directory(folder.path("folder"));
     folder.write("large", "");
     std::filesystem::resize_file(folder.path("large"), std::uintmax_t{1} << 31);
@@ -63,19 +74,7 @@ TEST(RestoreFiles, thatCannotBeReadAreNamed) {
     for (const auto& [name, message] : cases) {
         const Outcome run = runProgram(folder, {"-restore", "-file", name});
         EXPECT_EQ(folded(run.out, "8000FFFF"), std::string("{xmlUtils}") + message + "{restore}");
-        EXPECT_EQ(run.exitCode, 2);
-    }
-}
-
-TEST(Restore, stopsAtTheFirstFailureAndTellsIt) {
-    const std::string before = live("IIsWebServer D:IIsWebDirectory D/E:IIsWebFile");
-    for (TestCase test : testCases("restore-faults.txt")) {
-        Faults faults;
-        faults.call = test["call"];
-        faults.number = test.contains("number") ? std::stoi(test["number"]) : 1;
-        const Restored run = restore(before, file(element("N", "IIsWebFile"), allProps), {}, faults);
-        EXPECT_EQ(folded(run.out + run.err), test["says"]) << test["call"] << test["number"];
-        EXPECT_EQ(run.exitCode, 2) << test["call"] << test["number"];
+        EXPECT_EQ(run.exitCode, 2) << name;
     }
 }
 
@@ -94,19 +93,20 @@ TEST(Restore, ofTheDeepestTreeNeedsLittleStack) {
         });
         EXPECT_EQ(outcome.exitCode, 0);
     };
-    folder.write("metabase.txt", live(objects));
+    folder.write("metabase.txt", metabaseWith(objects));
     run("-backup");
-    folder.write("metabase.txt", live("IIsWebDirectory"));
+    folder.write("metabase.txt", metabaseWith("IIsWebDirectory"));
     run("-restore");
-    EXPECT_EQ(folder.read("metabase.txt"), live(objects));
+    EXPECT_EQ(folder.read("metabase.txt"), metabaseWith(objects));
 }
 
 TEST(Restore, refusesALiveTreeThatChangesUnderIt) {
-    const std::string before = live("IIsComputer A:IIsWebFile B:IIsWebFile");
+    const std::string before = metabaseWith("IIsComputer A:IIsWebFile B:IIsWebFile");
     for (const int enumeration : {1, 2}) {
-        Faults faults;
-        faults.poorEnumeration = enumeration;
-        const Restored run = restore(before, file(element("N", "IIsWebFile")), {}, faults);
+        SCOPED_TRACE(enumeration);
+        FaultPlan plan;
+        plan.withoutFirstChild = enumeration;
+        const Restored run = restore(before, backupFile(objElement("N", "IIsWebFile")), {}, plan);
         EXPECT_EQ(folded(run.out, "8000FFFF"), "{restoreObj}{restore}{restore}");
         EXPECT_EQ(run.metabase, before);
     }

@@ -1,9 +1,9 @@
 // What is written comes back: values through their text, and a whole tree through a backup file.
 
-#include "bench/randomMetabase.h"
 #include "platform/automation/safearray.h"
 #include "platform/metabase/valueText.h"
-#include "tests/restoreSupport.h"
+#include "tests/support/servers.h"
+#include "tools/generator/randomMetabase.h"
 
 #include <algorithm>
 #include <array>
@@ -130,46 +130,37 @@ TEST(RoundTrip, ofEveryValueIsTheSameToTheBit) {
 
 // ---- trees
 
-/// Says what went wrong with a server that is backed up and another that is brought into line with it.
-std::string faultOfRoundTrip(const Folder& folder, const std::string& server, const std::string& other) {
-    const auto done = [](std::vector<std::string> arguments) {
-        arguments.insert(arguments.end(), {"-file", arguments[0] == "-backup" ? "after" : "before"});
-        return runHere(arguments) == 0;
+/// Backs a server up and brings another one into line with it.
+void expectRoundTrip(const Folder& folder, const std::string& server, const std::string& other) {
+    const auto run = [&](const Arguments& arguments) {
+        const Outcome outcome = runHere(folder, arguments);
+        EXPECT_EQ(outcome.exitCode, 0) << testing::PrintToString(arguments) << outcome;
     };
     folder.write("metabase.txt", server);
-    if (!done({"-backup"})) return "the backup";
-    std::filesystem::rename("after", "before");
+    run({"-backup", "-file", "before"});
     folder.write("metabase.txt", other);
-    if (!done({"-restore", "-n"}) || folder.read("metabase.txt") != other) return "the dry run";
-    if (!done({"-restore"})) return "the restore";
-    if (!done({"-backup"})) return "the second backup";
-    if (comparable(folder.read("before")) != comparable(folder.read("after"))) return "what came back";
-    std::filesystem::last_write_time("metabase.txt", {});
-    if (!done({"-restore"})) return "the second restore";
-    return std::filesystem::last_write_time("metabase.txt") == std::filesystem::file_time_type()
-               ? ""
-               : "a second change";
+    run({"-restore", "-n", "-file", "before"});
+    EXPECT_EQ(folder.read("metabase.txt"), other) << "changed by the dry run";
+    run({"-restore", "-file", "before"});
+    run({"-backup", "-file", "after"});
+    EXPECT_EQ(restorablePart(folder.read("after")), restorablePart(folder.read("before")));
+    const std::filesystem::path metabase = folder.path("metabase.txt");
+    std::filesystem::last_write_time(metabase, {});
+    run({"-restore", "-file", "before"});
+    EXPECT_EQ(std::filesystem::last_write_time(metabase), std::filesystem::file_time_type())
+        << "changed by a second restore";
 }
 
 TEST(RoundTrip, ofEveryTreeThroughABackupBringsAnotherTreeIntoLine) {
     Random random(seed());
     const Folder folder(Folder::Place::inMemory);
-    const Outcome run = runChild(folder, [&] {
-        for (int number = 0; number < 2000; ++number) {
-            RandomMetabase server(random);
-            const std::string first = server.tree();
-            const std::string second = server.tree();
-            const std::string fault = faultOfRoundTrip(folder, first, second);
-            if (fault.empty()) continue;
-            std::string text = fault + " of case " + std::to_string(number);
-            folder.write("fault", text.append("\n").append(first).append("\n").append(second));
-            return 1;
-        }
-        return 0;
-    });
-    EXPECT_EQ(run.exitCode, 0) << folder.read("fault")
-                               << run.out.substr(run.out.size() - std::min<std::size_t>(run.out.size(), 2000))
-                               << run.err;
+    for (int number = 0; number < 2000 && !HasFailure(); ++number) {
+        RandomMetabase server(random);
+        const std::string first = server.tree();
+        const std::string second = server.tree();
+        SCOPED_TRACE("case " + std::to_string(number) + "\n" + first + "\n" + second);
+        expectRoundTrip(folder, first, second);
+    }
 }
 
 } // namespace

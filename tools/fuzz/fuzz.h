@@ -1,7 +1,7 @@
 // What the fuzz targets share: each keeps its promises for every input, whatever its bytes.
 #pragma once
 
-#include "tests/support.h"
+#include "tests/support/processes.h"
 
 #include <cstdint>
 #include <cstdlib>

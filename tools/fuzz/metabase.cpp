@@ -28,10 +28,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (once.empty()) return 0;
     require(canonical(once, error) == once);
     folder.write("metabase.txt", text);
-    const int ofText = runHere({"-backup", "-file", "first"});
+    const int ofText = runOnStreams({"-backup", "-file", "first"});
     require(ofText == 0 || ofText == 2);
     folder.write("metabase.txt", once);
-    require(runHere({"-backup", "-file", "second"}) == ofText);
+    require(runOnStreams({"-backup", "-file", "second"}) == ofText);
     require(folder.read("first") == folder.read("second"));
     return 0;
 }

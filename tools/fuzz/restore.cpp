@@ -13,7 +13,7 @@ object "localhost/V/S" IIsWebServer
 )";
     static const bool written = (folder.write("metabase.txt", server), true);
     folder.write("f", bytesOf(data, size));
-    const int exitCode = runHere({"-restore", "-n", "-file", "f"});
+    const int exitCode = runOnStreams({"-restore", "-n", "-file", "f"});
     require(written && (exitCode == 0 || exitCode == 2));
     require(folder.read("metabase.txt") == server);
     return 0;

@@ -1,4 +1,4 @@
-#include "tests/restoreSupport.h"
+#include "tests/support/servers.h"
 
 #include <algorithm>
 #include <sstream>
@@ -9,7 +9,7 @@ const std::string schema = testData("server-schema.txt");
 
 } // namespace
 
-std::string live(const std::string& objects, const std::string& values) {
+std::string metabaseWith(const std::string& objects, const std::string& values) {
     std::istringstream words(objects);
     std::string word;
     words >> word;
@@ -21,28 +21,30 @@ std::string live(const std::string& objects, const std::string& values) {
     return text;
 }
 
-std::string element(const std::string& name, const std::string& className, const std::string& inside,
-                    const std::string& props) {
+std::string objElement(const std::string& name, const std::string& className, const std::string& children,
+                       const std::string& props) {
     return "<obj name=\"" + name + "\" class=\"" + className + "\" path=\"P/" + name + "\"><props>" + props +
-           "</props><children>" + inside + "</children></obj>";
+           "</props><children>" + children + "</children></obj>";
 }
 
-std::string file(const std::string& children, const std::string& props) {
+std::string backupFile(const std::string& children, const std::string& props) {
     return "<metabase version=\"1.0.0\"><obj path=\"IIS://localhost\"><props>" + props +
            "</props><children>" + children + "</children></obj></metabase>";
 }
 
-Restored restore(const std::string& metabase, const std::string& xml, std::vector<std::string> options,
-                 const Faults& faults) {
-    const Folder folder;
+Restored restore(const std::string& metabase, const std::string& backup, const Arguments& options,
+                 const FaultPlan& plan) {
+    const Folder folder(Folder::Place::inMemory);
     folder.write("metabase.txt", metabase);
-    folder.write("f", xml);
-    options.insert(options.end(), {"-restore", "-file", "f"});
-    const Outcome run = runTool(folder, options, [&] { installFaults(faults); });
+    folder.write("f", backup);
+    Arguments arguments = options;
+    arguments.insert(arguments.end(), {"-restore", "-file", "f"});
+    const FaultInjection injection(plan);
+    const Outcome run = runHere(folder, arguments);
     return {run, folder.read("metabase.txt")};
 }
 
-std::string comparable(const std::string& backup) {
+std::string restorablePart(const std::string& backup) {
     std::istringstream lines(backup);
     std::string result;
     for (std::string line; std::getline(lines, line);) {
@@ -58,9 +60,10 @@ std::string comparable(const std::string& backup) {
     return result;
 }
 
-const std::string allProps = testData("server-props.xml");
+const std::string everyProperty = testData("server-props.xml");
 
-const std::string allLines = "Setting IIS://localhost:Title property to new\n"
-                             "Setting IIS://localhost:Ports property to SAFEARRAY: 2 elements: 1, two\n"
-                             "Setting IIS://localhost:MimeMap property to <array>\n"
-                             "Setting IIS://localhost:IPSecurity property to <array>\n";
+const std::string everySettingLine =
+    "Setting IIS://localhost:Title property to new\n"
+    "Setting IIS://localhost:Ports property to SAFEARRAY: 2 elements: 1, two\n"
+    "Setting IIS://localhost:MimeMap property to <array>\n"
+    "Setting IIS://localhost:IPSecurity property to <array>\n";

@@ -1,4 +1,4 @@
-#include "bench/randomMetabase.h"
+#include "tools/generator/randomMetabase.h"
 
 #include "platform/automation/bstr.h"
 

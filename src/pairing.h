@@ -1,0 +1,59 @@
+// The pairing of keys with the entries of a list, one to one.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <span>
+#include <utility>
+
+/// Pairs each key with the first entry that has it and isn't paired yet. An entry has `key()`, which is
+/// ordered, `hasKey(key)`, and a flag that `paired` names, which is set when it is paired. The cost of a key
+/// grows at most with the logarithm of the number of entries, in any order and with any number of equal ones.
+template <class Entry, bool Entry::*paired> class Pairing {
+public:
+    using Key = decltype(std::declval<const Entry&>().key());
+
+    /// Borrows the entries, none of which is paired yet.
+    explicit Pairing(std::span<Entry> entries) : first_(entries.data()), end_(first_ + entries.size()) {}
+
+    /// Returns whether there was an entry for the key.
+    bool pair(const Key& key) {
+        while (first_ != end_ && first_->*paired) ++first_;
+        Entry* entry = findNearby(key);
+        if (entry == nullptr && end_ - first_ > nearby) entry = findInIndex(key);
+        if (entry == nullptr) return false;
+        entry->*paired = true;
+        return true;
+    }
+
+private:
+    /// So many entries are cheaper to compare than to index.
+    static constexpr std::ptrdiff_t nearby = 32;
+
+    /// Searches the entries from the first one that isn't paired: as a rule, both sides have much the same
+    /// order.
+    Entry* findNearby(const Key& key) const {
+        for (Entry* entry = first_; entry != end_ && entry - first_ < nearby; ++entry) {
+            if (!(entry->*paired) && entry->hasKey(key)) return entry;
+        }
+        return nullptr;
+    }
+
+    /// Searches the entries beyond those, through an index that is built at the first such search.
+    Entry* findInIndex(const Key& key) {
+        if (!indexed_) {
+            for (Entry* entry = first_ + nearby; entry != end_; ++entry) index_.emplace(entry->key(), entry);
+            indexed_ = true;
+        }
+        auto at = index_.lower_bound(key);
+        while (at != index_.end() && at->first == key && at->second->*paired) at = index_.erase(at);
+        return at != index_.end() && at->first == key ? at->second : nullptr;
+    }
+
+    /// All entries before it are paired.
+    Entry* first_;
+    Entry* end_;
+    /// Equal keys are in the order of their entries.
+    std::multimap<Key, Entry*> index_;
+    bool indexed_ = false;
+};

@@ -1,0 +1,31 @@
+// Temporary folders for tests, and the files that come with the tests.
+#pragma once
+
+#include <string>
+
+/// A new empty folder, removed with all its content by its owner's destructor.
+class Folder {
+public:
+    /// `inMemory` suits thousands of changes to small files; where the system has no such place, it is a
+    /// folder on disk.
+    enum class Place { onDisk, inMemory };
+
+    explicit Folder(Place place = Place::onDisk);
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    ~Folder();
+
+    std::string path(const std::string& name = "") const { return path_ + "/" + name; }
+    void write(const std::string& name, const std::string& bytes) const;
+    /// The bytes of a file; noFile if there is none.
+    std::string read(const std::string& name) const;
+
+    static const std::string noFile;
+
+private:
+    std::string path_;
+};
+
+/// The bytes of the sample metabase, and of a file in tests/data.
+std::string sampleMetabase();
+std::string testData(const std::string& name);

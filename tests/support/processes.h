@@ -1,0 +1,56 @@
+// Runs of the program: the built one in a process of its own, and its entry point in a child process or in
+// the test's own process.
+#pragma once
+
+#include "tests/support/folder.h"
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+/// Whether everything is built with sanitizers, which take time and memory of their own.
+#ifdef SKEINKEEP_SANITIZED
+constexpr bool isSanitized = true;
+#else
+constexpr bool isSanitized = false;
+#endif
+
+/// What a run left. A run that a signal ended has the signal's negative number as its exit code.
+struct Outcome {
+    int exitCode = 0;
+    std::string out;
+    std::string err;
+};
+std::ostream& operator<<(std::ostream& stream, const Outcome& run);
+
+using Arguments = std::vector<std::string>;
+
+/// Runs the built program in a folder. The standard streams with the numbers in `closed` are closed.
+Outcome runProgram(const Folder& folder, const Arguments& arguments, const std::vector<int>& closed = {});
+
+/// Runs another command in a folder, found as the shell finds it. `variables` are set in its environment,
+/// each as NAME=VALUE.
+Outcome runCommand(const Folder& folder, const Arguments& command,
+                   const std::vector<std::string>& variables = {});
+
+/// Runs `body` in a child process in a folder; its result is the exit code. Needed where a run may end the
+/// process, or changes something of it that can't be changed back.
+Outcome runChild(const Folder& folder, const std::function<int()>& body);
+
+/// Runs the entry point in a child process in a folder, after `prepare`.
+Outcome runTool(
+    const Folder& folder, const Arguments& arguments, const std::function<void()>& prepare = [] {});
+
+/// Runs the entry point in this process in a folder, on the settings that every run begins with. This is the
+/// fastest way, for command lines that are correct.
+Outcome runHere(const Folder& folder, const Arguments& arguments);
+
+/// The same in the working directory, on the standard streams as they are. Returns the exit code.
+int runOnStreams(const Arguments& arguments);
+
+/// Prints the lines of the process that wait in a buffer, so that no child process prints them once more.
+void flushAllStreams();
+
+/// Registers the real platform, once in a process.
+void preparePlatform();

@@ -1,0 +1,110 @@
+#include "tests/support/tables.h"
+
+#include "tests/support/folder.h"
+
+#include <algorithm>
+#include <ostream>
+#include <sstream>
+#include <stdexcept>
+
+namespace {
+
+bool contains(const std::vector<std::string>& keys, const std::string& key) {
+    return std::ranges::find(keys, key) != keys.end();
+}
+
+/// Replaces the escapes of a text; false for a wrong one.
+bool unescape(std::string& text) {
+    constexpr std::string_view escapes = "nrt\\";
+    constexpr std::string_view meanings = "\n\r\t\\";
+    for (std::size_t at = text.find('\\'); at != std::string::npos; at = text.find('\\', at + 1)) {
+        const std::size_t known = at + 1 < text.size() ? escapes.find(text[at + 1]) : std::string::npos;
+        if (known != std::string::npos) {
+            text.replace(at, 2, 1, meanings[known]);
+            continue;
+        }
+        const std::string digits = text.substr(at + 1, 3);
+        const bool isHex = digits.size() == 3 && digits[0] == 'x' &&
+                           digits.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
+        if (!isHex) return false;
+        text.replace(at, 4, 1, static_cast<char>(std::stoi(digits.substr(1), nullptr, 16)));
+    }
+    return true;
+}
+
+} // namespace
+
+void TableCase::fail(const std::string& message) const { throw std::runtime_error(place_ + ": " + message); }
+
+void TableCase::check() const {
+    for (const std::string& key : keys_->required) {
+        if (!texts_.contains(key)) fail("the case has no \"" + key + "\"");
+    }
+    const auto has = [this](const std::string& key) { return texts_.contains(key); };
+    if (!keys_->oneOf.empty() && std::ranges::count_if(keys_->oneOf, has) != 1)
+        fail("the case needs exactly one of its expectations");
+}
+
+bool TableCase::has(const std::string& key) const {
+    if (!contains(keys_->optional, key) && !contains(keys_->oneOf, key))
+        fail("\"" + key + "\" isn't optional");
+    return texts_.contains(key);
+}
+
+const std::string& TableCase::operator[](const std::string& key) const {
+    const auto found = texts_.find(key);
+    if (found == texts_.end()) fail("no \"" + key + "\" is here to be read");
+    return found->second;
+}
+
+std::string TableCase::get(const std::string& key, const std::string& fallback) const {
+    return has(key) ? texts_.at(key) : fallback;
+}
+
+int TableCase::number(const std::string& key) const {
+    const std::string& text = (*this)[key];
+    std::size_t end = 0;
+    int number = 0;
+    try {
+        number = std::stoi(text, &end);
+    } catch (const std::logic_error&) {
+        end = std::string::npos;
+    }
+    if (end != text.size()) fail("\"" + key + "\" isn't a number");
+    return number;
+}
+
+int TableCase::number(const std::string& key, int fallback) const {
+    return has(key) ? number(key) : fallback;
+}
+
+std::ostream& operator<<(std::ostream& out, const TableCase& test) { return out << test.place(); }
+
+Table::Table(const std::string& name, TableKeys keys) : keys_(std::move(keys)) {
+    std::istringstream lines(testData(name));
+    bool isInCase = false;
+    int number = 0;
+    for (std::string line; std::getline(lines, line);) {
+        ++number;
+        if (line.starts_with('#')) continue;
+        if (line.empty()) {
+            isInCase = false;
+            continue;
+        }
+        const std::string place = "tests/data/" + name + ":" + std::to_string(number);
+        if (!isInCase) cases_.emplace_back(place, keys_);
+        isInCase = true;
+        const std::size_t blank = std::min(line.find(' '), line.size());
+        const std::string key = line.substr(0, blank);
+        std::string text = line.substr(std::min(blank + 1, line.size()));
+        const auto fail = [&](const std::string& message) {
+            throw std::runtime_error(place + ": " + message);
+        };
+        if (!contains(keys_.required, key) && !contains(keys_.optional, key) && !contains(keys_.oneOf, key))
+            fail("the table has no key \"" + key + "\"");
+        if (!unescape(text)) fail("a wrong escape");
+        if (!cases_.back().texts_.emplace(key, text).second) fail("\"" + key + "\" twice in one case");
+    }
+    if (cases_.size() < 2) throw std::runtime_error("tests/data/" + name + ": fewer than two cases");
+    for (const TableCase& test : cases_) test.check();
+}

@@ -1,0 +1,67 @@
+// Tables of test cases in tests/data.
+//
+// A case is a block of lines, each a key, a blank and a text, in which \n, \r, \t, \\ and \xNN are escapes. A
+// key alone on its line has the empty text. An empty line ends a case, and lines that begin with # are
+// comments.
+#pragma once
+
+#include <cstddef>
+#include <iosfwd>
+#include <map>
+#include <string>
+#include <vector>
+
+/// The keys that the cases of a table may have.
+struct TableKeys {
+    /// Each case has all of these.
+    std::vector<std::string> required;
+    std::vector<std::string> optional = {};
+    /// Each case has exactly one of these, if there are any.
+    std::vector<std::string> oneOf = {};
+};
+
+/// One case. Asking it for a key that the table doesn't declare, or for a required text as an optional one,
+/// is an exception that names the case.
+class TableCase {
+public:
+    TableCase(std::string place, const TableKeys& keys) : place_(std::move(place)), keys_(&keys) {}
+
+    /// Where the case begins, such as tests/data/objects.txt:17.
+    const std::string& place() const { return place_; }
+    bool has(const std::string& key) const;
+    /// The text of a key that this case has.
+    const std::string& operator[](const std::string& key) const;
+    /// The text of an optional key, or `fallback`.
+    std::string get(const std::string& key, const std::string& fallback) const;
+    /// The same as a decimal number.
+    int number(const std::string& key, int fallback) const;
+    int number(const std::string& key) const;
+
+private:
+    friend class Table;
+    [[noreturn]] void fail(const std::string& message) const;
+    void check() const;
+
+    std::string place_;
+    const TableKeys* keys_;
+    std::map<std::string, std::string> texts_;
+};
+
+/// Where a failure prints a case, it prints its place.
+std::ostream& operator<<(std::ostream& out, const TableCase& test);
+
+class Table {
+public:
+    /// Reads tests/data/`name`. A fault of the table is an exception that names its line: an unknown key, a
+    /// key twice, a missing key, a wrong escape, or fewer than two cases.
+    Table(const std::string& name, TableKeys keys);
+    Table(const Table&) = delete;
+    Table& operator=(const Table&) = delete;
+
+    std::vector<TableCase>::const_iterator begin() const { return cases_.begin(); }
+    std::vector<TableCase>::const_iterator end() const { return cases_.end(); }
+
+private:
+    TableKeys keys_;
+    std::vector<TableCase> cases_;
+};
