@@ -17,7 +17,7 @@ need_presets() {
     need ninja-build ninja --version
     for preset in "$@"; do
         case $preset in
-        test | sanitized | clang | fuzz | coverage) need libgtest-dev test -e /usr/include/gtest/gtest.h ;;
+        test | sanitized | clang | coverage) need libgtest-dev test -e /usr/include/gtest/gtest.h ;;
         esac
         case $preset in
         clang | bench) need libbenchmark-dev test -e /usr/include/benchmark/benchmark.h ;;
