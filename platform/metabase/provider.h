@@ -14,6 +14,3 @@ void registerIisProvider();
 ComPtr<IADsProvider> iisProvider();
 
 } // namespace metabase
-
-// Former names, which the tests still use.
-inline ComPtr<IADsProvider> metabaseProvider() { return metabase::iisProvider(); }

@@ -38,9 +38,3 @@ std::string createLine(std::u16string_view path, const ClassDefinition& definiti
 std::string deleteLine(const ObjectNode& node);
 
 } // namespace metabase
-
-// Former names, which the tests still use.
-using metabase::MetabaseText;
-using metabase::readMetabase;
-using metabase::writeMetabase;
-using MetabaseTree = metabase::ObjectTree;

@@ -64,6 +64,3 @@ private:
 };
 
 } // namespace metabase
-
-// Former names, which the tests still use.
-using MimeType = metabase::MimeTypeObject;

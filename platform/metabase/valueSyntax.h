@@ -23,13 +23,3 @@ bool checkValue(Lexer& lexer, ValueForm form);
 HRESULT formatValue(std::string& out, ValueForm form, const VARIANT& value);
 
 } // namespace metabase
-
-// Former names, which the tests still use.
-using metabase::ValueForm;
-struct LineReader : metabase::Lexer {
-    using Lexer::Lexer;
-    bool value(ValueForm form, Variant* out) { return metabase::parseValue(*this, form, *out); }
-};
-inline HRESULT writeValue(std::string& out, ValueForm form, const VARIANT& value) {
-    return metabase::formatValue(out, form, value);
-}

@@ -7,6 +7,3 @@ namespace xml {
 void registerDocumentClass();
 
 } // namespace xml
-
-// Former name, which the tests still use.
-inline void registerDomDocument() { xml::registerDocumentClass(); }

@@ -62,6 +62,3 @@ constexpr DWORD ERROR_FILE_INVALID = 1006;
 constexpr HRESULT HRESULT_FROM_WIN32(DWORD error) {
     return error == 0 ? S_OK : makeStatus(0x80070000 | error);
 }
-
-/// The name that the tests still use.
-constexpr HRESULT STATUS_FILE_ALTERED = HRESULT_FROM_WIN32(ERROR_FILE_INVALID);
