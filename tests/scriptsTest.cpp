@@ -153,4 +153,120 @@ TEST(Nightly, keepsOneRejectedBackup) {
     EXPECT_NE(folder.read("kept of it/rejected.xml").find("</metabase>"), std::string::npos);
 }
 
+/// Names in the order of their 16-bit units, as they are and as a metabase file has them: what a backup
+/// escapes, what a shell, awk or a regular expression might take for something else, and the places where
+/// other orders differ.
+constexpr std::pair<const char*, const char*> trickyNames[] = {{"%s", "%s"},
+                                                               {"&amp;", "&amp;"},
+                                                               {"10", "10"},
+                                                               {"1e1", "1e1"},
+                                                               {"2", "2"},
+                                                               {"R&D", "R&D"},
+                                                               {"R<D>", "R<D>"},
+                                                               {"\\back", "\\\\back"},
+                                                               {"a \"b\"", "a \\\"b\\\""},
+                                                               {"a=b", "a=b"},
+                                                               {"\xC3\xA9", "\xC3\xA9"},
+                                                               {"\xC4\x81", "\xC4\x81"},
+                                                               {"\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
+                                                               {"\xEF\xBF\xBD", "\xEF\xBF\xBD"}};
+
+/// A server with an object of each name, whose text looks like lines of a backup, and two objects below it.
+std::string trickyServer() {
+    std::string text = serverWith("");
+    for (const auto& [name, written] : trickyNames) {
+        const std::string path = "object \"localhost/" + std::string(written);
+        text.append(path).append("\" IIsWebServer\n  KeyType \"IIsWebServer\"\n");
+        text += "  Text \"\\n          <children>\\n    <obj name=\\\"\\\">\\n      </obj>\\n      \"\n";
+        text.append(path)
+            .append("/a\" IIsWebServer\n")
+            .append(path)
+            .append("/b\" IIsWebServer\n  Count ui4:1\n");
+    }
+    return text;
+}
+
+Outcome graft(const Folder& folder, const std::string& fresh, const std::string& old,
+              const std::string& path) {
+    return runCommand(folder, {SKEINKEEP_SAMPLES "/graft-object", fresh, old, path}, {"LC_ALL=C.UTF-8"});
+}
+
+TEST(Graft, bringsBackOneObjectAndNothingElse) {
+    const Folder folder;
+    const std::string server = trickyServer();
+    folder.write("metabase.txt", server);
+    runHere(folder, {"-backup", "-file", "old.xml"});
+    const std::string old = folder.read("old.xml");
+    for (const auto& [name, written] : trickyNames) {
+        for (const char* below : {"", "/b"}) {
+            const std::string path = "IIS://localhost/" + std::string(name) + below;
+            SCOPED_TRACE(path);
+            // A change in a value and an object more, both of today, must stay.
+            const std::string today =
+                server + "+set \"localhost\" Text \"today\"\n+create \"localhost/zz\" IIsWebServer\n";
+            folder.write("metabase.txt", today);
+            runHere(folder, {"-backup", "-file", "expected.xml"});
+            folder.write("metabase.txt", today + "+delete \"localhost/" + written + below + "\"\n");
+            runHere(folder, {"-backup", "-file", "fresh.xml"});
+            const Outcome mended = graft(folder, "fresh.xml", "old.xml", path);
+            EXPECT_EQ(mended.exitCode, 0) << mended;
+            EXPECT_EQ(mended.out, folder.read("expected.xml"));
+            EXPECT_EQ(mended.err, "");
+        }
+    }
+    EXPECT_EQ(graft(folder, "old.xml", "old.xml", "IIS://localhost/\xE9").out, old) << "a path in Latin-1";
+    std::string changed = old;
+    changed.replace(changed.rfind(">1<"), 3, ">7<");
+    folder.write("changed.xml", changed);
+    EXPECT_EQ(graft(folder, "changed.xml", "old.xml", "IIS://localhost/\xEF\xBF\xBD").out, old)
+        << "a replaced object";
+}
+
+TEST(Graft, itsRestoreCreatesOneObject) {
+    const Folder folder;
+    folder.write("metabase.txt", sampleMetabase());
+    runHere(folder, {"-backup", "-file", "old.xml"});
+    folder.write("metabase.txt", sampleMetabase() + "+delete \"localhost/W3SVC/1\"\n");
+    runHere(folder, {"-backup", "-file", "fresh.xml"});
+    folder.write("mended.xml", graft(folder, "fresh.xml", "old.xml", "IIS://localhost/W3SVC/1").out);
+    EXPECT_EQ(runHere(folder, {"-restore", "-n", "-file", "mended.xml"}).out,
+              "Setting IIS://localhost/NntpSvc/1/Feeds/1:FeedStartTime property to [unknown variant type 7]\n"
+              "CREATE OBJECT: IIS://localhost/W3SVC/1 (class IIsWebServer)\n");
+}
+
+TEST(Graft, refusesWhatItCannotDoAndPrintsNothing) {
+    const Folder folder;
+    folder.write("metabase.txt", trickyServer());
+    runHere(folder, {"-backup", "-file", "old.xml"});
+    runHere(folder, {"-backup", "-file", "site.xml", "-root", "IIS://localhost/1"});
+    const std::string old = folder.read("old.xml");
+    folder.write("cut.xml", old.substr(0, old.size() - 5));
+    folder.write("utf8.xml", "<?xml version=\"1.0\" encoding=\"utf-8\"?>" + old.substr(old.find('\n')));
+    struct Case {
+        const char* fresh;
+        const char* old;
+        const char* path;
+        int exitCode;
+        const char* message;
+    };
+    const Case cases[] = {
+        {"old.xml", "old.xml", "IIS://localhost/none", 2,
+         "graft-object: There is no object IIS://localhost/none in old.xml.\n"},
+        {"old.xml", "old.xml", "localhost/1", 2,
+         "graft-object: There is no object localhost/1 in old.xml.\n"},
+        {"site.xml", "old.xml", "IIS://localhost/2/b", 2,
+         "graft-object: The parent of the object, IIS://localhost/2, is not in site.xml.\n"},
+        {"none.xml", "old.xml", "IIS://localhost/1", 2, "graft-object: The file none.xml cannot be read.\n"},
+        {"old.xml", "cut.xml", "IIS://localhost/1", 2,
+         "graft-object: The file cut.xml is no complete backup in the form that skeinKeep writes.\n"},
+        {"old.xml", "utf8.xml", "IIS://localhost/1", 2,
+         "graft-object: The file utf8.xml has another encoding than Latin-1.\n"}};
+    for (const Case& test : cases) {
+        const Outcome run = graft(folder, test.fresh, test.old, test.path);
+        EXPECT_EQ(run.exitCode, test.exitCode) << test.message;
+        EXPECT_EQ(run.out, "") << test.message;
+        EXPECT_EQ(run.err, test.message);
+    }
+}
+
 } // namespace
