@@ -1,14 +1,22 @@
-// The scripts for administrators.
+// The scripts for administrators, and the sessions that the pages show.
 
 #include "tests/support/processes.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <set>
+#include <sstream>
 
 namespace {
 
+const std::string documents = SKEINKEEP_SAMPLES "/..";
 const std::string programFolder = std::filesystem::path(SKEINKEEP_PROGRAM).parent_path();
+
+std::string readPage(const std::string& name) {
+    const Folder folder;
+    std::filesystem::copy(documents + "/" + name, folder.path("page"));
+    return folder.read("page");
+}
 
 /// Runs a line of the shell in a folder, with the built program and the folder's bin first in the PATH.
 Outcome shell(const Folder& folder, const std::string& line, const std::string& locale = "C.UTF-8") {
@@ -266,6 +274,54 @@ TEST(Graft, refusesWhatItCannotDoAndPrintsNothing) {
         EXPECT_EQ(run.exitCode, test.exitCode) << test.message;
         EXPECT_EQ(run.out, "") << test.message;
         EXPECT_EQ(run.err, test.message);
+    }
+}
+
+struct TypedCommand {
+    std::string line;
+    std::string printed;
+};
+
+/// The commands of a page, each with what the page shows as printed: in indented text, a line after "$ " is
+/// typed, one after "> " carries it on, and the others are printed.
+std::vector<TypedCommand> commandsOf(const std::string& page) {
+    std::istringstream lines(page);
+    std::vector<TypedCommand> commands;
+    bool inside = false;
+    for (std::string line; std::getline(lines, line);) {
+        const std::string text = line.starts_with("    ") ? line.substr(4) : "";
+        if (text.starts_with("$ ")) {
+            commands.push_back({text.substr(2), ""});
+            inside = true;
+        } else if (inside && text.starts_with("> ")) {
+            commands.back().line += "\n" + text.substr(2);
+        } else if (inside && !text.empty()) {
+            commands.back().printed += text + "\n";
+        } else {
+            inside = false;
+        }
+    }
+    return commands;
+}
+
+TEST(Pages, showSessionsThatCanBeTyped) {
+    for (const char* page : {"README.md", "docs/recipes.md"}) {
+        SCOPED_TRACE(page);
+        const std::vector<TypedCommand> commands = commandsOf(readPage(page));
+        ASSERT_GT(commands.size(), 5U);
+        const Folder folder;
+        std::filesystem::create_directory(folder.path("home"));
+        std::filesystem::create_directory_symlink(SKEINKEEP_SAMPLES, folder.path("samples"));
+        // A mark follows what each command prints; the exit code stays for the next one.
+        std::string script = "exec 2>&1\n";
+        for (const TypedCommand& command : commands)
+            script += command.line + "\n(status=$?; printf '\\001'; exit $status)\n";
+        std::istringstream output(shell(folder, script).out);
+        for (const TypedCommand& command : commands) {
+            std::string printed;
+            std::getline(output, printed, '\1');
+            EXPECT_EQ(printed, command.printed) << "$ " << command.line;
+        }
     }
 }
 
