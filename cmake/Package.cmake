@@ -1,6 +1,6 @@
-# The Debian package.
+# The Debian package, and a .tar.gz with the same files for other systems.
 
-set(CPACK_GENERATOR DEB)
+set(CPACK_GENERATOR DEB TGZ)
 set(CPACK_PACKAGE_NAME skeinkeep)
 set(CPACK_PACKAGE_CONTACT "the skeinKeep authors <maintainers@skeinkeep.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
