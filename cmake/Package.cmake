@@ -7,7 +7,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
 "skeinKeep writes the configuration tree of a web server into one XML file, and
 later brings the live tree back into line with such a file, object by object
-and property by property. A dry run only tells what differs.")
+and property by property. A dry run only prints what differs.")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)

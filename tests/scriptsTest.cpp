@@ -75,7 +75,7 @@ TEST(Nightly, acceptsWhatComesBackAndRejectsWhatDoesNot) {
         /// A part of what is printed; empty if the backup is good.
         const char* printed;
     };
-    // Letters of Latin-1 stand beside each value: a tool that takes them for UTF-8 loses the line.
+    // Letters of Latin-1 are beside each value: a tool that takes them for UTF-8 loses the line.
     const Case cases[] = {{"a boolean of another value", "  Text \"\xC3\xA9\"\n  Flag bool:1\n",
                            "localhost:Flag property to false"},
                           {"U+FFFF", "  Text \"\xC3\xA9\\uFFFF\"\n", "localhost:Text property to \xE9?"},
