@@ -99,7 +99,7 @@ protected:
     }
     template <class T> ComPtr<T> inner() const {
         ComPtr<T> typed;
-        query(*inner_, typed);
+        (void)query(*inner_, typed);
         return typed;
     }
 
