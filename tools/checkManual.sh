@@ -14,7 +14,7 @@ if [ -s "$work/faults" ]; then
 fi
 
 # The texts of the sources: string literals, joined where one follows another, with their escapes.
-cat src/*.cpp src/*.h platform/*/*.cpp platform/*/*.h | tr -s '\n ' ' ' | sed 's/" *u*"//g; s/\\"/"/g' >"$work/sources"
+cat src/*.cpp src/*.h platform/*/*.cpp | tr -s '\n ' ' ' | sed 's/" *u*"//g; s/\\"/"/g' >"$work/sources"
 
 # The texts of the manual, one a line, without their variable parts and the name of the metabase before them.
 mandoc -T html -O fragment docs/skeinKeep.1 | tr '\n' ' ' |
