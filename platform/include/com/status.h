@@ -16,7 +16,9 @@ using LCID = std::uint32_t;
 enum [[nodiscard]] HRESULT : std::int32_t{};
 
 /// The status of the same 32 bits.
-constexpr HRESULT makeStatus(std::uint32_t bits) { return static_cast<HRESULT>(static_cast<std::int32_t>(bits)); }
+constexpr HRESULT makeStatus(std::uint32_t bits) {
+    return static_cast<HRESULT>(static_cast<std::int32_t>(bits));
+}
 
 constexpr HRESULT S_OK{0};
 constexpr HRESULT S_FALSE{1};
