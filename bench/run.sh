@@ -27,7 +27,7 @@ rm -rf "$work"
 mkdir -p "$work"
 
 # prepare FORM ARGUMENTS...: makes a folder with a metabase, its backup and the changed metabase, and checks that
-# the runs to be timed do what they stand for: nothing to restore, and a restore that brings all changes back.
+# the runs to be timed do what they are meant to do: nothing to restore, and a restore that brings all changes back.
 prepare() {
     form=$1
     shift

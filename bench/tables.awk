@@ -34,7 +34,7 @@ function row(text, run, reference,    time, work) {
 function perObject(name, run) { return median(cpu, run " " name) * 1e6 / objects[run] }
 
 END {
-    print "\nW, processor time with that of the system; the ratio is to the tool named behind the run.\n"
+    print "\nW, processor time with that of the system; the ratio is to the tool named after the run.\n"
     print "| run | time s | CPU s | time ratio | CPU ratio | MB/s | peak MB |"
     print "|---|---|---|---|---|---|---|"
     row("cat", "W cat")

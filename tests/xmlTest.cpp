@@ -19,7 +19,7 @@ namespace {
 using Text = std::u16string;
 using View = std::u16string_view;
 
-/// The units of UTF-8, in which each half of a surrogate pair may stand alone.
+/// The units of UTF-8, in which a half of a surrogate pair may be alone.
 Text wide(const std::string& text) {
     Text units(text.size(), u'\0');
     units.resize(static_cast<std::size_t>(utf8::decode(text, units.data()) - units.data()));
@@ -270,11 +270,11 @@ TEST(Xml, returnsTheResultsOfQueries) {
         {"nodes", shownNodes},
         {"node", shownNode}};
     ComPtr<IXMLDOMElement> root;
-    for (const TableCase& test : Table("xml-queries.txt", {{"how", "answer"}, {"text", "ask"}})) {
+    for (const TableCase& test : Table("xml-queries.txt", {{"how", "result"}, {"text", "query"}})) {
         SCOPED_TRACE(test);
         if (test.has("text")) root = rootOf(wide(test["text"]));
         ASSERT_TRUE(root && ways.contains(test["how"]));
-        EXPECT_EQ(narrow(ways.at(test["how"])(*root, Bstr(wide(test.get("ask", ""))))), test["answer"]);
+        EXPECT_EQ(narrow(ways.at(test["how"])(*root, Bstr(wide(test.get("query", ""))))), test["result"]);
     }
 }
 

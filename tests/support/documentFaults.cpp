@@ -40,8 +40,8 @@ public:
         return intercept("IXMLDOMNode::get_firstChild",
                          [&] { return fronted(node()->get_firstChild(child), child); });
     }
-    HRESULT hasChildNodes(VARIANT_BOOL* answer) override {
-        return this->pass(CALL(IXMLDOMNode, hasChildNodes), answer);
+    HRESULT hasChildNodes(VARIANT_BOOL* hasChildren) override {
+        return this->pass(CALL(IXMLDOMNode, hasChildNodes), hasChildren);
     }
     HRESULT get_childNodes(IXMLDOMNodeList** children) override {
         return this->template passFronted<ListFront>(CALL(IXMLDOMNode, get_childNodes), children);

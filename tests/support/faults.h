@@ -2,7 +2,7 @@
 //
 // The program reaches the outside in three ways, and a test stops it in three places:
 //
-//   the program calls                     what stands between                       written in
+//   the program calls                     what is between them                      written in
 //   ------------------------------------  ----------------------------------------  ----------------------
 //   a method of an object (IADs::GetEx,   a front: an object of the same            fronts.h,
 //   IXMLDOMNode::get_text, a query)       interfaces that passes each call on to    providerFaults.cpp,
@@ -47,7 +47,7 @@ struct FaultPlan {
     bool made = false;
     /// The last child of each enumeration comes together with S_FALSE.
     bool lastWithEnd = false;
-    /// How many answers without a child come before each child.
+    /// How many calls of the enumerator deliver no child before each child.
     int emptyAnswers = 0;
     /// The number of the enumeration, counted from 1, that lacks the first child; 0 for none.
     int withoutFirstChild = 0;

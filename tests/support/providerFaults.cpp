@@ -107,7 +107,7 @@ public:
     }
 
 private:
-    struct Answer {
+    struct Result {
         HRESULT status = S_OK;
         Variant element;
         ULONG fetched = 0;
@@ -116,7 +116,7 @@ private:
 
     ComPtr<IEnumVARIANT> inner_;
     /// What the next call will return.
-    Answer next_;
+    Result next_;
     bool started_ = false;
     int emptyAnswers_ = 0;
     int number_ = ++enumerations;

@@ -13,7 +13,7 @@ struct SystemCall {
     std::string_view bytes = {};
 };
 
-/// What a test does ahead of a call. Returns 0 to have the call made, or the error number with which it
+/// What a test does before a call. Returns 0 to have the call made, or the error number with which it
 /// fails.
 using SystemCallAction = std::function<int(const SystemCall&)>;
 

@@ -1,4 +1,4 @@
-// A text is refused, and leaves an empty document, or every way through its nodes tells the same.
+// A text is refused, and leaves an empty document, or each way through its nodes gives the same result.
 
 #include "com/runtime.h"
 #include "document/msxml.h"
@@ -20,7 +20,7 @@ ComPtr<IXMLDOMDocument> newDocument() {
     return ComPtr<IXMLDOMDocument>::adopt(static_cast<IXMLDOMDocument*>(made));
 }
 
-/// Each byte is a unit, as in a backup file, unless a byte order mark stands ahead of 16-bit units.
+/// Each byte is a unit, as in a backup file, unless a byte order mark comes before 16-bit units.
 std::u16string unitsOf(const std::uint8_t* data, std::size_t size) {
     if (size < 2 || data[0] != 0xFF || data[1] != 0xFE) return {data, data + size};
     std::u16string units;
@@ -61,7 +61,7 @@ void checkAttributes(IXMLDOMElement& element) {
     }
 }
 
-/// What the children tell must be what their parent tells of them.
+/// The children must agree with what their parent returns of them.
 void checkChildren(IXMLDOMNode& node, const Nodes& children) {
     ComPtr<IXMLDOMNode> first;
     require((node.get_firstChild(first.out()) == S_OK) == !children.empty());

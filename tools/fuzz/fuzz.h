@@ -1,4 +1,4 @@
-// What the fuzz targets share: each keeps its promises for every input, whatever its bytes.
+// What the fuzz targets share: each keeps its promises for every input.
 #pragma once
 
 #include "tests/support/processes.h"
