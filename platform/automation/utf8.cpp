@@ -25,7 +25,7 @@ char* encode(char32_t character, char* out) {
     return out;
 }
 
-bool read(const char*& at, const char* end, char32_t& character) {
+bool decodeCharacter(const char*& at, const char* end, char32_t& character) {
     const auto byte = [at](int index) { return static_cast<unsigned char>(at[index]); };
     const unsigned char lead = byte(0);
     if (lead < 0x80) {

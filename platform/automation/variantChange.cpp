@@ -23,7 +23,7 @@ Variant stringOf(std::string_view ascii) {
     return Variant::ofString(std::move(text));
 }
 
-HRESULT formatString(const VARIANT& value, Variant& result) {
+HRESULT convertToString(const VARIANT& value, Variant& result) {
     if (isNothing(value.vt)) {
         result = stringOf("");
         return S_OK;
@@ -49,7 +49,7 @@ std::string trimmedAscii(std::u16string_view text) {
     return ascii;
 }
 
-HRESULT parseString(std::u16string_view text, VARTYPE type, Variant& result) {
+HRESULT convertFromString(std::u16string_view text, VARTYPE type, Variant& result) {
     VARIANT value{};
     if (isNothing(type)) {
         if (!text.empty()) return DISP_E_TYPEMISMATCH;
@@ -97,9 +97,9 @@ HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, WORD flags, VA
     Variant result;
     HRESULT status = DISP_E_TYPEMISMATCH;
     if (type == VT_BSTR) {
-        status = formatString(*source, result);
+        status = convertToString(*source, result);
     } else if (source->vt == VT_BSTR) {
-        status = parseString(view(source->bstrVal), type, result);
+        status = convertFromString(view(source->bstrVal), type, result);
     } else if (type == VT_BOOL) {
         if (const std::optional<bool> truth = truthOf(*source)) {
             result = Variant::ofBool(*truth);

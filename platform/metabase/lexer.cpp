@@ -33,7 +33,7 @@ bool readEscape(const char*& at, const char* end, char32_t& character) {
 /// in a string.
 bool readCharacter(const char*& at, const char* end, char32_t& character) {
     if (*at == '\\') return readEscape(at, end, character);
-    return utf8::read(at, end, character) && !isControl(character);
+    return utf8::decodeCharacter(at, end, character) && !isControl(character);
 }
 
 bool isBareName(std::u16string_view name) {

@@ -21,7 +21,7 @@ char* encode(char32_t character, char* out);
 
 /// Decodes one character at `at`, which must be below `end`, and moves `at` to its end. False, with `at`
 /// unchanged, for bytes that are no UTF-8.
-bool read(const char*& at, const char* end, char32_t& character);
+bool decodeCharacter(const char*& at, const char* end, char32_t& character);
 
 /// The number of 16-bit units of a well-formed text.
 std::uint32_t countUnits(std::string_view text);
