@@ -1,10 +1,10 @@
 // The hot parts of a backup and a restore, each alone.
 
-#include "platform/automation/safearray.h"
-#include "platform/com/runtime.h"
-#include "platform/os/file.h"
-#include "platform/platform.h"
-#include "platform/xml/msxml.h"
+#include "automation/safearray.h"
+#include "com/runtime.h"
+#include "document/msxml.h"
+#include "os/file.h"
+#include "platform.h"
 #include "src/dispUtils.h"
 #include "src/propDefault.h"
 #include "src/schemaCache.h"

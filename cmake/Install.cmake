@@ -14,13 +14,31 @@ compress(docs/skeinKeep.1 skeinKeep.1.gz)
 compress(cmake/changelog changelog.gz)
 
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/skeinkeep)
+
+# install_page FILE FOLDER: installs a page as it reads there: the samples are the folder "examples" beside the README, and
+# the README ends before what only a clone can do.
+function(install_page file folder)
+  set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${file})
+  file(READ ${PROJECT_SOURCE_DIR}/${file} text)
+  string(REPLACE "samples" "examples" text "${text}")
+  string(REGEX REPLACE "\n## Install\n.*" "" text "${text}")
+  set(page ${PROJECT_BINARY_DIR}/pages/${file})
+  file(WRITE ${page} "${text}")
+  install(FILES ${page} DESTINATION ${folder})
+endfunction()
+
 install(TARGETS skeinKeep)
 install(FILES ${PROJECT_BINARY_DIR}/skeinKeep.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES tools/completion/skeinKeep.bash RENAME skeinKeep
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 install(FILES tools/completion/_skeinKeep DESTINATION ${SKEINKEEP_ZSH_DIR})
-install(FILES ${PROJECT_BINARY_DIR}/changelog.gz README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documents})
-install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN *.md)
+install_page(README.md ${documents})
+foreach(page recipes backup-file metabase-file reliability performance)
+  install_page(docs/${page}.md ${documents}/docs)
+endforeach()
+install(FILES docs/backup.rng DESTINATION ${documents}/docs)
+install(FILES ${PROJECT_BINARY_DIR}/changelog.gz CHANGELOG.md DESTINATION ${documents})
 install(FILES LICENSE RENAME copyright DESTINATION ${documents})
 install(FILES samples/metabase.txt DESTINATION ${documents}/examples)
+install(PROGRAMS samples/graft-object DESTINATION ${documents}/examples)
 install(DIRECTORY samples/nightly DESTINATION ${documents}/examples USE_SOURCE_PERMISSIONS)

@@ -1,13 +1,13 @@
-#include "platform/platform.h"
+#include "platform.h"
 
-#include "platform/com/memory.h"
-#include "platform/metabase/provider.h"
-#include "platform/os/stream.h"
-#include "platform/xml/domDocument.h"
+#include "com/memory.h"
+#include "metabase/provider.h"
+#include "os/stream.h"
+#include "xml/domDocument.h"
 
 void installPlatform() {
-    keepFreedMemory();
+    memory::keepFreedBlocks();
     prepareStreams();
-    registerDomDocument();
-    registerMetabaseProvider();
+    xml::registerDocumentClass();
+    metabase::registerIisProvider();
 }

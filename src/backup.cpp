@@ -1,10 +1,10 @@
-#include "src/backup.h"
+#include "backup.h"
 
-#include "platform/metabase/iis.h"
-#include "platform/os/file.h"
-#include "src/childWalk.h"
-#include "src/propInfo.h"
-#include "src/schemaCache.h"
+#include "childWalk.h"
+#include "directory/iis.h"
+#include "os/file.h"
+#include "propInfo.h"
+#include "schemaCache.h"
 
 #include <cerrno>
 

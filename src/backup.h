@@ -1,8 +1,8 @@
 // The backup: a walk over the live tree that prints each object to the backup file.
 #pragma once
 
-#include "platform/metabase/adsi.h"
-#include "src/skeinKeep.h"
+#include "directory/adsi.h"
+#include "skeinKeep.h"
 
 /// Writes the tree from the object at `rootPath` downward to `backupFile`, both in `runSettings`. Returns 0
 /// or a negative status; a failed backup leaves the file as far as it was written. If the file can't be

@@ -2,8 +2,8 @@
 // in an "Error" line is the caller's.
 #pragma once
 
-#include "platform/metabase/childEnumerator.h"
-#include "src/dispUtils.h"
+#include "directory/childEnumerator.h"
+#include "dispUtils.h"
 
 /// Builds `children` over a container and calls `visit(element)`, which returns a Status, for each child in
 /// the order of the enumerator. Returns 0 or the status of the first failure. A failed call of the enumerator

@@ -1,6 +1,6 @@
-#include "src/dispUtils.h"
+#include "dispUtils.h"
 
-#include "platform/com/text.h"
+#include "com/text.h"
 
 #include <algorithm>
 #include <array>
@@ -21,7 +21,7 @@ Status reportMultidimensional(SourcePlace place = SourcePlace::current()) {
     return reported(E_UNEXPECTED, place, "Multidimensional SAFEARRAYs not supported");
 }
 
-Status comparisonResult(bool same) { return same ? 0 : 1; }
+Status comparisonResult(bool same) { return same ? comparedSame : comparedDifferent; }
 
 bool sameBytes(BSTR a, BSTR b) {
     const UINT length = SysStringByteLen(a);
@@ -85,12 +85,12 @@ const OLECHAR* printPlainUnits(OutStream& stream, const OLECHAR* at, const OLECH
 } // namespace
 
 Status cmpVariants(const VARIANT& a, const VARIANT& b) {
-    if (a.vt != b.vt) return 1;
+    if (a.vt != b.vt) return comparedDifferent;
     if ((a.vt & extendedFlags) != 0) return reportExtendedType(a.vt);
     if ((a.vt & VT_ARRAY) != 0) return cmpSafeArrays(a, b);
     switch (a.vt) {
     case VT_EMPTY:
-    case VT_NULL: return 0;
+    case VT_NULL: return comparedSame;
     case VT_I2:
     case VT_BOOL: return comparisonResult(a.iVal == b.iVal);
     case VT_I4:
@@ -101,7 +101,7 @@ Status cmpVariants(const VARIANT& a, const VARIANT& b) {
     case VT_DISPATCH:
     case VT_UNKNOWN: return comparisonResult(a.punkVal == b.punkVal);
     case VT_UI1: return comparisonResult(a.bVal == b.bVal);
-    default: return 1;
+    default: return comparedDifferent;
     }
 }
 
@@ -111,7 +111,7 @@ Status cmpSafeArrays(const VARIANT& a, const VARIANT& b) {
     if (Status status = getArrayBounds(a, boundsA); status < 0) return reported(status);
     ArrayBounds boundsB;
     if (Status status = getArrayBounds(b, boundsB); status < 0) return reported(status);
-    if (boundsA.lower != boundsB.lower || boundsA.upper != boundsB.upper) return 1;
+    if (boundsA.lower != boundsB.lower || boundsA.upper != boundsB.upper) return comparedDifferent;
 
     for (LONG i = boundsA.lower; i <= boundsA.upper; ++i) {
         Variant elementA;
@@ -119,9 +119,9 @@ Status cmpSafeArrays(const VARIANT& a, const VARIANT& b) {
         Variant elementB;
         if (Status status = getArrayElement(b, i, elementB); status < 0) return reported(status);
         if (Status status = cmpVariants(elementA.get(), elementB.get()); status != 0)
-            return status < 0 ? reported(status) : 1;
+            return status < 0 ? reported(status) : comparedDifferent;
     }
-    return 0;
+    return comparedSame;
 }
 
 Status printVariant(OutStream& stream, const VARIANT& value) {

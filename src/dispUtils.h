@@ -1,9 +1,9 @@
 // Comparison and printing of automation values, access to their parts, and conversions of text.
 #pragma once
 
-#include "platform/automation/safearray.h"
-#include "platform/metabase/adsi.h"
-#include "src/skeinKeep.h"
+#include "automation/safearray.h"
+#include "directory/adsi.h"
+#include "skeinKeep.h"
 
 #include <limits>
 #include <span>

@@ -1,5 +1,5 @@
-#include "platform/platform.h"
-#include "src/skeinKeep.h"
+#include "platform.h"
+#include "skeinKeep.h"
 
 int main(int argc, char** argv) {
     installPlatform();

@@ -1,6 +1,6 @@
-#include "src/objInfo.h"
+#include "objInfo.h"
 
-#include "src/childWalk.h"
+#include "childWalk.h"
 
 #include <algorithm>
 #include <array>
@@ -14,7 +14,7 @@ Status defaultObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IA
     ComPtr<IDispatch> created;
     if (Status status = container->Create(className, objectName, created.out()); status < 0)
         return reported(status, "Error creating object %S (%S)\n", objectName, className);
-    parent.SetInfo();
+    (void)parent.SetInfo(); // The object exists already.
     if (!created) return reported(E_UNEXPECTED);
     ComPtr<IADs> object;
     if (Status status = query(*created, object); status < 0) return reported(status);
@@ -56,7 +56,7 @@ Status deleteFromParent(IADs& object) {
     if (Status status = object.get_Class(className.out()); status < 0) return reported(status);
     if (Status status = parent->Delete(className, name); status < 0)
         return reported(status, "Deleting %S %S from %S", className, name, parentPath);
-    object.SetInfo();
+    (void)object.SetInfo(); // The object is deleted already.
     return S_OK;
 }
 
@@ -68,7 +68,7 @@ Status deleteStepByStep(IADs& object) {
 
 Status deleteAtOnce(IADs& object, IADsDeleteOps& deleteOps) {
     const Status status = deleteOps.DeleteObject(0);
-    object.SetInfo();
+    (void)object.SetInfo(); // Only the result of the deletion counts.
     return status < 0 ? reported(status) : S_OK;
 }
 

@@ -1,8 +1,8 @@
 // The object class table: whether and how a restore creates and deletes objects of a class.
 #pragma once
 
-#include "platform/metabase/adsi.h"
-#include "src/skeinKeep.h"
+#include "directory/adsi.h"
+#include "skeinKeep.h"
 
 /// Creates an object under `parent`. `newObject` is set on success only. Returns 0 or a negative status.
 using CreateFn = Status (*)(IADs& parent, BSTR className, BSTR objectName, ComPtr<IADs>& newObject);

@@ -1,4 +1,4 @@
-#include "src/propDefault.h"
+#include "propDefault.h"
 
 namespace {
 
@@ -71,7 +71,7 @@ Status defaultPropSet(IADs& object, BackupProp& prop) {
     Bstr path;
     if (Status status = object.get_ADsPath(path.out()); status < 0) return reported(status);
     errPrintf("Setting %S:%S property to ", path, prop.name);
-    printVariant(*runSettings.errStream, prop.value.get());
+    (void)printVariant(*runSettings.errStream, prop.value.get()); // The value is written all the same.
     errPrintf("\n");
     if (runSettings.dryRun) return S_OK;
 

@@ -1,8 +1,8 @@
 // The handlers of the properties that the property table doesn't name, and of some that it does.
 #pragma once
 
-#include "src/dispUtils.h"
-#include "src/propInfo.h"
+#include "dispUtils.h"
+#include "propInfo.h"
 
 // See CmpFn, SetFn, PrintFn and DumpFn in propInfo.h.
 Status defaultPropCmp(const VARIANT& value, BackupProp& prop);

@@ -1,8 +1,8 @@
-#include "src/propIPSec.h"
+#include "propIPSec.h"
 
-#include "platform/metabase/iis.h"
-#include "src/dispUtils.h"
-#include "src/propDefault.h"
+#include "directory/iis.h"
+#include "dispUtils.h"
+#include "propDefault.h"
 
 namespace {
 
@@ -109,14 +109,14 @@ Status ipSecPropCmp(const VARIANT& value, BackupProp& prop) {
 
     VARIANT_BOOL grant = VARIANT_FALSE;
     if (Status status = rules->get_GrantByDefault(&grant); status < 0) return reported(status);
-    if (grant != values.grantByDefault) return 1;
+    if (grant != values.grantByDefault) return comparedDifferent;
     for (const SubList& part : readOrder) {
         Variant live;
         if (Status status = (rules.get()->*part.get)(live.out()); status < 0) return reported(status);
         if (Status status = cmpVariants(live.get(), (values.*part.field).get()); status != 0)
-            return status < 0 ? reported(status) : 1;
+            return status < 0 ? reported(status) : comparedDifferent;
     }
-    return 0;
+    return comparedSame;
 }
 
 Status ipSecPropSet(IADs& object, BackupProp& prop) {

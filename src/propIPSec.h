@@ -1,7 +1,7 @@
 // The handlers of the property IPSecurity: one object in the live tree, five properties in the file.
 #pragma once
 
-#include "src/propInfo.h"
+#include "propInfo.h"
 
 /// The five sub-properties of a backup file; the lists are one-dimensional arrays of VARIANTs.
 struct IpSecValues {

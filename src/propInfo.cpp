@@ -1,10 +1,10 @@
-#include "src/propInfo.h"
+#include "propInfo.h"
 
-#include "src/dispUtils.h"
-#include "src/propDefault.h"
-#include "src/propIPSec.h"
-#include "src/propMimeMap.h"
-#include "src/xmlUtils.h"
+#include "dispUtils.h"
+#include "propDefault.h"
+#include "propIPSec.h"
+#include "propMimeMap.h"
+#include "xmlUtils.h"
 
 #include <algorithm>
 #include <span>
@@ -69,7 +69,7 @@ Status parseVarType(BSTR text, VARTYPE& type) {
 
 Status reportMissingType(IXMLDOMNode& node) {
     // A failed read of the tag is reported after this failure, so this takes two steps.
-    reported(E_FAIL);
+    (void)reported(E_FAIL);
     errPrintf("Value node %S has no type attribute", xmlTagForMessage(node));
     return E_FAIL;
 }

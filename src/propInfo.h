@@ -2,9 +2,9 @@
 // file, and the printing of its lines.
 #pragma once
 
-#include "platform/metabase/adsi.h"
-#include "platform/xml/msxml.h"
-#include "src/skeinKeep.h"
+#include "directory/adsi.h"
+#include "document/msxml.h"
+#include "skeinKeep.h"
 
 /// One property of a backup file. Owns all that it refers to. The handlers may read `element` and `name`
 /// directly, `value` and `inherited` only after backupPropParse.

@@ -1,10 +1,10 @@
-#include "src/propMimeMap.h"
+#include "propMimeMap.h"
 
-#include "platform/com/runtime.h"
-#include "platform/metabase/iis.h"
-#include "src/dispUtils.h"
-#include "src/pairing.h"
-#include "src/xmlUtils.h"
+#include "com/runtime.h"
+#include "directory/iis.h"
+#include "dispUtils.h"
+#include "pairing.h"
+#include "xmlUtils.h"
 
 namespace {
 
@@ -29,10 +29,10 @@ Status pairEntries(const VARIANT& array, ArrayBounds bounds, std::vector<MimeMap
         if (Status status = readLiveEntry(array, i, extension, mimeType); status < 0) return status;
         if (!pairing.pair({view(extension), view(mimeType)})) {
             logPrintf(5, "MimeMap: Mime Type %S --> %S not in backup.\n", extension, mimeType);
-            return 1;
+            return comparedDifferent;
         }
     }
-    return 0;
+    return comparedSame;
 }
 
 Status createMimeType(IClassFactory& factory, ComPtr<IISMimeType>& mimeType) {
@@ -112,8 +112,8 @@ Status mimeMapPropCmp(const VARIANT& value, BackupProp& prop) {
     if (Status status = xmlGetChildNodes(*prop.element, children); status < 0) return reported(status);
     std::size_t length = 0;
     if (Status status = xmlGetLength(*children, length); status < 0) return reported(status);
-    if (std::cmp_not_equal(length, std::int64_t{bounds.upper} - bounds.lower + 1)) return 1;
-    if (length == 0) return 0;
+    if (std::cmp_not_equal(length, std::int64_t{bounds.upper} - bounds.lower + 1)) return comparedDifferent;
+    if (length == 0) return comparedSame;
 
     std::vector<MimeMapEntry> entries;
     if (Status status = mimeMapParse(*prop.element, entries); status < 0) return reported(status);

@@ -2,7 +2,7 @@
 // the file.
 #pragma once
 
-#include "src/propInfo.h"
+#include "propInfo.h"
 
 #include <vector>
 

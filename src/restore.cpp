@@ -1,8 +1,8 @@
-#include "src/restore.h"
+#include "restore.h"
 
-#include "src/restoreObj.h"
-#include "src/restoreProp.h"
-#include "src/xmlUtils.h"
+#include "restoreObj.h"
+#include "restoreProp.h"
+#include "xmlUtils.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // The restore: the walk over a backup file that brings the live tree into line with it, object by object.
 #pragma once
 
-#include "platform/metabase/adsi.h"
-#include "platform/xml/msxml.h"
-#include "src/skeinKeep.h"
+#include "directory/adsi.h"
+#include "document/msxml.h"
+#include "skeinKeep.h"
 
 /// Loads `backupFile` of `runSettings` and brings the live tree into line with it, from the object downward
 /// that the file's topmost `obj` element names by its `path`. Sets `errStream` to standard output. Returns 0

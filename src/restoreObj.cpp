@@ -1,9 +1,9 @@
-#include "src/restoreObj.h"
+#include "restoreObj.h"
 
-#include "src/childWalk.h"
-#include "src/objInfo.h"
-#include "src/restore.h"
-#include "src/xmlUtils.h"
+#include "childWalk.h"
+#include "objInfo.h"
+#include "restore.h"
+#include "xmlUtils.h"
 
 #include <algorithm>
 #include <span>
@@ -108,7 +108,7 @@ Status readFileObject(FileObject& object) {
     if (Status status = read(pathAttribute, object.path); status < 0) return reported(status);
     if (complete) return S_OK;
     // A failed read of the tag is reported after this failure, so this takes two steps.
-    reported(E_FAIL);
+    (void)reported(E_FAIL);
     errPrintf("Object node %S lacks one of the attributes name, class, path", xmlTagForMessage(object.node));
     return E_FAIL;
 }
@@ -124,7 +124,7 @@ void printDeleteRefusal(const ChildEntry& entry) {
 /// Finds the class row of an object of the file.
 const ObjInfo& infoOf(const FileObject& object) {
     const ObjInfo* info = nullptr;
-    findObjInfo(view(object.className), info);
+    (void)findObjInfo(view(object.className), info); // An unknown class has the default row.
     return *info;
 }
 

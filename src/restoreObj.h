@@ -2,9 +2,9 @@
 // here.
 #pragma once
 
-#include "platform/metabase/adsi.h"
-#include "platform/xml/msxml.h"
-#include "src/skeinKeep.h"
+#include "directory/adsi.h"
+#include "document/msxml.h"
+#include "skeinKeep.h"
 
 /// Brings the children of a live object into line with its `children` element: restores those that both have,
 /// creates, replaces and deletes the others, as far as their classes allow. Returns 0 or a negative status;

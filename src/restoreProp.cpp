@@ -1,8 +1,8 @@
-#include "src/restoreProp.h"
+#include "restoreProp.h"
 
-#include "src/pairing.h"
-#include "src/schemaCache.h"
-#include "src/xmlUtils.h"
+#include "pairing.h"
+#include "schemaCache.h"
+#include "xmlUtils.h"
 
 #include <vector>
 
@@ -15,7 +15,7 @@ public:
 
     BSTR get() {
         if (path_) return path_;
-        object_.get_ADsPath(path_.out());
+        (void)object_.get_ADsPath(path_.out()); // The warning is printed all the same.
         if (!path_) path_ = Bstr(u"<unknown name: get_ADsPath failed>");
         return path_;
     }
@@ -97,6 +97,6 @@ Status reconcileProperty(IADs& object, BackupProp& prop) {
     Variant live;
     if (Status status = object.GetEx(prop.name, live.out()); status < 0) return reported(status);
     Status status = info.cmpFn(live.get(), prop);
-    if (status == 1) status = info.setFn(object, prop);
+    if (status == comparedDifferent) status = info.setFn(object, prop);
     return status < 0 ? reported(status) : S_OK;
 }

@@ -1,7 +1,7 @@
 // The reconciliation of the properties of one object with a backup file.
 #pragma once
 
-#include "src/propInfo.h"
+#include "propInfo.h"
 
 /// Brings the properties of a live object into line with its `props` element, in the order of the file.
 /// Prints a warning for each property that only the class or only the file has, and leaves it unchanged.

@@ -1,6 +1,6 @@
-#include "src/schemaCache.h"
+#include "schemaCache.h"
 
-#include "src/dispUtils.h"
+#include "dispUtils.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
 // The property names of each class, read from the schema once in a run.
 #pragma once
 
-#include "platform/automation/bstr.h"
-#include "platform/metabase/adsi.h"
-#include "src/skeinKeep.h"
+#include "automation/bstr.h"
+#include "directory/adsi.h"
+#include "skeinKeep.h"
 
 #include <memory>
 #include <span>

@@ -1,11 +1,11 @@
-#include "src/skeinKeep.h"
+#include "skeinKeep.h"
 
-#include "platform/com/runtime.h"
-#include "platform/com/text.h"
-#include "src/backup.h"
-#include "src/dispUtils.h"
-#include "src/restore.h"
-#include "src/schemaCache.h"
+#include "backup.h"
+#include "com/runtime.h"
+#include "com/text.h"
+#include "dispUtils.h"
+#include "restore.h"
+#include "schemaCache.h"
 
 #include <cstdlib>
 #include <memory>
@@ -87,7 +87,7 @@ Mode parseCommandLine(int argc, char** argv) {
 /// Runs a driver in the component runtime and with a schema cache. Returns the exit code.
 int runMode(Mode mode) {
     if (Status status = CoInitializeEx(nullptr, 0); status < 0) {
-        reported(status, "CoInitialize");
+        (void)reported(status, "CoInitialize"); // The exit code takes its place.
         return 2;
     }
     SchemaCache schemaCache;
@@ -123,9 +123,10 @@ int skeinKeepMain(int argc, char** argv) {
 }
 
 void reportHr(Status status, std::string_view sourceFile, std::uint32_t line) {
+    const auto bits = static_cast<std::uint32_t>(status);
     if (const SystemText text = systemText(status)) {
-        errPrintf("Error 0x%X (%s) at %s:%d\n", status, text.get(), sourceFile, line);
+        errPrintf("Error 0x%X (%s) at %s:%d\n", bits, text.get(), sourceFile, line);
     } else {
-        errPrintf("Error 0x%X at %s:%d\n", status, sourceFile, line);
+        errPrintf("Error 0x%X at %s:%d\n", bits, sourceFile, line);
     }
 }

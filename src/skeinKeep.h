@@ -1,8 +1,8 @@
 // The entry point, the settings of a run, and the functions that print and report.
 #pragma once
 
-#include "platform/com/status.h"
-#include "platform/os/print.h"
+#include "com/status.h"
+#include "os/print.h"
 
 #include <cstdint>
 #include <string_view>
@@ -12,6 +12,10 @@
 /// meaning of 1 in its comment. A function of `src/` reports its failures itself (see `reported`), unless its
 /// comment makes an exception; calls of the platform never report.
 using Status = HRESULT;
+
+/// The results of a comparison that doesn't fail.
+constexpr Status comparedSame = S_OK;
+constexpr Status comparedDifferent = S_FALSE;
 
 struct SchemaCache;
 

@@ -1,8 +1,8 @@
-#include "src/xmlUtils.h"
+#include "xmlUtils.h"
 
-#include "platform/com/runtime.h"
-#include "platform/os/file.h"
-#include "src/dispUtils.h"
+#include "com/runtime.h"
+#include "dispUtils.h"
+#include "os/file.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,8 +1,8 @@
 // The loading of a backup file as a document, and access to its nodes.
 #pragma once
 
-#include "platform/xml/msxml.h"
-#include "src/skeinKeep.h"
+#include "document/msxml.h"
+#include "skeinKeep.h"
 
 // The tags and attributes that are looked up in a backup file.
 inline const Bstr childrenTag(u"children");

@@ -1,7 +1,7 @@
 // Values: what they become as another type, their comparison, their printed form.
 
-#include "platform/automation/safearray.h"
-#include "platform/metabase/valueText.h"
+#include "automation/safearray.h"
+#include "metabase/valueSyntax.h"
 #include "src/dispUtils.h"
 #include "tests/support/errorLines.h"
 #include "tests/support/tables.h"
@@ -21,16 +21,16 @@ Variant plain(VARTYPE type, std::uint64_t bits) { return Variant::adopt(ofType(t
 
 /// The value of a text as the metabase file writes it.
 Variant valueOf(const std::string& text) {
-    LineReader reader(text);
+    metabase::Lexer reader(text);
     Variant list;
-    EXPECT_TRUE(reader.value(ValueForm::plain, &list) && reader.atEnd()) << text;
+    EXPECT_TRUE(metabase::parseValue(reader, metabase::ValueForm::plain, list) && reader.atEnd()) << text;
     if (list->parray->rgsabound[0].cElements != 1) return list;
     return Variant::adopt(std::exchange(*static_cast<VARIANT*>(list->parray->pvData), {}));
 }
 
 std::string textOf(const VARIANT& value) {
     std::string text;
-    EXPECT_EQ(writeValue(text, ValueForm::plain, value), S_OK);
+    EXPECT_EQ(metabase::formatValue(text, metabase::ValueForm::plain, value), S_OK);
     return text;
 }
 
@@ -66,7 +66,7 @@ TEST(Values, areComparedByTheirOwnRules) {
         EXPECT_EQ(cmpVariants(valueOf(test["a"]).get(), valueOf(test["b"]).get()), test.number("result"))
             << test;
     }
-    const std::tuple<Variant, Variant, Status> cases[] = {
+    const std::tuple<Variant, Variant, int> cases[] = {
         {plain(VT_BSTR, 0), Variant::ofString(Bstr(u"")), 0},
         {plain(VT_I2, 5), plain(VT_I2, 0x10005), 0},
         {plain(VT_NULL, 1), plain(VT_NULL, 2), 0},

@@ -1,6 +1,6 @@
 // What a backup writes, byte for byte, and what it prints and leaves when something fails.
 
-#include "platform/automation/safearray.h"
+#include "automation/safearray.h"
 #include "tests/support/errorLines.h"
 #include "tests/support/faults.h"
 #include "tests/support/processes.h"
@@ -51,7 +51,7 @@ FaultPlan retyped(const std::string& property, VARTYPE type) {
     FaultPlan plan;
     plan.onRead = [=](const std::u16string& name, VARIANT& value) {
         if (name != std::u16string(property.begin(), property.end())) return;
-        VariantClear(&value);
+        (void)VariantClear(&value);
         value.vt = type;
         const SAFEARRAYBOUND bounds[] = {{1, 0}, {2, 5}};
         if ((type & VT_ARRAY) != 0) value.parray = SafeArrayCreate(VT_VARIANT, 2, bounds);

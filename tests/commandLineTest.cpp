@@ -1,16 +1,14 @@
 // The command line, the streams and the exit codes.
 
-#include "platform/com/runtime.h"
-#include "platform/os/stream.h"
+#include "com/runtime.h"
+#include "os/stream.h"
 #include "src/dispUtils.h"
 #include "tests/support/errorLines.h"
 #include "tests/support/servers.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <new>
-#include <set>
 #include <sstream>
 #include <unistd.h>
 
@@ -91,7 +89,7 @@ TEST(CommandLine, failuresAreReportedWithAndWithoutASystemText) {
     const Folder folder;
     const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [] {
         reportHr(E_FAIL, "some", 7);
-        reportHr(static_cast<Status>(0x87654321U), "other", 1234);
+        reportHr(makeStatus(0x87654321), "other", 1234);
     });
     const std::string lines =
         "Error 0x80004005 (Unspecified error) at some:7\nError 0x87654321 at other:1234\n";
@@ -147,39 +145,6 @@ TEST(CommandLine, outOfMemoryEndsTheRunWithAMessage) {
         EXPECT_EQ(run.exitCode, 2);
         EXPECT_EQ(run.err, "Out of memory\n");
     }
-}
-
-TEST(Nightly, keepsTheLatestBackupsAndReportsABadOne) {
-    const Folder folder;
-    std::filesystem::create_directories(folder.path("kept of it"));
-    folder.write("metabase.txt", sampleMetabase());
-    for (int day = 10; day < 41; ++day)
-        folder.write("kept of it/2001-01-" + std::to_string(day) + ".xml", "");
-    const auto backups = [&] {
-        std::set<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(folder.path("kept of it")))
-            names.insert(entry.path().filename());
-        return names;
-    };
-    const auto run = [&](const char* date) {
-        const std::string script = "PATH=${0%/*}:$PATH; date() { echo " + std::string(date) +
-                                   "; }; set -- . 'kept of it'; . " SKEINKEEP_SAMPLES
-                                   "/nightly/skeinkeep-nightly";
-        return runCommand(folder, {"sh", "-c", script, SKEINKEEP_PROGRAM});
-    };
-    const Outcome good = run("2002-02-02");
-    EXPECT_EQ(std::to_string(good.exitCode) + good.out + good.err, "0");
-    const std::set<std::string> kept = backups();
-    EXPECT_EQ(kept.size(), 30U);
-    EXPECT_TRUE(kept.contains("2002-02-02.xml") && !kept.contains("2001-01-11.xml"))
-        << testing::PrintToString(kept);
-    std::filesystem::create_symlink("/dev/full", folder.path("kept of it/2002-02-03.xml.new"));
-    const Outcome bad = run("2002-02-03");
-    EXPECT_EQ(bad.exitCode, 1);
-    EXPECT_NE(bad.err.find("/2002-02-03.xml.new is not what the server has"), std::string::npos) << bad.err;
-    EXPECT_NE(bad.err.find("Error 0x"), std::string::npos) << bad.err;
-    std::filesystem::remove(folder.path("kept of it/2002-02-03.xml.new"));
-    EXPECT_EQ(backups(), kept);
 }
 
 } // namespace

@@ -1,12 +1,12 @@
 // The live metabase and its file: what can be read, what a change leaves, and which changes of others it
 // detects.
 
-#include "platform/automation/safearray.h"
-#include "platform/com/runtime.h"
-#include "platform/metabase/childEnumerator.h"
-#include "platform/metabase/iis.h"
-#include "platform/metabase/records.h"
-#include "platform/metabase/valueText.h"
+#include "automation/safearray.h"
+#include "com/runtime.h"
+#include "directory/childEnumerator.h"
+#include "directory/iis.h"
+#include "metabase/records.h"
+#include "metabase/valueSyntax.h"
 #include "tests/support/processes.h"
 #include "tests/support/tables.h"
 
@@ -28,7 +28,7 @@ public:
         preparePlatform();
         folder.write("metabase.txt", text);
         std::filesystem::current_path(folder.path());
-        CoInitializeEx(nullptr, 0);
+        EXPECT_EQ(CoInitializeEx(nullptr, 0), S_OK);
     }
     Live(const Live&) = delete;
     Live& operator=(const Live&) = delete;
@@ -64,29 +64,29 @@ HRESULT put(IADs& object, const char16_t* name, const char16_t* text) {
 HRESULT change(IADs& object) { return put(object, u"Title", u"t") == S_OK ? object.SetInfo() : E_FAIL; }
 
 /// A property as the metabase file would write it, with whether it is inherited.
-std::string shown(IADs& object, const char16_t* name, ValueForm form = ValueForm::plain) {
+std::string shown(IADs& object, const char16_t* name, metabase::ValueForm form = metabase::ValueForm::plain) {
     Variant value;
     if (object.GetEx(Bstr(name), value.out()) < 0) return "failed";
     std::string text;
-    EXPECT_EQ(writeValue(text, form, value.get()), S_OK);
+    EXPECT_EQ(metabase::formatValue(text, form, value.get()), S_OK);
     ComPtr<IISBaseObject> base;
-    query(object, base);
+    EXPECT_EQ(query(object, base), S_OK);
     ComPtr<IDispatch> found;
-    base->GetPropertyAttribObj(Bstr(name), found.out());
+    EXPECT_EQ(base->GetPropertyAttribObj(Bstr(name), found.out()), S_OK);
     ComPtr<IISPropertyAttribute> attribute;
-    query(*found, attribute);
+    EXPECT_EQ(query(*found, attribute), S_OK);
     VARIANT_BOOL inherited = VARIANT_FALSE;
-    attribute->get_Isinherited(&inherited);
+    EXPECT_EQ(attribute->get_Isinherited(&inherited), S_OK);
     return text + (inherited != VARIANT_FALSE ? " inherited" : "");
 }
 
 /// The canonical form of a text; empty, with the reason in `error`, for one that is refused.
 std::string canonical(const std::string& text, std::string& error) {
-    MetabaseTree read;
-    MetabaseText result;
+    metabase::ObjectTree read;
+    metabase::MetabaseText result;
     std::string written;
-    if (readMetabase(text, read, result, error))
-        writeMetabase(read, result.head, [&](std::string_view piece) { written += piece; });
+    if (metabase::readMetabase(text, read, result, error))
+        metabase::writeMetabase(read, result.head, [&](std::string_view piece) { written += piece; });
     return written;
 }
 
@@ -118,12 +118,12 @@ TEST(Metabase, showsTheValueOfTheObjectOrOneAboveItOrTheDefault) {
     const auto deep = open(u"IIS://localhost/y/z/q");
     EXPECT_EQ(shown(*deep, u"Title"), "\"own\"");
     EXPECT_EQ(shown(*deep, u"Ports"), "[]");
-    EXPECT_EQ(shown(*deep, u"MimeMap", ValueForm::mimeMap), "mime(\".a\" \"b\") inherited");
-    EXPECT_EQ(shown(*deep, u"Note", ValueForm::opaque), "opaque(\"n\")");
+    EXPECT_EQ(shown(*deep, u"MimeMap", metabase::ValueForm::mimeMap), "mime(\".a\" \"b\") inherited");
+    EXPECT_EQ(shown(*deep, u"Note", metabase::ValueForm::opaque), "opaque(\"n\")");
     EXPECT_EQ(shown(*open(u"IIS://localhost/y/z"), u"Title"), "\"top\" inherited");
     EXPECT_EQ(shown(*open(u"IIS://localhost/x"), u"Title"), "failed");
     ComPtr<IISBaseObject> leaf;
-    query(*open(u"IIS://localhost/x"), leaf);
+    EXPECT_EQ(query(*open(u"IIS://localhost/x"), leaf), S_OK);
     ComPtr<IDispatch> attributes;
     EXPECT_EQ(leaf->GetPropertyAttribObj(Bstr(u"Title"), attributes.out()), E_ADS_PROPERTY_NOT_FOUND);
     EXPECT_FALSE(attributes);
@@ -147,7 +147,7 @@ TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
     EXPECT_EQ(shown(*box, u"Title"), "\"a \\\"b\\\"\"");
 
     ComPtr<IADsContainer> root;
-    query(*open(u"IIS://localhost"), root);
+    EXPECT_EQ(query(*open(u"IIS://localhost"), root), S_OK);
     ComPtr<IDispatch> created;
     EXPECT_EQ(root->Create(Bstr(u"Box"), Bstr(u"a"), created.out()), S_OK);
     const auto deleted = open(u"IIS://localhost/b/c");
@@ -180,11 +180,13 @@ TEST(Metabase, readsACopyOfAnObjectThatPutWritesBack) {
     ASSERT_EQ(box->Get(Bstr(u"IPSecurity"), rules.out()), S_OK);
     ComPtr<IISIPSecurity> security;
     ASSERT_EQ(query(*rules->pdispVal, security), S_OK);
-    security->put_GrantByDefault(VARIANT_FALSE);
-    EXPECT_TRUE(shown(*box, u"IPSecurity", ValueForm::ipSecurity).starts_with("ipsec(GrantByDefault true"));
+    EXPECT_EQ(security->put_GrantByDefault(VARIANT_FALSE), S_OK);
+    EXPECT_TRUE(
+        shown(*box, u"IPSecurity", metabase::ValueForm::ipSecurity).starts_with("ipsec(GrantByDefault true"));
     EXPECT_EQ(box->Put(Bstr(u"IPSecurity"), rules.get()), S_OK);
     EXPECT_EQ(box->SetInfo(), S_OK);
-    EXPECT_TRUE(shown(*box, u"IPSecurity", ValueForm::ipSecurity).starts_with("ipsec(GrantByDefault false"));
+    EXPECT_TRUE(shown(*box, u"IPSecurity", metabase::ValueForm::ipSecurity)
+                    .starts_with("ipsec(GrantByDefault false"));
 }
 
 TEST(Metabase, enumeratesTheChildrenThatItHadAtTheBeginningByName) {
@@ -193,9 +195,9 @@ TEST(Metabase, enumeratesTheChildrenThatItHadAtTheBeginningByName) {
         "object \"localhost\" Box\nobject \"localhost/b\" Bin\nobject \"localhost/\U00020000\" Bin\nobject "
         "\"localhost/\uFF76\" Bin\nobject \"localhost/B\" Bin\n");
     ComPtr<IADsContainer> root;
-    query(*open(u"IIS://localhost"), root);
+    EXPECT_EQ(query(*open(u"IIS://localhost"), root), S_OK);
     ChildEnumerator children;
-    children.build(*root);
+    EXPECT_EQ(children.build(*root), S_OK);
     std::u16string names;
     for (Variant child; children.next(child) == S_OK;) {
         ComPtr<IADs> object;
@@ -217,7 +219,7 @@ TEST(Metabase, refusesTreesThatAreTooDeep) {
     const Live live(deep);
     std::u16string widePath(path.begin(), path.end());
     ComPtr<IADsContainer> bottom;
-    query(*open((u"IIS://" + widePath).c_str()), bottom);
+    EXPECT_EQ(query(*open((u"IIS://" + widePath).c_str()), bottom), S_OK);
     ComPtr<IDispatch> created;
     EXPECT_EQ(bottom->Create(Bstr(u"Bin"), Bstr(u"e"), created.out()), E_ADS_BAD_PATHNAME);
     EXPECT_EQ(live.text(), deep);
@@ -238,7 +240,7 @@ TEST(Metabase, detectsConcurrentEdits) {
             EXPECT_TRUE(!between || change(*box) == S_OK);
             act(live);
             const std::string edited = live.text();
-            EXPECT_EQ(change(*box), STATUS_FILE_ALTERED) << what << between;
+            EXPECT_EQ(change(*box), HRESULT_FROM_WIN32(ERROR_FILE_INVALID)) << what << between;
             live.end();
             EXPECT_EQ(live.text(), edited) << what << between;
         }

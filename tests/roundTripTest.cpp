@@ -1,7 +1,7 @@
 // What is written comes back: values through their text, and a whole tree through a backup file.
 
-#include "platform/automation/safearray.h"
-#include "platform/metabase/valueText.h"
+#include "automation/safearray.h"
+#include "metabase/valueSyntax.h"
 #include "tests/support/servers.h"
 #include "tools/generator/randomMetabase.h"
 
@@ -56,15 +56,15 @@ void expectSame(const VARIANT& value, const VARIANT& back, const std::string& wa
 /// A value as the metabase file writes it.
 std::string written(const VARIANT& value) {
     std::string text;
-    EXPECT_EQ(writeValue(text, ValueForm::plain, value), S_OK);
+    EXPECT_EQ(metabase::formatValue(text, metabase::ValueForm::plain, value), S_OK);
     return text;
 }
 
 void expectSameThroughFile(const VARIANT& value) {
     const std::string text = written(value);
-    LineReader reader(text);
+    metabase::Lexer reader(text);
     Variant back;
-    ASSERT_TRUE(reader.value(ValueForm::plain, &back) && reader.atEnd()) << text;
+    ASSERT_TRUE(metabase::parseValue(reader, metabase::ValueForm::plain, back) && reader.atEnd()) << text;
     ASSERT_EQ(back->parray->rgsabound[0].cElements, 1U) << text;
     expectSame(value, *static_cast<VARIANT*>(back->parray->pvData), text);
 }

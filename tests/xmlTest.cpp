@@ -1,10 +1,10 @@
 // What a document holds, as its callers see it through the interfaces.
 
-#include "platform/automation/utf8.h"
-#include "platform/com/runtime.h"
-#include "platform/xml/domDocument.h"
-#include "platform/xml/msxml.h"
+#include "automation/utf8.h"
+#include "com/runtime.h"
+#include "document/msxml.h"
 #include "tests/support/tables.h"
+#include "xml/domDocument.h"
 
 #include <gtest/gtest.h>
 
@@ -42,8 +42,8 @@ std::string narrow(View units) {
 }
 
 ComPtr<IXMLDOMDocument> newDocument() {
-    registerDomDocument();
-    CoInitializeEx(nullptr, 0);
+    xml::registerDocumentClass();
+    EXPECT_GE(CoInitializeEx(nullptr, 0), 0);
     void* made = nullptr;
     EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument, nullptr, CLSCTX_ALL, IXMLDOMDocument::iid, &made), S_OK);
     CoUninitialize();

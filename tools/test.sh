@@ -10,6 +10,7 @@
 #     tests       the tests
 #     clang       everything builds with clang, the benchmarks too
 #     tidy        the sources are clean under clang-tidy
+#     pages       the manual page and the schema of the backup file are true, the completion offers what it should
 #     valgrind    the demo is clean under valgrind
 #     fuzz        each fuzz target runs for a minute
 #     sanitized   the tests under AddressSanitizer, LeakSanitizer and UndefinedBehaviorSanitizer
@@ -20,7 +21,7 @@ cd "$(dirname "$0")/.."
 . tools/packages.sh
 . tools/build.sh
 
-stages="format shell tests clang tidy valgrind fuzz sanitized"
+stages="format shell tests clang tidy pages valgrind fuzz sanitized"
 [ $# -gt 0 ] || set -- tests
 # shellcheck disable=SC2086 # one word for each stage
 [ "$*" != "--all" ] || set -- $stages
@@ -30,13 +31,19 @@ files() {
     find src platform tests bench tools -name "$1" | sort
 }
 
-need_tests() { need_presets test; }
+need_tests() {
+    need_presets test
+    need libxml2-utils xmllint --version
+}
 stage_tests() {
     build test
     ctest --preset test -j "$(nproc)"
 }
 
-need_sanitized() { need_presets sanitized; }
+need_sanitized() {
+    need_presets sanitized
+    need libxml2-utils xmllint --version
+}
 stage_sanitized() {
     build sanitized
     ctest --preset sanitized -j "$(nproc)"
@@ -57,7 +64,7 @@ need_shell() { need shellcheck shellcheck --version; }
 stage_shell() {
     scripts=$(files '*.sh')
     # shellcheck disable=SC2086
-    quietly shellcheck -s sh -x $scripts .ci/run samples/nightly/skeinkeep-nightly
+    quietly shellcheck -s sh -x $scripts .ci/run samples/graft-object samples/nightly/skeinkeep-nightly
 }
 
 need_tidy() {
@@ -69,6 +76,19 @@ stage_tidy() {
     quietly cmake --preset clang
     # shellcheck disable=SC2016,SC2086
     quietly sh -c 'printf "%s\n" "$@" | xargs -P "$(nproc)" -n 1 clang-tidy -quiet -p build/clang' sh $sources
+}
+
+need_pages() {
+    need_presets clang
+    need libxml2-utils xmllint --version
+    need mandoc sh -c 'command -v mandoc'
+    need zsh zsh --version
+}
+stage_pages() {
+    build clang
+    quietly sh tools/checkSchema.sh build/clang
+    quietly sh tools/checkManual.sh
+    quietly zsh tools/checkCompletion.zsh
 }
 
 need_valgrind() {

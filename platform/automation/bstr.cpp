@@ -1,10 +1,10 @@
-#include "platform/automation/bstr.h"
+#include "automation/bstr.h"
 
 #include <new>
 
 namespace {
 
-// Ends with the length, so that the units are as well aligned as the block.
+// The size of the block before the units. It ends with the length and keeps the alignment of the block.
 constexpr std::size_t headSize = 8;
 
 std::size_t blockSize(UINT byteLength) { return headSize + byteLength + sizeof(OLECHAR); }
@@ -14,7 +14,7 @@ std::size_t blockSize(UINT byteLength) { return headSize + byteLength + sizeof(O
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length) {
     const UINT byteLength = length * static_cast<UINT>(sizeof(OLECHAR));
     if (byteLength / sizeof(OLECHAR) != length) throw std::bad_alloc();
-    auto* block = static_cast<char*>(takeMemory(blockSize(byteLength)));
+    auto* block = static_cast<char*>(memory::allocate(blockSize(byteLength)));
     std::memcpy(block + headSize - sizeof byteLength, &byteLength, sizeof byteLength);
     auto* units = reinterpret_cast<BSTR>(block + headSize);
     if (text != nullptr) std::memcpy(units, text, byteLength);
@@ -24,7 +24,7 @@ BSTR SysAllocStringLen(const OLECHAR* text, UINT length) {
 
 void SysFreeString(BSTR text) {
     if (text == nullptr) return;
-    giveMemory(reinterpret_cast<char*>(text) - headSize, blockSize(SysStringByteLen(text)));
+    memory::free(reinterpret_cast<char*>(text) - headSize, blockSize(SysStringByteLen(text)));
 }
 
 UINT SysStringLen(BSTR text) { return static_cast<UINT>(view(text).size()); }

@@ -1,4 +1,4 @@
-#include "platform/automation/safearray.h"
+#include "automation/safearray.h"
 
 #include <cstdint>
 #include <cstring>
@@ -7,13 +7,13 @@
 
 namespace {
 
-// Header, bounds and elements are one block; a VARIANT needs the strictest alignment of the three.
+// Header, bounds and elements are one block. A VARIANT has the strictest alignment of the three.
 constexpr std::size_t headSize(UINT dimensions) {
     const std::size_t size = sizeof(SAFEARRAY) + dimensions * sizeof(SAFEARRAYBOUND);
     return (size + alignof(VARIANT) - 1) / alignof(VARIANT) * alignof(VARIANT);
 }
 
-/// In bytes.
+/// The largest size of all elements, in bytes.
 constexpr std::uint64_t largestSize =
     sizeof(VARIANT) * std::uint64_t{std::numeric_limits<std::int32_t>::max()};
 
@@ -39,7 +39,7 @@ SAFEARRAY* SafeArrayCreate(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* 
         dataSize *= bounds[i].cElements;
     }
 
-    auto* block = static_cast<char*>(takeMemory(headSize(dimensions) + dataSize));
+    auto* block = static_cast<char*>(memory::allocate(headSize(dimensions) + dataSize));
     auto* array = new (block) SAFEARRAY{};
     array->cDims = static_cast<WORD>(dimensions);
     array->vt = type;
@@ -56,9 +56,9 @@ HRESULT SafeArrayDestroy(SAFEARRAY* array) {
     const std::size_t count = elementCount(*array);
     if (array->vt == VT_VARIANT) {
         auto* elements = static_cast<VARIANT*>(array->pvData);
-        for (std::size_t i = 0; i < count; ++i) VariantClear(&elements[i]);
+        for (std::size_t i = 0; i < count; ++i) (void)VariantClear(&elements[i]);
     }
-    giveMemory(array, headSize(array->cDims) + count * array->cbElements);
+    memory::free(array, headSize(array->cDims) + count * array->cbElements);
     return S_OK;
 }
 
@@ -74,7 +74,7 @@ HRESULT SafeArrayCopy(const SAFEARRAY* array, SAFEARRAY** copy) {
             const HRESULT status = VariantCopy(static_cast<VARIANT*>(made->pvData) + i,
                                                static_cast<const VARIANT*>(array->pvData) + i);
             if (status < 0) {
-                SafeArrayDestroy(made);
+                (void)SafeArrayDestroy(made);
                 return status;
             }
         }

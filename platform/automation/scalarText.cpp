@@ -1,4 +1,4 @@
-#include "platform/automation/scalarText.h"
+#include "automation/scalarText.h"
 
 #include <array>
 #include <bit>
@@ -16,10 +16,10 @@ constexpr std::int64_t secondsOfDay = 86400;
 __extension__ using Wide = unsigned __int128;
 constexpr Wide largestDecimal = (Wide{1} << 96) - 1;
 
-/// A text under construction in a buffer that is large enough.
-class Writer {
+/// Formats a text into a buffer that is large enough.
+class TextWriter {
 public:
-    explicit Writer(char* buffer) : begin_(buffer), end_(buffer) {}
+    explicit TextWriter(char* buffer) : begin_(buffer), end_(buffer) {}
 
     void put(char c) { *end_++ = c; }
     template <class Number> void number(Number value) {
@@ -36,8 +36,8 @@ private:
     char* end_;
 };
 
-/// Writes `digits` with a decimal point ahead of the last `scale` of them, and at least one digit before it.
-void writeFraction(Writer& out, bool negative, Wide digits, int scale) {
+/// Formats `digits` with a decimal point before the last `scale` of them, and at least one digit before it.
+void formatFraction(TextWriter& out, bool negative, Wide digits, int scale) {
     std::array<char, 40> reversed{};
     int count = 0;
     while (digits != 0 || count <= scale) {
@@ -57,9 +57,9 @@ struct Fraction {
     int scale = 0;
 };
 
-/// Reads what writeFraction writes. DISP_E_OVERFLOW for more than 96 bits or than `scaleLimit` digits behind
-/// the point.
-HRESULT readFraction(std::string_view text, int scaleLimit, Fraction& fraction) {
+/// Parses the text that formatFraction makes. DISP_E_OVERFLOW for more than 96 bits or more than `scaleLimit`
+/// digits after the point.
+HRESULT parseFraction(std::string_view text, int scaleLimit, Fraction& fraction) {
     fraction.negative = text.starts_with('-');
     if (fraction.negative) text.remove_prefix(1);
     const std::size_t point = text.find('.');
@@ -77,18 +77,18 @@ HRESULT readFraction(std::string_view text, int scaleLimit, Fraction& fraction) 
     return S_OK;
 }
 
-void writeCurrency(Writer& out, CY money) {
+void formatCurrency(TextWriter& out, CY money) {
     const auto bits = static_cast<std::uint64_t>(money.int64);
     const bool negative = money.int64 < 0;
     Wide digits = negative ? Wide{0 - bits} : Wide{bits};
     int scale = currencyDigits;
     for (; scale > 0 && digits % 10 == 0; --scale) digits /= 10;
-    writeFraction(out, negative, digits, scale);
+    formatFraction(out, negative, digits, scale);
 }
 
-HRESULT readCurrency(std::string_view text, CY& money) {
+HRESULT parseCurrency(std::string_view text, CY& money) {
     Fraction fraction;
-    if (HRESULT status = readFraction(text, currencyDigits, fraction); status < 0) return status;
+    if (HRESULT status = parseFraction(text, currencyDigits, fraction); status < 0) return status;
     for (int i = fraction.scale; i < currencyDigits; ++i) fraction.digits *= 10;
     const Wide limit = Wide{std::numeric_limits<std::int64_t>::max()} + (fraction.negative ? 1 : 0);
     if (fraction.digits > limit) return DISP_E_OVERFLOW;
@@ -97,14 +97,14 @@ HRESULT readCurrency(std::string_view text, CY& money) {
     return S_OK;
 }
 
-void writeDecimal(Writer& out, const DECIMAL& number) {
+void formatDecimal(TextWriter& out, const DECIMAL& number) {
     if (number.scale > largestScale || (number.sign != 0 && number.sign != DECIMAL_NEG)) return;
-    writeFraction(out, number.sign == DECIMAL_NEG, Wide{number.Hi32} << 64 | number.Lo64, number.scale);
+    formatFraction(out, number.sign == DECIMAL_NEG, Wide{number.Hi32} << 64 | number.Lo64, number.scale);
 }
 
-HRESULT readDecimal(std::string_view text, VARIANT& value) {
+HRESULT parseDecimal(std::string_view text, VARIANT& value) {
     Fraction fraction;
-    if (HRESULT status = readFraction(text, largestScale, fraction); status < 0) return status;
+    if (HRESULT status = parseFraction(text, largestScale, fraction); status < 0) return status;
     DECIMAL number{};
     number.scale = static_cast<BYTE>(fraction.scale);
     number.sign = fraction.negative ? DECIMAL_NEG : BYTE{0};
@@ -157,7 +157,7 @@ DATE dateOf(std::int64_t day, std::int64_t second) {
 
 constexpr std::string_view datePattern = "0000-00-00T00:00:00";
 
-void writeDate(Writer& out, DATE date) {
+void formatDate(TextWriter& out, DATE date) {
     if (date > static_cast<double>(firstDay - 1) && date < static_cast<double>(lastDay + 1)) {
         const double whole = std::trunc(date);
         const auto day = static_cast<std::int64_t>(whole);
@@ -182,12 +182,13 @@ void writeDate(Writer& out, DATE date) {
     out.number(date);
 }
 
-template <class Number> HRESULT readNumber(std::string_view text, Number& number) {
+template <class Number> HRESULT parseNumber(std::string_view text, Number& number) {
     const char* end = text.data() + text.size();
     Number parsed{};
     const auto [stop, error] = std::from_chars(text.data(), end, parsed);
     if (error == std::errc::invalid_argument || stop != end) {
-        // An unsigned number has no sign to read: a negative one is out of its range, not a riddle.
+        // from_chars takes no sign for an unsigned type: a negative number is out of range, other text is no
+        // number.
         std::int64_t negative = 0;
         const bool isNegative = std::is_unsigned_v<Number> && text.starts_with('-') &&
                                 std::from_chars(text.data(), end, negative).ptr == end && text.size() > 1;
@@ -198,8 +199,8 @@ template <class Number> HRESULT readNumber(std::string_view text, Number& number
     return S_OK;
 }
 
-HRESULT readDate(std::string_view text, DATE& date) {
-    if (text.size() != datePattern.size() || text[4] != '-') return readNumber(text, date);
+HRESULT parseDate(std::string_view text, DATE& date) {
+    if (text.size() != datePattern.size() || text[4] != '-') return parseNumber(text, date);
     for (std::size_t i = 0; i < text.size(); ++i) {
         const bool digit = text[i] >= '0' && text[i] <= '9';
         if (datePattern[i] == '0' ? !digit : text[i] != datePattern[i]) return DISP_E_TYPEMISMATCH;
@@ -221,13 +222,13 @@ HRESULT readDate(std::string_view text, DATE& date) {
     return S_OK;
 }
 
-HRESULT readBool(std::string_view text, VARIANT_BOOL& truth) {
+HRESULT parseBool(std::string_view text, VARIANT_BOOL& truth) {
     if (text != "true" && text != "false") return DISP_E_TYPEMISMATCH;
     truth = text == "true" ? VARIANT_TRUE : VARIANT_FALSE;
     return S_OK;
 }
 
-/// Calls `use` with the member of `value` that holds a number of `type`; false if the type is no such number.
+/// Calls `use` with the member of `value` that holds a number of `type`; false if the type isn't a number.
 template <class Value, class Use> bool withNumber(Value& value, VARTYPE type, Use use) {
     switch (type) {
     case VT_I1: use(value.cVal); return true;
@@ -256,26 +257,26 @@ bool isScalar(VARTYPE type) {
            withNumber(probe, type, [](auto) {});
 }
 
-std::string_view scalarToText(const VARIANT& value, char* buffer) {
-    Writer out(buffer);
+std::string_view formatScalar(const VARIANT& value, char* buffer) {
+    TextWriter out(buffer);
     if (withNumber(value, value.vt, [&out](auto number) { out.number(number); })) return out.text();
     if (value.vt == VT_BOOL) return value.boolVal != VARIANT_FALSE ? "true" : "false";
-    if (value.vt == VT_CY) writeCurrency(out, value.cyVal);
-    if (value.vt == VT_DATE) writeDate(out, value.date);
-    if (value.vt == VT_DECIMAL) writeDecimal(out, decimalOf(value));
+    if (value.vt == VT_CY) formatCurrency(out, value.cyVal);
+    if (value.vt == VT_DATE) formatDate(out, value.date);
+    if (value.vt == VT_DECIMAL) formatDecimal(out, decimalOf(value));
     return out.text();
 }
 
-HRESULT scalarFromText(std::string_view text, VARTYPE type, VARIANT& value) {
+HRESULT parseScalar(std::string_view text, VARTYPE type, VARIANT& value) {
     VARIANT made{};
     made.vt = type;
     HRESULT status = DISP_E_TYPEMISMATCH;
-    const auto read = [&](auto& number) { status = readNumber(text, number); };
+    const auto read = [&](auto& number) { status = parseNumber(text, number); };
     if (!withNumber(made, type, read)) {
-        if (type == VT_BOOL) status = readBool(text, made.boolVal);
-        if (type == VT_CY) status = readCurrency(text, made.cyVal);
-        if (type == VT_DATE) status = readDate(text, made.date);
-        if (type == VT_DECIMAL) status = readDecimal(text, made);
+        if (type == VT_BOOL) status = parseBool(text, made.boolVal);
+        if (type == VT_CY) status = parseCurrency(text, made.cyVal);
+        if (type == VT_DATE) status = parseDate(text, made.date);
+        if (type == VT_DECIMAL) status = parseDecimal(text, made);
     }
     if (status == S_OK) value = made;
     return status;

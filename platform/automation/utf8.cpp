@@ -1,6 +1,7 @@
-#include "platform/automation/utf8.h"
+#include "automation/utf8.h"
 
-#include <algorithm>
+#include "com/characters.h"
+
 #include <cstring>
 
 namespace utf8 {
@@ -48,7 +49,7 @@ bool read(const char*& at, const char* end, char32_t& character) {
 
 namespace {
 
-/// Whether no byte of a text has its highest bit, eight bytes at a time.
+/// Whether all bytes are below 0x80; looks at eight bytes at a time.
 bool isAscii(std::string_view text) {
     std::uint64_t bits = 0;
     std::size_t at = 0;
@@ -59,11 +60,6 @@ bool isAscii(std::string_view text) {
     }
     for (; at < text.size(); ++at) bits |= static_cast<unsigned char>(text[at]);
     return (bits & 0x8080808080808080) == 0;
-}
-
-char16_t* widen(std::string_view ascii, char16_t* out) {
-    return std::transform(ascii.begin(), ascii.end(), out,
-                          [](char c) { return static_cast<unsigned char>(c); });
 }
 
 } // namespace

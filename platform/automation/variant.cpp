@@ -1,6 +1,6 @@
-#include "platform/automation/variant.h"
+#include "automation/variant.h"
 
-#include "platform/automation/safearray.h"
+#include "automation/safearray.h"
 
 #include <bit>
 
@@ -19,7 +19,7 @@ HRESULT VariantClear(VARIANT* value) {
     if ((value->vt & (VT_VECTOR | VT_RESERVED)) != 0) return DISP_E_BADVARTYPE;
     if ((value->vt & VT_BYREF) == 0) {
         if ((value->vt & VT_ARRAY) != 0) {
-            SafeArrayDestroy(value->parray);
+            (void)SafeArrayDestroy(value->parray);
         } else if (value->vt == VT_BSTR) {
             SysFreeString(value->bstrVal);
         } else if ((value->vt == VT_DISPATCH || value->vt == VT_UNKNOWN) && value->punkVal != nullptr) {
@@ -43,7 +43,7 @@ HRESULT VariantCopy(VARIANT* target, const VARIANT* source) {
             source->punkVal->AddRef();
         }
     }
-    VariantClear(target);
+    (void)VariantClear(target);
     *target = copy;
     return S_OK;
 }

@@ -1,4 +1,5 @@
-#include "platform/automation/scalarText.h"
+#include "automation/scalarText.h"
+#include "com/characters.h"
 
 #include <optional>
 #include <string>
@@ -8,35 +9,35 @@ namespace {
 bool isReference(VARTYPE type) { return type == VT_DISPATCH || type == VT_UNKNOWN; }
 bool isNothing(VARTYPE type) { return type == VT_EMPTY || type == VT_NULL; }
 
-/// Says whether a VARIANT can have the type at all.
+/// Whether a VARIANT can have the type.
 bool isType(VARTYPE type) {
     if (type == VT_BSTR) return true;
     if ((type & VT_ARRAY) != 0) return (type & ~VT_ARRAY) == VT_VARIANT || (type & ~VT_ARRAY) == VT_UI1;
     return isNothing(type) || isReference(type) || isScalar(type);
 }
 
-/// The string of an ASCII text.
+/// A VT_BSTR of an ASCII text.
 Variant stringOf(std::string_view ascii) {
     Bstr text = Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(ascii.size())));
-    for (std::size_t i = 0; i < ascii.size(); ++i) text.get()[i] = static_cast<unsigned char>(ascii[i]);
+    widen(ascii, text);
     return Variant::ofString(std::move(text));
 }
 
-HRESULT toString(const VARIANT& value, Variant& result) {
+HRESULT formatString(const VARIANT& value, Variant& result) {
     if (isNothing(value.vt)) {
         result = stringOf("");
         return S_OK;
     }
     if (!isScalar(value.vt)) return DISP_E_TYPEMISMATCH;
     char buffer[scalarTextSize];
-    const std::string_view text = scalarToText(value, buffer);
+    const std::string_view text = formatScalar(value, buffer);
     if (text.empty()) return DISP_E_BADVARTYPE;
     result = stringOf(text);
     return S_OK;
 }
 
-/// The text without the white space around it, as bytes; a unit that no scalar's text has becomes a question
-/// mark.
+/// The text without the white space around it, as bytes. A unit beyond ASCII, which is in no scalar's text,
+/// becomes a question mark.
 std::string trimmedAscii(std::u16string_view text) {
     constexpr std::u16string_view blanks = u" \t\r\n";
     const std::size_t first = text.find_first_not_of(blanks);
@@ -48,21 +49,21 @@ std::string trimmedAscii(std::u16string_view text) {
     return ascii;
 }
 
-HRESULT fromString(std::u16string_view text, VARTYPE type, Variant& result) {
+HRESULT parseString(std::u16string_view text, VARTYPE type, Variant& result) {
     VARIANT value{};
     if (isNothing(type)) {
         if (!text.empty()) return DISP_E_TYPEMISMATCH;
         value.vt = type;
     } else if (!isScalar(type)) {
         return DISP_E_TYPEMISMATCH;
-    } else if (HRESULT status = scalarFromText(trimmedAscii(text), type, value); status < 0) {
+    } else if (HRESULT status = parseScalar(trimmedAscii(text), type, value); status < 0) {
         return status;
     }
     result = Variant::adopt(value);
     return S_OK;
 }
 
-/// Whether a number is other than zero; nothing for what is no number.
+/// Whether a number differs from zero; std::nullopt for a value that isn't a number.
 std::optional<bool> truthOf(const VARIANT& value) {
     switch (value.vt) {
     case VT_I1:
@@ -96,9 +97,9 @@ HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, WORD flags, VA
     Variant result;
     HRESULT status = DISP_E_TYPEMISMATCH;
     if (type == VT_BSTR) {
-        status = toString(*source, result);
+        status = formatString(*source, result);
     } else if (source->vt == VT_BSTR) {
-        status = fromString(view(source->bstrVal), type, result);
+        status = parseString(view(source->bstrVal), type, result);
     } else if (type == VT_BOOL) {
         if (const std::optional<bool> truth = truthOf(*source)) {
             result = Variant::ofBool(*truth);
@@ -106,7 +107,7 @@ HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, WORD flags, VA
         }
     }
     if (status < 0) return status;
-    VariantClear(target);
+    (void)VariantClear(target);
     *target = result.detach();
     return S_OK;
 }

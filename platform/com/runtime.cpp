@@ -1,4 +1,4 @@
-#include "platform/com/runtime.h"
+#include "com/runtime.h"
 
 #include <vector>
 
@@ -9,7 +9,8 @@ struct RegisteredClass {
     ComPtr<IUnknown> classObject;
 };
 
-unsigned joined = 0;
+/// Calls of CoInitializeEx without their CoUninitialize.
+unsigned joinCount = 0;
 
 std::vector<RegisteredClass>& classes() {
     static std::vector<RegisteredClass> registry;
@@ -23,16 +24,16 @@ std::vector<void (*)()>& callbacks() {
 
 } // namespace
 
-HRESULT CoInitializeEx(void*, DWORD) { return joined++ == 0 ? S_OK : S_FALSE; }
+HRESULT CoInitializeEx(void*, DWORD) { return joinCount++ == 0 ? S_OK : S_FALSE; }
 
 void CoUninitialize() {
-    if (joined == 0 || --joined > 0) return;
+    if (joinCount == 0 || --joinCount > 0) return;
     for (auto* callback : callbacks()) callback();
 }
 
 HRESULT CoGetClassObject(const CLSID& classId, DWORD, void*, const IID& wanted, void** out) {
     *out = nullptr;
-    if (joined == 0) return CO_E_NOTINITIALIZED;
+    if (joinCount == 0) return CO_E_NOTINITIALIZED;
     for (const RegisteredClass& entry : classes()) {
         if (entry.classId == classId) return entry.classObject->QueryInterface(wanted, out);
     }

@@ -1,4 +1,6 @@
-#include "platform/com/text.h"
+#include "com/text.h"
+
+#include "com/characters.h"
 
 #include <algorithm>
 #include <cstring>
@@ -35,21 +37,22 @@ constexpr StatusText statusTexts[] = {
     {E_ADS_PROPERTY_NOT_FOUND, "The directory property cannot be found"},
     {E_ADS_OBJECT_EXISTS, "The directory object exists"},
     {E_ADS_SCHEMA_VIOLATION, "The attempted action violates the directory schema"},
-    {STATUS_FILE_NOT_FOUND, "The system cannot find the file specified."},
-    {STATUS_INVALID_DATA, "The data is invalid."},
-    {STATUS_WRITE_FAULT, "The system cannot write to the specified device."},
-    {STATUS_READ_FAULT, "The system cannot read from the specified device."},
-    {STATUS_LOCK_VIOLATION, "The file is locked by another process."},
-    {STATUS_DISK_FULL, "There is not enough space on the disk."},
-    {STATUS_FILE_TOO_LARGE, "The file size exceeds the limit allowed."},
-    {STATUS_FILE_ALTERED, "The file has been altered since it was opened."},
+    {HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), "The system cannot find the file specified."},
+    {HRESULT_FROM_WIN32(ERROR_INVALID_DATA), "The data is invalid."},
+    {HRESULT_FROM_WIN32(ERROR_WRITE_FAULT), "The system cannot write to the specified device."},
+    {HRESULT_FROM_WIN32(ERROR_READ_FAULT), "The system cannot read from the specified device."},
+    {HRESULT_FROM_WIN32(ERROR_LOCK_VIOLATION), "The file is locked by another process."},
+    {HRESULT_FROM_WIN32(ERROR_DISK_FULL), "There is not enough space on the disk."},
+    {HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE), "The file size exceeds the limit allowed."},
+    {HRESULT_FROM_WIN32(ERROR_FILE_INVALID), "The file has been altered since it was opened."},
 };
 
+/// Set by setStatusDetail; the status has a text of its own while that isn't empty.
 HRESULT detailStatus = S_OK;
-std::string detail;
+std::string detailText;
 
-std::string_view textOf(HRESULT status) {
-    if (status == detailStatus && !detail.empty()) return detail;
+std::string_view textOfStatus(HRESULT status) {
+    if (status == detailStatus && !detailText.empty()) return detailText;
     const auto* found = std::ranges::find(statusTexts, status, &StatusText::status);
     return found == std::end(statusTexts) ? std::string_view() : found->text;
 }
@@ -59,7 +62,7 @@ std::string_view textOf(HRESULT status) {
 DWORD FormatMessageA(DWORD flags, const void*, DWORD status, DWORD, char** buffer, DWORD, void*) {
     constexpr std::string_view lineEnd = "\r\n";
     *buffer = nullptr;
-    const std::string_view text = textOf(static_cast<HRESULT>(status));
+    const std::string_view text = textOfStatus(static_cast<HRESULT>(status));
     if (flags != (FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM) || text.empty()) return 0;
 
     const std::size_t length = text.size() + lineEnd.size();
@@ -80,13 +83,13 @@ int MultiByteToWideChar(UINT codePage, DWORD, const char* bytes, int length, OLE
     const std::size_t count = length < 0 ? std::strlen(bytes) + 1 : static_cast<std::size_t>(length);
     if (wideLength == 0) return static_cast<int>(count);
     if (count > static_cast<std::size_t>(wideLength)) return 0;
-    for (std::size_t i = 0; i < count; ++i) wide[i] = static_cast<unsigned char>(bytes[i]);
+    widen({bytes, count}, wide);
     return static_cast<int>(count);
 }
 
 void setStatusDetail(HRESULT status, std::string_view text) {
-    const auto isControl = [](unsigned char c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); };
     detailStatus = status;
-    detail = text;
-    std::ranges::replace_if(detail, isControl, '?');
+    detailText = text;
+    std::ranges::replace_if(
+        detailText, [](unsigned char c) { return isControl(c); }, '?');
 }

@@ -1,11 +1,16 @@
-// The provider of the paths IIS://localhost and below.
+// The provider of the paths IIS://localhost and below: a metabase in a file.
 #pragma once
 
-#include "platform/metabase/adsi.h"
+#include "directory/adsi.h"
 
-/// Registers the provider, its class of MIME map entries, and what it does when the runtime is left. The
-/// metabase is opened when the first object is bound.
-void registerMetabaseProvider();
+namespace metabase {
 
-/// The provider, for whoever stands in front of it.
-ComPtr<IADsProvider> metabaseProvider();
+/// Registers the provider and its class of MIME map entries, and brings the file into canonical form when the
+/// runtime is left for the last time. The metabase is opened when the first object is bound, and reserved for
+/// the rest of the process: no File opens it.
+void registerIisProvider();
+
+/// The provider itself, for a provider that is registered in its place and calls it.
+ComPtr<IADsProvider> iisProvider();
+
+} // namespace metabase

@@ -1,17 +1,21 @@
-#include "platform/metabase/records.h"
-#include "platform/metabase/valueText.h"
+#include "lexer.h"
+#include "records.h"
+#include "valueSyntax.h"
 
 #include <limits>
 
+namespace metabase {
+
 namespace {
 
-/// Reads the lines of a metabase file one after the other into a tree.
+/// Parses the lines of a metabase file one after the other into a tree.
 class RecordReader {
 public:
-    explicit RecordReader(MetabaseTree& tree) : tree_(tree) {}
+    explicit RecordReader(ObjectTree& tree) : tree_(tree) {}
 
-    /// Takes a line without its line end.
+    /// Parses a line without its line end; false, with error() set, if that fails.
     bool record(std::string_view line);
+    /// Whether the version line is still to come.
     bool isHead() const { return !versionSeen_; }
     std::string& error() { return error_; }
 
@@ -20,148 +24,138 @@ private:
         error_ = message;
         return false;
     }
-    /// Passes on what the line reader has to say.
-    bool failLine() { return fail(line_.error()); }
+    /// Fails with the error of the lexer.
+    bool failLexer() { return fail(lexer_.error()); }
 
     bool headLine(std::string_view line);
     bool property();
     bool propertyName(PropertyId& property);
-    bool expectedProperty(PropertyId& property);
-    bool namedProperty(PropertyId& property);
-    bool propertyValue(PropertyId property, std::string_view& text);
+    bool valueText(ValueForm form, std::string_view& text);
+    bool propertyAndValue(PropertyId& property, std::string_view& text);
     bool propertyList(std::vector<PropertyId>& list);
     bool classRecord();
     bool className(const ClassDefinition*& definition);
-    bool above();
-    bool object();
-    bool addObject(Node*& node);
-    bool existing(Node*& node);
+    bool aboveRecord();
+    bool addObject(ObjectNode*& node);
+    bool existingObject(ObjectNode*& node);
     bool value();
     bool change();
-    bool oneOf(std::string_view yes, std::string_view no, bool& answer);
+    bool oneOf(std::string_view yes, std::string_view no, bool& isYes);
 
-    MetabaseTree& tree_;
-    LineReader line_;
-    Node* current_ = nullptr;
-    PropertyId lastProperty_ = 0;
-    /// For each property the one that followed it last. Objects of a class have theirs in one order.
-    std::vector<PropertyId> followers_;
+    ObjectTree& tree_;
+    Lexer lexer_;
+    /// The object that value lines belong to; null if there is none.
+    ObjectNode* current_ = nullptr;
     bool versionSeen_ = false;
     std::string error_;
 };
 
 bool RecordReader::record(std::string_view line) {
     if (line.size() > std::numeric_limits<std::uint32_t>::max()) return fail("a line too long");
-    line_.start(line);
+    lexer_.start(line);
     if (!versionSeen_) return headLine(line);
-    if (line_.atEnd()) return true;
-    line_.start(line);
+    if (lexer_.atEnd()) return true;
+    lexer_.start(line);
 
     const char first = line.front();
-    bool understood = false;
+    bool parsed = false;
     if (first == ' ' || first == '\t') {
-        understood = value();
+        parsed = value();
     } else if (first == '+') {
         current_ = nullptr;
-        understood = change();
+        parsed = change();
     } else if (first == '#') {
         return fail("a comment can stand only at the head of the file");
     } else {
-        const std::string_view kind = line_.word();
+        const std::string_view kind = lexer_.word();
         if (kind == "object") {
-            understood = object();
+            parsed = addObject(current_);
         } else if (kind == "property") {
-            understood = property();
+            parsed = property();
         } else if (kind == "class") {
-            understood = classRecord();
+            parsed = classRecord();
         } else if (kind == "above") {
-            understood = above();
+            parsed = aboveRecord();
         } else {
             return fail(
                 "expected a property, a class, above, an object, a value behind a blank, or a change");
         }
     }
-    return understood && (line_.atEnd() || fail("more text than the line can have"));
+    return parsed && (lexer_.atEnd() || fail("more text than the line can have"));
 }
 
 bool RecordReader::headLine(std::string_view line) {
-    if (line_.atEnd() || line.front() == '#') return true;
+    if (lexer_.atEnd() || line.front() == '#') return true;
     if (line.starts_with("\xEF\xBB\xBF")) return fail("a byte order mark, which the file can't begin with");
-    versionSeen_ = line_.word() == "metabase" && line_.word() == "1" && line_.atEnd();
+    versionSeen_ = lexer_.word() == "metabase" && lexer_.word() == "1" && lexer_.atEnd();
     return versionSeen_ || fail("expected the version line \"metabase 1\"");
 }
 
-bool RecordReader::oneOf(std::string_view yes, std::string_view no, bool& answer) {
-    const std::string_view word = line_.word();
-    answer = word == yes;
-    return answer || word == no || fail("expected " + std::string(yes) + " or " + std::string(no));
+/// Parses one of two words.
+bool RecordReader::oneOf(std::string_view yes, std::string_view no, bool& isYes) {
+    const std::string_view word = lexer_.word();
+    isYes = word == yes;
+    return isYes || word == no || fail("expected " + std::string(yes) + " or " + std::string(no));
 }
 
 bool RecordReader::property() {
     PropertyDefinition definition;
     std::u16string_view read;
-    if (!line_.name(read)) return failLine();
+    if (!lexer_.name(read)) return failLexer();
     if (read.empty()) return fail("a property without a name");
     const std::u16string name(read);
+    std::string nameText;
+    formatName(nameText, name);
     definition.name = name;
-    definition.typeWord = line_.word();
-    if (!findForm(definition.typeWord, definition.form)) return fail("expected the type of a property");
+    definition.nameText = tree_.keepText(std::move(nameText));
+    definition.typeWord = lexer_.word();
+    const std::optional<ValueForm> form = formOfType(definition.typeWord);
+    if (!form) return fail("expected the type of a property");
+    definition.form = *form;
     if (!oneOf("single", "list", definition.single)) return false;
     if (!oneOf("inheritable", "local", definition.inheritable)) return false;
-    const char* begin = line_.rest().data();
-    if (!line_.value(definition.form, nullptr)) return failLine();
-    definition.defaultText = {begin, static_cast<std::size_t>(line_.place() - begin)};
+    if (!valueText(definition.form, definition.defaultText)) return false;
     return tree_.addProperty(definition) || fail("a property that is defined already");
 }
 
-/// Takes the name of the property that is expected to come; leaves the line alone if it doesn't.
-bool RecordReader::expectedProperty(PropertyId& property) {
-    if (tree_.properties().empty()) return false;
-    followers_.resize(tree_.properties().size());
-    property = followers_[lastProperty_];
-    return line_.optionalWord(tree_.properties()[property].nameText);
-}
-
 bool RecordReader::propertyName(PropertyId& property) {
-    if (!expectedProperty(property)) {
-        if (!namedProperty(property)) return false;
-        followers_[lastProperty_] = property;
-    }
-    lastProperty_ = property;
-    return true;
-}
-
-bool RecordReader::namedProperty(PropertyId& property) {
     std::u16string_view name;
-    if (!line_.name(name)) return failLine();
+    if (!lexer_.name(name)) return failLexer();
     const std::optional<PropertyId> found = tree_.findProperty(name);
     if (!found) return fail("a property that isn't defined");
     property = *found;
     return true;
 }
 
-bool RecordReader::propertyValue(PropertyId property, std::string_view& text) {
-    const char* begin = line_.rest().data();
-    if (!line_.value(tree_.properties()[property].form, nullptr)) return failLine();
-    text = {begin, static_cast<std::size_t>(line_.place() - begin)};
+bool RecordReader::valueText(ValueForm form, std::string_view& text) {
+    const char* const start = lexer_.tokenStart();
+    if (!checkValue(lexer_, form)) return failLexer();
+    text = lexer_.textSince(start);
     return true;
 }
 
+bool RecordReader::propertyAndValue(PropertyId& property, std::string_view& text) {
+    return propertyName(property) && valueText(tree_.properties()[property].form, text);
+}
+
 bool RecordReader::propertyList(std::vector<PropertyId>& list) {
-    if (!line_.symbol('(')) return failLine();
-    if (line_.optional(')')) return true;
+    if (!lexer_.symbol('(')) return failLexer();
+    if (lexer_.optionalSymbol(')')) return true;
     do {
         if (!propertyName(list.emplace_back())) return false;
-    } while (line_.optional(','));
-    return line_.symbol(')') || failLine();
+    } while (lexer_.optionalSymbol(','));
+    return lexer_.symbol(')') || failLexer();
 }
 
 bool RecordReader::classRecord() {
     ClassDefinition definition;
     std::u16string_view name;
-    if (!line_.name(name)) return failLine();
+    if (!lexer_.name(name)) return failLexer();
     if (!isAddressable(name)) return fail("this can't be the name of a class");
     definition.name = name;
+    std::string keyTypeText;
+    formatString(keyTypeText, name);
+    definition.keyTypeText = tree_.keepText(std::move(keyTypeText));
     if (!oneOf("container", "leaf", definition.container)) return false;
     if (!oneOf("deleteops", "nodeleteops", definition.deleteOps)) return false;
     if (!propertyList(definition.mandatory) || !propertyList(definition.optional)) return false;
@@ -170,42 +164,41 @@ bool RecordReader::classRecord() {
 
 bool RecordReader::className(const ClassDefinition*& definition) {
     std::u16string_view name;
-    if (!line_.name(name)) return failLine();
+    if (!lexer_.name(name)) return failLexer();
     definition = tree_.findClass(name);
     return definition != nullptr || fail("a class that isn't defined");
 }
 
-bool RecordReader::above() {
+bool RecordReader::aboveRecord() {
     if (tree_.root() != nullptr) return fail("above stands ahead of the objects");
-    current_ = &tree_.above();
+    current_ = &tree_.aboveRoot();
     return true;
 }
 
-bool RecordReader::object() { return addObject(current_); }
-
-/// The rest of a line that adds an object: its path and its class.
-bool RecordReader::addObject(Node*& node) {
+/// Parses the rest of a line that adds an object: its path and its class.
+bool RecordReader::addObject(ObjectNode*& node) {
     std::u16string_view text;
-    if (!line_.string(text)) return failLine();
+    if (!lexer_.string(text)) return failLexer();
     const std::u16string path(text);
     const ClassDefinition* definition = nullptr;
     if (!className(definition)) return false;
 
     const std::size_t slash = path.rfind(u'/');
     const bool topmost = slash == std::u16string::npos;
-    Node* parent = topmost ? &tree_.above() : tree_.find(std::u16string_view(path).substr(0, slash));
+    ObjectNode* parent =
+        topmost ? &tree_.aboveRoot() : tree_.findObject(std::u16string_view(path).substr(0, slash));
     if (parent == nullptr) return fail("an object whose parent doesn't stand ahead of it");
     const std::u16string name = topmost ? path : path.substr(slash + 1);
-    if (const std::string_view refusal = tree_.refusalOf(*parent, name); !refusal.empty())
-        return fail(refusal);
-    node = &tree_.add(*parent, name, *definition);
+    if (const std::string_view reason = tree_.whyNotAddable(*parent, name); !reason.empty())
+        return fail(reason);
+    node = &tree_.addObject(*parent, name, *definition);
     return true;
 }
 
-bool RecordReader::existing(Node*& node) {
+bool RecordReader::existingObject(ObjectNode*& node) {
     std::u16string_view path;
-    if (!line_.string(path)) return failLine();
-    node = tree_.find(path);
+    if (!lexer_.string(path)) return failLexer();
+    node = tree_.findObject(path);
     return node != nullptr || fail("an object that doesn't exist");
 }
 
@@ -213,38 +206,38 @@ bool RecordReader::value() {
     if (current_ == nullptr) return fail("a value without an object");
     PropertyId property = 0;
     std::string_view text;
-    if (!propertyName(property) || !propertyValue(property, text)) return false;
-    return MetabaseTree::setValue(*current_, property, text) || fail("a second value for the property");
+    if (!propertyAndValue(property, text)) return false;
+    return ObjectTree::setValue(*current_, property, text) || fail("a second value for the property");
 }
 
 bool RecordReader::change() {
-    const std::string_view kind = line_.word();
-    Node* node = nullptr;
+    const std::string_view kind = lexer_.word();
+    ObjectNode* node = nullptr;
     if (kind == "+create") {
         if (!addObject(node)) return false;
         tree_.setKeyType(*node);
         return true;
     }
     if (kind == "+delete") {
-        if (!existing(node)) return false;
+        if (!existingObject(node)) return false;
         if (node == tree_.root()) return fail("the topmost object can't be deleted");
-        MetabaseTree::remove(*node);
+        ObjectTree::remove(*node);
         return true;
     }
     if (kind != "+set") return fail("expected +set, +create or +delete");
-    if (!existing(node)) return false;
+    if (!existingObject(node)) return false;
     do {
         PropertyId property = 0;
         std::string_view text;
-        if (!propertyName(property) || !propertyValue(property, text)) return false;
-        MetabaseTree::setValue(*node, property, text);
-    } while (!line_.atEnd());
+        if (!propertyAndValue(property, text)) return false;
+        ObjectTree::setValue(*node, property, text);
+    } while (!lexer_.atEnd());
     return true;
 }
 
 } // namespace
 
-bool readMetabase(std::string_view text, MetabaseTree& tree, MetabaseText& result, std::string& error) {
+bool readMetabase(std::string_view text, ObjectTree& tree, MetabaseText& result, std::string& error) {
     RecordReader reader(tree);
     std::size_t number = 0;
     std::size_t at = 0;
@@ -267,3 +260,5 @@ bool readMetabase(std::string_view text, MetabaseTree& tree, MetabaseText& resul
     error = "line " + std::to_string(number + 1) + ": the file ends ahead of its version line";
     return false;
 }
+
+} // namespace metabase

@@ -1,34 +1,40 @@
-// The records of the metabase file: its whole text into a tree and back, and the lines of changes.
+// The records of the metabase file: its whole text parsed into a tree, a tree formatted as text, and the
+// lines of changes. They know the syntax and the tree, and no file.
 #pragma once
 
-#include "platform/metabase/tree.h"
+#include "objectTree.h"
 
 #include <functional>
 #include <span>
 
-/// What a text turned out to be, beyond the tree.
+namespace metabase {
+
+/// Properties of a parsed text that the tree doesn't have.
 struct MetabaseText {
-    /// The comment lines at its head.
+    /// The lines before the version line.
     std::string_view head;
-    /// How much of it counts: all but a change line at its end that a dying process left unfinished.
+    /// The length of the valid part. A change line at the end that lacks its LF, which a dying process left,
+    /// is not part of it.
     std::size_t size = 0;
 };
 
-/// Reads a metabase file's text, which must outlive the tree, into an empty tree. False for a line that can't
-/// be understood; `error` then says which one and why.
-bool readMetabase(std::string_view text, MetabaseTree& tree, MetabaseText& result, std::string& error);
+/// Parses a metabase file's text, which must outlive the tree, into an empty tree. False for a line that
+/// can't be parsed; `error` then has its number and the reason.
+bool readMetabase(std::string_view text, ObjectTree& tree, MetabaseText& result, std::string& error);
 
-/// Gives the tree's canonical text, piece by piece.
-void writeMetabase(const MetabaseTree& tree, std::string_view head,
-                   const std::function<void(std::string_view)>& put);
+/// Formats the tree as canonical text after `head`, and passes it to `write` in pieces.
+void writeMetabase(const ObjectTree& tree, std::string_view head,
+                   const std::function<void(std::string_view)>& write);
 
-/// A value that is to be committed.
+/// A value that is to be committed, as text.
 struct PendingValue {
     PropertyId property;
     std::string text;
 };
 
-/// The lines of changes, line end included.
-std::string setLine(const MetabaseTree& tree, const Node& node, std::span<const PendingValue> values);
+/// The lines of changes, with their LF.
+std::string setLine(const ObjectTree& tree, const ObjectNode& node, std::span<const PendingValue> values);
 std::string createLine(std::u16string_view path, const ClassDefinition& definition);
-std::string deleteLine(const Node& node);
+std::string deleteLine(const ObjectNode& node);
+
+} // namespace metabase

@@ -1,4 +1,4 @@
-#include "platform/os/print.h"
+#include "os/print.h"
 
 #include <algorithm>
 #include <charconv>
@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Room for the digits of any number.
+/// A buffer for the digits of any number.
 using Digits = std::array<char, 24>;
 
 void printDigits(OutStream& stream, const printing::Piece& piece, const Digits& digits, const char* end) {
@@ -55,8 +55,7 @@ void printWide(OutStream& stream, const Piece& piece, std::u16string_view text) 
     pad(stream, piece, text.size());
     while (!text.empty()) {
         const std::size_t count = std::min(text.size(), OutStream::maxReserve);
-        char* room = stream.reserve(count);
-        for (std::size_t i = 0; i < count; ++i) room[i] = narrowed(text[i]);
+        std::transform(text.data(), text.data() + count, stream.reserve(count), narrowed);
         stream.commit(count);
         text.remove_prefix(count);
     }

@@ -1,13 +1,29 @@
-#include "platform/os/stream.h"
+#include "os/stream.h"
 
-#include "platform/os/descriptor.h"
+#include "os/transfer.h"
 
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
 
-OutStream::OutStream(int descriptor, Flush policy)
-    : descriptor_(descriptor), policy_(policy), buffer_(new char[capacity]) {}
+namespace {
+
+/// Both in one object: error flushes output, and so is destroyed before it.
+struct StandardStreams {
+    OutStream output{STDOUT_FILENO,
+                     ::isatty(STDOUT_FILENO) != 0 ? OutStream::Flush::eachLine : OutStream::Flush::whenFull};
+    OutStream error{STDERR_FILENO, OutStream::Flush::eachPrint, &output};
+};
+
+StandardStreams& standardStreams() {
+    static StandardStreams streams;
+    return streams;
+}
+
+} // namespace
+
+OutStream::OutStream(int descriptor, Flush policy, OutStream* flushedFirst)
+    : descriptor_(descriptor), policy_(policy), flushedFirst_(flushedFirst), buffer_(new char[capacity]) {}
 
 void OutStream::fillLarge(char c, std::size_t count) {
     for (; count > maxReserve; count -= maxReserve) fill(c, maxReserve);
@@ -15,19 +31,19 @@ void OutStream::fillLarge(char c, std::size_t count) {
 }
 
 void OutStream::flush() {
-    handOver({buffer_.get(), used_});
+    writeToDescriptor({buffer_.get(), used_});
     used_ = 0;
 }
 
-void OutStream::handOver(std::string_view text) {
+void OutStream::writeToDescriptor(std::string_view text) {
     if (text.empty()) return;
-    if (this == &standardError()) standardOutput().flush();
+    if (flushedFirst_ != nullptr) flushedFirst_->flush();
     writeAll(descriptor_, text);
 }
 
 void OutStream::writeLarge(std::string_view text) {
     flush();
-    if (text.size() > capacity) return handOver(text);
+    if (text.size() > capacity) return writeToDescriptor(text);
     write(text);
 }
 
@@ -36,20 +52,13 @@ void OutStream::flushAfterPrint() {
     flush();
 }
 
-OutStream& standardOutput() {
-    static OutStream stream(STDOUT_FILENO, ::isatty(STDOUT_FILENO) != 0 ? OutStream::Flush::eachLine
-                                                                        : OutStream::Flush::whenFull);
-    return stream;
-}
+OutStream& standardOutput() { return standardStreams().output; }
 
-OutStream& standardError() {
-    static OutStream stream(STDERR_FILENO, OutStream::Flush::eachPrint);
-    return stream;
-}
+OutStream& standardError() { return standardStreams().error; }
 
 void prepareStreams() {
     for (int standard = STDIN_FILENO; standard <= STDERR_FILENO; ++standard) {
-        // The lowest free number is the one that is missing.
+        // The new descriptor gets the lowest free number, which is this one.
         if (::fcntl(standard, F_GETFD) < 0) (void)::open("/dev/null", O_RDWR);
     }
     (void)std::signal(SIGPIPE, SIG_IGN);

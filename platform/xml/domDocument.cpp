@@ -1,14 +1,14 @@
-#include "platform/xml/domDocument.h"
+#include "domDocument.h"
 
-#include "platform/com/runtime.h"
-#include "platform/xml/domNode.h"
-#include "platform/xml/parser.h"
+#include "com/runtime.h"
+#include "domNode.h"
+#include "parser.h"
 
 namespace xml {
 namespace {
 
-/// A document, which is also the topmost node of its tree. The references to what was loaded before keep that
-/// alive.
+/// A document, which is also the topmost node of its tree. A tree that was loaded before lives as long as the
+/// references to its nodes.
 class DomDocument final : public NodeObject<IXMLDOMDocument> {
 public:
     DomDocument() : NodeObject(makeObject<SharedTree>(emptyTree()), 0) {}
@@ -18,7 +18,7 @@ public:
     HRESULT loadXML(BSTR text, VARIANT_BOOL* success) override {
         *success = VARIANT_FALSE;
         shared_ = makeObject<SharedTree>(emptyTree());
-        std::optional<Tree> parsed = parseXml(text == nullptr ? u"" : view(text));
+        std::optional<DocumentTree> parsed = parseXml(text == nullptr ? u"" : view(text));
         if (!parsed) return S_FALSE;
         shared_ = makeObject<SharedTree>(*std::move(parsed));
         *success = VARIANT_TRUE;
@@ -27,7 +27,7 @@ public:
 
     HRESULT get_documentElement(IXMLDOMElement** element) override {
         *element = nullptr;
-        const NodeIndex end = tree().behind(node_);
+        const NodeIndex end = tree().subtreeEnd(node_);
         NodeIndex child = tree().firstChild(node_);
         while (child < end && tree().nodes[child].kind != NodeKind::element)
             child = tree().nextChild(child, end);
@@ -38,8 +38,7 @@ public:
 };
 
 } // namespace
-} // namespace xml
 
-void registerDomDocument() {
-    registerClass(CLSID_DOMDocument, *makeObject<ClassFactory<xml::DomDocument>>());
-}
+void registerDocumentClass() { registerClass(CLSID_DOMDocument, *makeObject<ClassFactory<DomDocument>>()); }
+
+} // namespace xml

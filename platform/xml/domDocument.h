@@ -1,5 +1,9 @@
-// The class of documents.
+// The class of documents: its registration.
 #pragma once
 
+namespace xml {
+
 /// Registers the class CLSID_DOMDocument.
-void registerDomDocument();
+void registerDocumentClass();
+
+} // namespace xml

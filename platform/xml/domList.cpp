@@ -1,33 +1,33 @@
-#include "platform/xml/domList.h"
+#include "domList.h"
 
 namespace xml {
 
 DomNodeList::DomNodeList(ComPtr<SharedTree> shared, NodeIndex parent, std::optional<NameTable::Number> tag)
-    : shared_(std::move(shared)), end_(shared_->tree.behind(parent)), tag_(tag),
+    : shared_(std::move(shared)), end_(shared_->tree.subtreeEnd(parent)), tag_(tag),
       first_(listedFrom(shared_->tree.firstChild(parent))), next_(first_) {}
 
 NodeIndex DomNodeList::listedFrom(NodeIndex child) const {
-    const Tree& tree = shared_->tree;
+    const DocumentTree& tree = shared_->tree;
     while (child < end_ && tag_ && !tree.isElement(child, *tag_)) child = tree.nextChild(child, end_);
     return child;
 }
 
-NodeIndex DomNodeList::listedBehind(NodeIndex child) const {
+NodeIndex DomNodeList::listedAfter(NodeIndex child) const {
     return listedFrom(shared_->tree.nextChild(child, end_));
 }
 
 HRESULT DomNodeList::get_length(LONG* length) {
     if (length_ < 0) {
         length_ = 0;
-        for (NodeIndex child = first_; child < end_; child = listedBehind(child)) ++length_;
+        for (NodeIndex child = first_; child < end_; child = listedAfter(child)) ++length_;
     }
     *length = length_;
     return S_OK;
 }
 
 HRESULT DomNodeList::nextNode(IXMLDOMNode** node) {
-    const HRESULT status = handOutNode(shared_, next_, end_, node);
-    if (status == S_OK) next_ = listedBehind(next_);
+    const HRESULT status = returnNode(shared_, next_, end_, node);
+    if (status == S_OK) next_ = listedAfter(next_);
     return status;
 }
 
@@ -41,7 +41,7 @@ HRESULT DomAttributes::get_length(LONG* length) {
 
 HRESULT DomAttributes::get_item(LONG index, IXMLDOMNode** attribute) {
     const bool isBelow = index < 0;
-    return handOutNode(shared_, isBelow ? end_ : first_ + static_cast<NodeIndex>(index), end_, attribute);
+    return returnNode(shared_, isBelow ? end_ : first_ + static_cast<NodeIndex>(index), end_, attribute);
 }
 
 } // namespace xml

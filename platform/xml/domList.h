@@ -1,16 +1,16 @@
 // Lists of nodes as objects.
 #pragma once
 
-#include "platform/xml/domNode.h"
+#include "domNode.h"
 
 #include <optional>
 
 namespace xml {
 
-/// The children of a node, or those of them that are elements of one name.
+/// The children of a node, or those of them that are elements with one tag.
 class DomNodeList final : public NamelessObject<IXMLDOMNodeList> {
 public:
-    /// Without a tag all children are listed; NameTable::none stands for a tag that the document lacks.
+    /// Without a tag all children are listed; with NameTable::none, for a tag that the document lacks, none.
     DomNodeList(ComPtr<SharedTree> shared, NodeIndex parent,
                 std::optional<NameTable::Number> tag = std::nullopt);
 
@@ -18,19 +18,20 @@ public:
     HRESULT nextNode(IXMLDOMNode** node) override;
 
 private:
-    /// The first listed child from `child` on, and the one behind `child`; end_ if there is none.
+    /// The first listed child from `child` on, and the first one after `child`; end_ if there is none.
     NodeIndex listedFrom(NodeIndex child) const;
-    NodeIndex listedBehind(NodeIndex child) const;
+    NodeIndex listedAfter(NodeIndex child) const;
 
     ComPtr<SharedTree> shared_;
     NodeIndex end_;
     std::optional<NameTable::Number> tag_;
     NodeIndex first_;
     NodeIndex next_;
-    /// Below 0 until it is asked for.
+    /// Below 0 until get_length counts it.
     LONG length_ = -1;
 };
 
+/// The attributes of an element.
 class DomAttributes final : public NamelessObject<IXMLDOMNamedNodeMap> {
 public:
     DomAttributes(ComPtr<SharedTree> shared, NodeIndex element);

@@ -1,14 +1,14 @@
-#include "platform/xml/domNode.h"
+#include "domNode.h"
 
-#include "platform/automation/utf8.h"
-#include "platform/xml/domList.h"
-#include "platform/xml/query.h"
+#include "automation/utf8.h"
+#include "domList.h"
+#include "query.h"
 
 namespace xml {
 
 namespace {
 
-Bstr textBelow(const Tree& tree, NodeIndex node) {
+Bstr textBelow(const DocumentTree& tree, NodeIndex node) {
     if (const NodeIndex only = tree.onlyTextBelow(node); only != 0) return utf8::wide(tree.textOf(only));
     UINT units = 0;
     tree.visitTextBelow(node, [&units](std::string_view piece) { units += utf8::countUnits(piece); });
@@ -18,7 +18,7 @@ Bstr textBelow(const Tree& tree, NodeIndex node) {
     return text;
 }
 
-std::u16string_view nodeName(const Tree& tree, NodeIndex node) {
+std::u16string_view nodeName(const DocumentTree& tree, NodeIndex node) {
     switch (tree.nodes[node].kind) {
     case NodeKind::document: return u"#document";
     case NodeKind::text:
@@ -34,7 +34,7 @@ std::u16string_view nodeName(const Tree& tree, NodeIndex node) {
 
 } // namespace
 
-HRESULT handOutNode(const ComPtr<SharedTree>& shared, NodeIndex node, NodeIndex end, IXMLDOMNode** out) {
+HRESULT returnNode(const ComPtr<SharedTree>& shared, NodeIndex node, NodeIndex end, IXMLDOMNode** out) {
     *out = node < end ? makeObject<DomNode>(shared, node).detach() : nullptr;
     return node < end ? S_OK : S_FALSE;
 }
@@ -67,13 +67,13 @@ template <class Interface> HRESULT NodeObject<Interface>::get_text(BSTR* text) {
 }
 
 template <class Interface> HRESULT NodeObject<Interface>::get_firstChild(IXMLDOMNode** child) {
-    return handOutNode(shared_, tree().firstChild(node_), tree().behind(node_), child);
+    return returnNode(shared_, tree().firstChild(node_), tree().subtreeEnd(node_), child);
 }
 
-template <class Interface> HRESULT NodeObject<Interface>::hasChildNodes(VARIANT_BOOL* answer) {
-    const bool hasChild = tree().firstChild(node_) < tree().behind(node_);
-    *answer = hasChild ? VARIANT_TRUE : VARIANT_FALSE;
-    return hasChild ? S_OK : S_FALSE;
+template <class Interface> HRESULT NodeObject<Interface>::hasChildNodes(VARIANT_BOOL* hasChild) {
+    const bool isParent = tree().firstChild(node_) < tree().subtreeEnd(node_);
+    *hasChild = isParent ? VARIANT_TRUE : VARIANT_FALSE;
+    return isParent ? S_OK : S_FALSE;
 }
 
 template <class Interface> HRESULT NodeObject<Interface>::get_childNodes(IXMLDOMNodeList** children) {
@@ -100,13 +100,13 @@ template <class Interface> HRESULT NodeObject<Interface>::selectSingleNode(BSTR 
     const std::optional<std::string> wanted = nameInQuery(view(query));
     if (!wanted) return E_INVALIDARG;
 
-    const NodeIndex end = tree().behind(node_);
+    const NodeIndex end = tree().subtreeEnd(node_);
     NodeIndex child = tree().firstChild(node_);
     for (; child < end; child = tree().nextChild(child, end)) {
         const NodeIndex attribute = tree().findAttribute(child, u"name");
         if (attribute != 0 && tree().textOf(attribute) == *wanted) break;
     }
-    return handOutNode(shared_, child, end, node);
+    return returnNode(shared_, child, end, node);
 }
 
 template class NodeObject<IXMLDOMElement>;

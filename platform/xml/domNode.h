@@ -1,20 +1,21 @@
 // The nodes of a document as objects.
 #pragma once
 
-#include "platform/xml/msxml.h"
-#include "platform/xml/tree.h"
+#include "document/msxml.h"
+#include "documentTree.h"
 
 namespace xml {
 
-/// A tree, alive as long as the document or a reference to one of its nodes is.
+/// A tree, shared by the document object and the objects of its nodes.
 class SharedTree final : public ComObject<IUnknown> {
 public:
-    explicit SharedTree(Tree parsed) : tree(std::move(parsed)) {}
+    explicit SharedTree(DocumentTree parsed) : tree(std::move(parsed)) {}
 
-    const Tree tree;
+    const DocumentTree tree;
 };
 
-/// IXMLDOMNode for an object that stands for one node and offers Interface, which is derived from it.
+/// Implements IXMLDOMNode for one node, in an object that offers Interface, which is derived from
+/// IXMLDOMNode.
 template <class Interface> class NodeObject : public NamelessObject<Interface> {
 public:
     HRESULT QueryInterface(const IID& wanted, void** out) override;
@@ -22,7 +23,7 @@ public:
     HRESULT get_nodeValue(VARIANT* value) override;
     HRESULT get_text(BSTR* text) override;
     HRESULT get_firstChild(IXMLDOMNode** child) override;
-    HRESULT hasChildNodes(VARIANT_BOOL* answer) override;
+    HRESULT hasChildNodes(VARIANT_BOOL* hasChild) override;
     HRESULT get_childNodes(IXMLDOMNodeList** children) override;
     HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) override;
     HRESULT selectNodes(BSTR query, IXMLDOMNodeList** nodes) override;
@@ -31,7 +32,7 @@ public:
 protected:
     NodeObject(ComPtr<SharedTree> shared, NodeIndex node) : node_(node), shared_(std::move(shared)) {}
 
-    const Tree& tree() const { return shared_->tree; }
+    const DocumentTree& tree() const { return shared_->tree; }
 
     NodeIndex node_;
     ComPtr<SharedTree> shared_;
@@ -40,18 +41,17 @@ protected:
 extern template class NodeObject<IXMLDOMElement>;
 extern template class NodeObject<IXMLDOMDocument>;
 
-/// A reference to a node below the document.
+/// A node below the document.
 class DomNode final : public NodeObject<IXMLDOMElement> {
 public:
     DomNode(ComPtr<SharedTree> shared, NodeIndex node) : NodeObject(std::move(shared), node) {}
 
-    /// IXMLDOMElement, which only an element offers and every attribute is asked through, is answered ahead
-    /// of all others.
+    /// Only an element offers IXMLDOMElement. It is checked first, as most queries are for it.
     HRESULT QueryInterface(const IID& wanted, void** out) override;
     HRESULT getAttribute(BSTR name, VARIANT* value) override;
 };
 
-/// Hands out the node at an index below `end`; S_FALSE with null for any other.
-HRESULT handOutNode(const ComPtr<SharedTree>& shared, NodeIndex node, NodeIndex end, IXMLDOMNode** out);
+/// Returns an object for the node at an index below `end`: S_OK; S_FALSE with null for any other index.
+HRESULT returnNode(const ComPtr<SharedTree>& shared, NodeIndex node, NodeIndex end, IXMLDOMNode** out);
 
 } // namespace xml

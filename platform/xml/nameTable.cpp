@@ -1,20 +1,23 @@
-#include "platform/xml/nameTable.h"
+#include "nameTable.h"
+
+#include "automation/bstr.h"
 
 namespace xml {
 
-NameTable::Recent NameTable::enterSlowly(std::u16string_view name) {
-    const auto [entry, isNew] =
-        numbers_.try_emplace(std::u16string(name), static_cast<Number>(names_.size()));
-    if (isNew) names_.emplace_back(entry->first);
-    return {names_[entry->second], entry->second};
+NameTable::Number NameTable::add(std::u16string_view name) {
+    NumberMap& numbers = numbers_[mapOf(name)];
+    const auto place = numbers.lower_bound(name);
+    if (place != numbers.end() && equal(place->first, name)) return place->second;
+    const auto number = static_cast<Number>(names_.size());
+    const auto added = numbers.emplace_hint(place, name, number);
+    names_.emplace_back(added->first);
+    return number;
 }
 
 NameTable::Number NameTable::find(std::u16string_view name) const {
-    if (name.empty()) return none;
-    const Recent& recent = recent_[slotOf(name, recent_.size())];
-    if (equal(recent.name, name)) return recent.number;
-    const auto entry = numbers_.find(name);
-    return entry == numbers_.end() ? none : entry->second;
+    const NumberMap& numbers = numbers_[mapOf(name)];
+    const auto found = numbers.find(name);
+    return found == numbers.end() ? none : found->second;
 }
 
 } // namespace xml

@@ -1,10 +1,9 @@
-// NameTable: each name of a document once, under a number.
+// The names of a document, each stored once and numbered.
 #pragma once
-
-#include "platform/automation/bstr.h"
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <map>
 #include <string>
 #include <string_view>
@@ -12,35 +11,39 @@
 
 namespace xml {
 
-/// Numbers count from 0 in the order in which names were first met.
+/// Numbers count from 0 in the order in which the names were added. A name isn't empty.
 class NameTable {
 public:
     using Number = std::uint32_t;
     static constexpr Number none = UINT32_MAX;
 
-    /// The number of a name, a new one for a new name.
-    Number enter(std::u16string_view name) {
-        Recent& recent = recent_[slotOf(name, recent_.size())];
-        if (!equal(recent.name, name)) recent = enterSlowly(name);
-        return recent.number;
-    }
-    /// The number of a name, none if the table lacks it.
+    /// The number of a name; adds a name that the table lacks.
+    Number add(std::u16string_view name);
+    /// The number of a name; none if the table lacks it.
     Number find(std::u16string_view name) const;
     std::u16string_view operator[](Number number) const { return names_[number]; }
 
 private:
-    struct Recent {
-        std::u16string_view name;
-        Number number = none;
+    /// An order of names, by length and then by bytes. Most names differ in length.
+    struct ShorterFirst {
+        using is_transparent = void;
+        bool operator()(std::u16string_view left, std::u16string_view right) const {
+            if (left.size() != right.size()) return left.size() < right.size();
+            return std::memcmp(left.data(), right.data(), left.size() * sizeof(char16_t)) < 0;
+        }
     };
+    using NumberMap = std::map<std::u16string, Number, ShorterFirst>;
 
-    Recent enterSlowly(std::u16string_view name);
+    /// The index of the map that a name belongs to.
+    static std::size_t mapOf(std::u16string_view name) {
+        return (name.front() + std::size_t{name.back()}) % mapCount;
+    }
 
-    // No choice of names makes an ordered map slow, as it does a hash table. The few names that come again
-    // and again are found ahead of it, among the recent ones.
-    std::map<std::u16string, Number, std::less<>> numbers_;
+    // Names are distributed by their first and last unit. A document has few names, so that most are alone in
+    // their map. The maps are ordered: no choice of names makes a lookup slow, as it could with a hash table.
+    static constexpr std::size_t mapCount = 64;
+    std::array<NumberMap, mapCount> numbers_;
     std::vector<std::u16string_view> names_;
-    std::array<Recent, 256> recent_;
 };
 
 } // namespace xml

@@ -1,11 +1,11 @@
-#include "platform/xml/parser.h"
+#include "parser.h"
 
-#include "platform/automation/utf8.h"
-#include "platform/xml/chars.h"
-#include "platform/xml/declaration.h"
+#include "automation/utf8.h"
+#include "com/characters.h"
+#include "xmlCharacters.h"
+#include "xmlDeclaration.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 #include <vector>
 
@@ -26,37 +26,23 @@ bool isXmlTarget(std::u16string_view name) {
            (name[2] | 0x20) == u'l';
 }
 
-/// 16 for what is no digit.
-unsigned digitValue(char16_t unit) {
-    if (unit >= u'0' && unit <= u'9') return unit - u'0';
-    const unsigned lower = unit | 0x20u;
-    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : 16;
-}
-
-/// Goes over the text once. Each function takes what its name says from the place that the parser stands at,
-/// and answers false where the document is not well-formed. The 0 behind the text fits nowhere, so that none
-/// of them passes it.
+/// Parses the text in one pass. Each function parses the construct of its name at the current
+/// position, and returns false if the document is not well-formed. The 0 after the text is part of no
+/// construct, so that no function moves beyond it.
 class Parser {
 public:
     explicit Parser(std::u16string_view text) : at_(text.data()), end_(text.data() + text.size()) {
-        // What a node keeps is no longer, its 0 included, than what makes it in the document: there is room
-        // for the text of all nodes.
+        // The text of a node, its 0 included, is no longer than its part of the document: this is enough for
+        // all nodes.
         tree_.text.reserve(text.size() * utf8::maxBytesOfUnit + 1);
         textEnd_ = tree_.text.end();
         addNode(NodeKind::document);
     }
 
     bool document();
-    Tree result();
+    DocumentTree result();
 
 private:
-    /// The names that followed a name when it was last met.
-    struct Followers {
-        NameTable::Number tag = NameTable::none;
-        NameTable::Number attribute = NameTable::none;
-    };
-
-    Followers& followersOf(NameTable::Number name) { return followers_[name % followers_.size()]; }
     std::u16string_view rest() const { return {at_, static_cast<std::size_t>(end_ - at_)}; }
     bool accept(char16_t unit);
     bool accept(std::u16string_view markup);
@@ -67,7 +53,7 @@ private:
     bool content();
     bool startTag();
     bool endTag();
-    bool attribute(NodeIndex element, NameTable::Number& last);
+    bool attribute(NodeIndex element);
     bool attributeValue();
     bool skipIndentation();
     bool text();
@@ -77,9 +63,8 @@ private:
     bool reference();
     bool characterReference();
     NameTable::Number name();
-    NameTable::Number name(NameTable::Number& expected);
 
-    template <CharClass plain> char16_t copy(char lineEnd);
+    template <UnitClass plain> char16_t copy(char lineEnd);
     bool copyUntil(std::u16string_view terminator);
 
     NodeIndex addNode(NodeKind kind, NameTable::Number name = 0);
@@ -91,20 +76,15 @@ private:
     const char16_t* at_;
     const char16_t* end_;
     char* textEnd_;
-    Tree tree_;
-    /// The innermost open element, 0 outside of the root. Until its end tag the link of an element is the one
-    /// around it.
+    DocumentTree tree_;
+    /// The innermost open element, 0 outside of the root. Until its end tag the link of an element is the
+    /// index of its parent.
     NodeIndex open_ = 0;
     /// For each name the last element that had an attribute of that name.
-    std::vector<NodeIndex> lastUser_;
+    std::vector<NodeIndex> lastElementWith_;
 
-    /// Names come in the same order again and again: those to expect behind each name, whose number modulo
-    /// the size is its place here.
-    std::array<Followers, 64> followers_;
-    NameTable::Number lastTag_ = 0;
-
-    /// Of the run of text since the last tag: its first node, whether it is white space so far, and whether
-    /// it follows a start tag.
+    /// The run of text since the last tag: its first node, whether it is white space so far, and whether it
+    /// follows a start tag.
     NodeIndex runStart_ = 0;
     bool runIsWhite_ = true;
     bool runFollowsStart_ = false;
@@ -115,7 +95,7 @@ bool Parser::document() {
            at_ == end_;
 }
 
-Tree Parser::result() {
+DocumentTree Parser::result() {
     tree_.nodes[0].link = static_cast<NodeIndex>(tree_.nodes.size());
     tree_.nodes.fit();
     tree_.text.setEnd(textEnd_);
@@ -135,7 +115,7 @@ bool Parser::accept(std::u16string_view markup) {
     return true;
 }
 
-/// Says whether there was any.
+/// Whether there was any.
 bool Parser::skipWhite() {
     const char16_t* const start = at_;
     while (isWhite(*at_)) ++at_;
@@ -144,12 +124,12 @@ bool Parser::skipWhite() {
 
 bool Parser::xmlDeclaration() {
     std::u16string_view text = rest();
-    const bool isGood = takeXmlDeclaration(text);
+    const bool isGood = skipXmlDeclaration(text);
     at_ = text.data();
     return isGood;
 }
 
-/// What may stand ahead of the root and behind it.
+/// Comments, instructions and white space before and after the root.
 bool Parser::surroundings() {
     for (;;) {
         skipWhite();
@@ -166,14 +146,14 @@ bool Parser::surroundings() {
 bool Parser::content() {
     while (open_ != 0) {
         if (*at_ != u'<' && !skipIndentation() && !text()) return false;
-        bool taken = false;
+        bool parsed = false;
         switch (at_[1]) {
-        case u'/': taken = endTag(); break;
-        case u'!': taken = at_[2] == u'-' ? comment() : cdata(); break;
-        case u'?': taken = instruction(); break;
-        default: taken = startTag();
+        case u'/': parsed = endTag(); break;
+        case u'!': parsed = at_[2] == u'-' ? comment() : cdata(); break;
+        case u'?': parsed = instruction(); break;
+        default: parsed = startTag();
         }
-        if (!taken) return false;
+        if (!parsed) return false;
     }
     return true;
 }
@@ -181,15 +161,13 @@ bool Parser::content() {
 bool Parser::startTag() {
     endRun(false);
     ++at_;
-    const NameTable::Number tag = name(followersOf(lastTag_).tag);
+    const NameTable::Number tag = name();
     if (tag == NameTable::none) return false;
-    lastTag_ = tag;
     const NodeIndex element = addNode(NodeKind::element, tag);
-    NameTable::Number last = tag;
     for (;;) {
         const bool isSeparate = skipWhite();
         if (*at_ == u'>' || *at_ == u'/') break;
-        if (!isSeparate || !attribute(element, last)) return false;
+        if (!isSeparate || !attribute(element)) return false;
     }
     runFollowsStart_ = *at_ == u'>';
     if (runFollowsStart_) {
@@ -215,13 +193,11 @@ bool Parser::endTag() {
     return true;
 }
 
-/// `last` is the name ahead of the attribute's, and becomes that.
-bool Parser::attribute(NodeIndex element, NameTable::Number& last) {
-    const NameTable::Number number = name(followersOf(last).attribute);
+bool Parser::attribute(NodeIndex element) {
+    const NameTable::Number number = name();
     if (number == NameTable::none) return false;
-    last = number;
-    if (number >= lastUser_.size()) lastUser_.resize(number + 1);
-    if (std::exchange(lastUser_[number], element) == element) return false;
+    if (number >= lastElementWith_.size()) lastElementWith_.resize(number + 1);
+    if (std::exchange(lastElementWith_[number], element) == element) return false;
     skipWhite();
     if (!accept(u'=')) return false;
     skipWhite();
@@ -258,8 +234,8 @@ bool Parser::attributeValue() {
     return true;
 }
 
-/// The white space between two tags, the commonest text of all, is passed over without a node, unless it is
-/// what an element holds.
+/// Skips white space between two tags, the most frequent text, without a node. False, at the same position,
+/// for other text and for white space that is the whole content of an element.
 bool Parser::skipIndentation() {
     const char16_t* next = at_;
     while (isWhite(*next)) ++next;
@@ -270,7 +246,7 @@ bool Parser::skipIndentation() {
     return true;
 }
 
-/// Text up to the next markup, which makes one node.
+/// Text up to the next markup: one node.
 bool Parser::text() {
     const NodeIndex node = addNode(NodeKind::text);
     for (;;) {
@@ -331,7 +307,7 @@ bool Parser::characterReference() {
     const unsigned base = accept(u'x') ? 16 : 10;
     char32_t character = 0;
     for (; *at_ != u';'; ++at_) {
-        const unsigned digit = digitValue(*at_);
+        const unsigned digit = hexDigitValue(*at_);
         if (digit >= base) return false;
         character = std::min<char32_t>(character * base + digit, 0x110000);
     }
@@ -345,31 +321,17 @@ NameTable::Number Parser::name() {
     const char16_t* const start = at_;
     at_ = nameEnd(start);
     if (at_ == start) return NameTable::none;
-    return tree_.names.enter({start, static_cast<std::size_t>(at_ - start)});
+    return tree_.names.add({start, static_cast<std::size_t>(at_ - start)});
 }
 
-/// The same where a name is expected to come; becomes the one that came.
-NameTable::Number Parser::name(NameTable::Number& expected) {
-    if (expected != NameTable::none) {
-        const char16_t* at = at_;
-        const std::u16string_view wanted = tree_.names[expected];
-        const char16_t* unit = wanted.begin();
-        while (unit != wanted.end() && *at == *unit) ++at, ++unit;
-        if (unit == wanted.end() && endsName(at)) {
-            at_ = at;
-            return expected;
-        }
-    }
-    return expected = name();
-}
-
-/// Copies what stands for itself, and line ends as `lineEnd`. Answers the unit that it stops at.
-template <CharClass plain> char16_t Parser::copy(char lineEnd) {
+/// Copies units of the class `plain`, other characters beyond ASCII, and line ends as `lineEnd`. Returns the
+/// unit at which it stops.
+template <UnitClass plain> char16_t Parser::copy(char lineEnd) {
     const char16_t* at = at_;
     char* out = textEnd_;
     for (;;) {
         std::size_t count = 0;
-        for (; is(at[count], plain); ++count) out[count] = static_cast<char>(at[count]);
+        for (; hasClass(at[count], plain); ++count) out[count] = static_cast<char>(at[count]);
         at += count;
         out += count;
         if (*at >= 0x80) {
@@ -402,11 +364,11 @@ NodeIndex Parser::addNode(NodeKind kind, NameTable::Number name) {
     const auto node = static_cast<NodeIndex>(tree_.nodes.size());
     const auto textStart = static_cast<std::size_t>(textEnd_ - tree_.text.begin());
     if (textStart > UINT32_MAX) throw std::bad_alloc();
-    tree_.nodes.push(Node{kind, name, static_cast<std::uint32_t>(textStart)});
+    tree_.nodes.push(NodeRecord{kind, name, static_cast<std::uint32_t>(textStart)});
     return node;
 }
 
-/// Ends a piece of the run, a text or a CDATA section.
+/// Ends the text of a node that is part of the run: text or a CDATA section.
 void Parser::endPiece(NodeIndex node) {
     const char* const start = tree_.text.begin() + tree_.nodes[node].link;
     const auto isWhiteByte = [](char c) { return isWhite(static_cast<unsigned char>(c)); };
@@ -419,15 +381,15 @@ void Parser::beginRun() {
     runIsWhite_ = true;
 }
 
-/// At a tag it is known what the run holds: if it is white space, its text makes no nodes, or, as all the
-/// text of an element without child elements, blanks.
+/// Ends the run at a tag. If it is white space, its text nodes are removed, or become blanks if the run is
+/// the whole content of an element.
 void Parser::endRun(bool isWholeContent) {
     if (!runIsWhite_) return;
-    const auto isText = [](const Node& node) { return node.kind == NodeKind::text; };
-    Node* const first = tree_.nodes.begin() + runStart_;
-    Node* const end = tree_.nodes.end();
+    const auto isText = [](const NodeRecord& node) { return node.kind == NodeKind::text; };
+    NodeRecord* const first = tree_.nodes.begin() + runStart_;
+    NodeRecord* const end = tree_.nodes.end();
     if (isWholeContent) {
-        for (Node* node = first; node != end; ++node) {
+        for (NodeRecord* node = first; node != end; ++node) {
             if (isText(*node)) node->kind = NodeKind::blank;
         }
     } else if (first != end) {
@@ -438,13 +400,13 @@ void Parser::endRun(bool isWholeContent) {
 
 } // namespace
 
-Tree emptyTree() {
-    Tree tree;
-    tree.nodes.push(Node{NodeKind::document, 0, 1});
+DocumentTree emptyTree() {
+    DocumentTree tree;
+    tree.nodes.push(NodeRecord{NodeKind::document, 0, 1});
     return tree;
 }
 
-std::optional<Tree> parseXml(std::u16string_view text) {
+std::optional<DocumentTree> parseXml(std::u16string_view text) {
     Parser parser(text);
     if (!parser.document()) return std::nullopt;
     return parser.result();

@@ -1,4 +1,4 @@
-// Pool: an array of plain records that grows at its end, made for arrays of hundreds of megabytes.
+// Pool: an array of plain records that grows at its end, for sizes of hundreds of megabytes.
 #pragma once
 
 #include <algorithm>
@@ -10,8 +10,8 @@
 
 namespace xml {
 
-/// The one owner of its records. The array grows and shrinks by realloc, in place where it can, and room that
-/// nothing was written to costs no memory: room for the worst case may be reserved. Out of memory is
+/// Owns its records. The array grows and shrinks by realloc, in place where possible. Reserved capacity that
+/// was never written to uses no memory, so that the worst case may be reserved. Out of memory is
 /// std::bad_alloc.
 template <class T> class Pool {
     static_assert(std::is_trivially_copyable_v<T>);
@@ -34,12 +34,12 @@ public:
         if (size_ == capacity_) setCapacity(std::max<std::size_t>(2 * capacity_, 16));
         records_[size_++] = record;
     }
-    /// Makes the array end at `end`: fewer records, or more, which the caller wrote into reserved room.
+    /// Sets the end of the array: fewer records, or more, which the caller wrote into reserved capacity.
     void setEnd(const T* end) { size_ = static_cast<std::size_t>(end - records_); }
     void reserve(std::size_t capacity) {
         if (capacity > capacity_) setCapacity(capacity);
     }
-    /// Gives the room back that nothing stands in.
+    /// Frees the capacity that no record uses.
     void fit() { setCapacity(std::max<std::size_t>(size_, 1)); }
 
 private:

@@ -1,13 +1,13 @@
-#include "platform/xml/query.h"
+#include "query.h"
 
-#include "platform/automation/utf8.h"
-#include "platform/xml/chars.h"
+#include "automation/utf8.h"
+#include "xmlCharacters.h"
 
 namespace xml {
 
 namespace {
 
-/// A unit must stand behind the text.
+/// Encodes a text as UTF-8. There must be a unit after it.
 std::string encodeAll(std::u16string_view text) {
     std::string encoded(text.size() * utf8::maxBytesOfUnit, '\0');
     char* out = encoded.data();
@@ -28,12 +28,13 @@ bool isTagQuery(std::u16string_view query) {
 }
 
 std::optional<std::string> nameInQuery(std::u16string_view query) {
-    constexpr std::u16string_view ahead = u"./*[@name=\"";
-    constexpr std::u16string_view behind = u"\"]";
-    if (query.size() < ahead.size() + behind.size() || !query.starts_with(ahead) || !query.ends_with(behind))
+    constexpr std::u16string_view prefix = u"./*[@name=\"";
+    constexpr std::u16string_view suffix = u"\"]";
+    if (query.size() < prefix.size() + suffix.size() || !query.starts_with(prefix) ||
+        !query.ends_with(suffix))
         return std::nullopt;
-    query.remove_prefix(ahead.size());
-    query.remove_suffix(behind.size());
+    query.remove_prefix(prefix.size());
+    query.remove_suffix(suffix.size());
     if (query.find(u'"') != std::u16string_view::npos) return std::nullopt;
     return encodeAll(query);
 }

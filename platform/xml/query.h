@@ -1,4 +1,4 @@
-// The two forms of query that a document understands.
+// The two forms of query that a document accepts.
 #pragma once
 
 #include <optional>
@@ -7,10 +7,10 @@
 
 namespace xml {
 
-/// Says whether a query is a tag and nothing else. A 0 must stand behind it.
+/// Whether a query is a tag and nothing else. There must be a 0 after it.
 bool isTagQuery(std::u16string_view query);
 
-/// The text, in UTF-8, of the query ./*[@name="text"]; nothing for any other query.
+/// The text, in UTF-8, of the query ./*[@name="text"]; std::nullopt for any other query.
 std::optional<std::string> nameInQuery(std::u16string_view query);
 
 } // namespace xml

@@ -1,6 +1,6 @@
 // Fronts of the document service; see faults.h.
 
-#include "platform/com/runtime.h"
+#include "com/runtime.h"
 #include "tests/support/fronts.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // The "Error" lines of a run.
 #pragma once
 
-#include "platform/com/status.h"
+#include "com/status.h"
 
 #include <string>
 #include <vector>

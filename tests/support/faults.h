@@ -26,7 +26,7 @@
 // process or change a file at that moment: see systemCalls.h.
 #pragma once
 
-#include "platform/automation/variant.h"
+#include "automation/variant.h"
 
 #include <functional>
 #include <memory>

@@ -1,8 +1,8 @@
 // What the fronts and the wrappers share; see faults.h.
 #pragma once
 
-#include "platform/metabase/iisObjects.h"
-#include "platform/xml/msxml.h"
+#include "document/msxml.h"
+#include "metabase/valueObjects.h"
 #include "tests/support/faults.h"
 
 #include <algorithm>
@@ -99,7 +99,7 @@ protected:
     }
     template <class T> ComPtr<T> inner() const {
         ComPtr<T> typed;
-        query(*inner_, typed);
+        (void)query(*inner_, typed);
         return typed;
     }
 

@@ -1,9 +1,9 @@
 // Wrappers of the platform's free functions; see faults.h.
 
-#include "platform/automation/safearray.h"
-#include "platform/com/runtime.h"
-#include "platform/com/text.h"
-#include "platform/metabase/adsi.h"
+#include "automation/safearray.h"
+#include "com/runtime.h"
+#include "com/text.h"
+#include "directory/adsi.h"
 #include "tests/support/fronts.h"
 
 extern "C" {

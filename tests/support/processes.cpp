@@ -1,7 +1,7 @@
 #include "tests/support/processes.h"
 
-#include "platform/com/text.h"
-#include "platform/platform.h"
+#include "com/text.h"
+#include "platform.h"
 #include "src/skeinKeep.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 // Fronts of the provider's objects, and the injection itself; see faults.h.
 
-#include "platform/automation/safearray.h"
-#include "platform/com/runtime.h"
-#include "platform/metabase/provider.h"
+#include "automation/safearray.h"
+#include "com/runtime.h"
+#include "metabase/provider.h"
 #include "tests/support/fronts.h"
 #include "tests/support/processes.h"
 
@@ -91,7 +91,7 @@ class ObjectFront;
 
 class EnumeratorFront final : public ComObject<IEnumVARIANT> {
 public:
-    explicit EnumeratorFront(IUnknown& inner) { query(inner, inner_); }
+    explicit EnumeratorFront(IUnknown& inner) { (void)query(inner, inner_); }
     HRESULT Next(ULONG count, VARIANT* elements, ULONG* fetched) override {
         *fetched = 0;
         if (emptyAnswers_++ < plan.emptyAnswers) return S_OK;
@@ -207,7 +207,7 @@ public:
     }
 
 private:
-    ComPtr<IADsProvider> inner_ = metabaseProvider();
+    ComPtr<IADsProvider> inner_ = metabase::iisProvider();
 };
 
 /// Puts a front in front of a registered class object; the destructor registers the real one again.
@@ -215,7 +215,7 @@ class FrontedClass {
 public:
     template <class MakeFront> FrontedClass(const CLSID& classId, MakeFront makeFront) : classId_(classId) {
         void* found = nullptr;
-        CoInitializeEx(nullptr, 0);
+        (void)CoInitializeEx(nullptr, 0);
         if (CoGetClassObject(classId, CLSCTX_ALL, nullptr, IClassFactory::iid, &found) < 0) std::abort();
         CoUninitialize();
         real_ = ComPtr<IClassFactory>::adopt(static_cast<IClassFactory*>(found));
@@ -269,7 +269,7 @@ FaultInjection::FaultInjection(const FaultPlan& wanted) {
 
 FaultInjection::~FaultInjection() {
     isProgramCalling = false;
-    registerProvider(u"IIS:", *metabaseProvider());
+    registerProvider(u"IIS:", *metabase::iisProvider());
     plan = {};
 }
 

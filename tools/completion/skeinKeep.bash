@@ -10,7 +10,7 @@ _skeinKeep() {
         return
         ;;
     -root)
-        # The colon ends a word of its own, so only what stands ahead of it can be completed.
+        # A colon ends a word, so only the part before it can be completed.
         mapfile -t COMPREPLY < <(compgen -W 'IIS://localhost' -- "$word")
         return
         ;;

@@ -1,8 +1,8 @@
 // A text is refused, and leaves an empty document, or every way through its nodes tells the same.
 
-#include "platform/com/runtime.h"
-#include "platform/platform.h"
-#include "platform/xml/msxml.h"
+#include "com/runtime.h"
+#include "document/msxml.h"
+#include "platform.h"
 #include "tools/fuzz/fuzz.h"
 
 #include <algorithm>

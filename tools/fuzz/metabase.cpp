@@ -1,19 +1,19 @@
 // A metabase file is refused with a reason, or its canonical text reads back the same and a backup gets along
 // with it.
 
-#include "platform/metabase/records.h"
+#include "metabase/records.h"
 #include "tools/fuzz/fuzz.h"
 
 namespace {
 
 /// The canonical text of a file, "" with a reason in `error` for one that is refused.
 std::string canonical(const std::string& text, std::string& error) {
-    MetabaseTree tree;
-    MetabaseText result;
-    if (!readMetabase(text, tree, result, error)) return "";
+    metabase::ObjectTree tree;
+    metabase::MetabaseText result;
+    if (!metabase::readMetabase(text, tree, result, error)) return "";
     require(result.size <= text.size() && text.starts_with(result.head));
     std::string written;
-    writeMetabase(tree, result.head, [&](std::string_view piece) { written += piece; });
+    metabase::writeMetabase(tree, result.head, [&](std::string_view piece) { written += piece; });
     return written;
 }
 

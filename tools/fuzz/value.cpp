@@ -1,6 +1,6 @@
 // Any text becomes a value of any type, which comes back from its own text, or is refused for a reason.
 
-#include "platform/automation/variant.h"
+#include "automation/variant.h"
 #include "tools/fuzz/fuzz.h"
 
 #include <array>

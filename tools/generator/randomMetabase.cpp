@@ -1,6 +1,6 @@
 #include "tools/generator/randomMetabase.h"
 
-#include "platform/automation/bstr.h"
+#include "automation/bstr.h"
 
 #include <algorithm>
 #include <cmath>

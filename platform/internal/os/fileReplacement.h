@@ -1,0 +1,29 @@
+// Atomic replacement of a file: at every moment its path leads to the old contents or to all of the new ones.
+#pragma once
+
+#include "os/file.h"
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+/// Writes the next piece of a file's contents.
+using WritePiece = std::function<void(std::string_view)>;
+
+/// The file that `path` leads to, all links followed; empty if there is none.
+std::string realPathOf(const char* path);
+
+/// Replaces the file at `path`, which is no link and of which `oldFile` is an open descriptor, by the pieces
+/// that `writeContents` writes.
+///
+/// The new file is written beside the old one as .NAME.rewrite and locked (flock) from its creation on; it
+/// gets the mode and the owner of the old one, is synced to the disk and renamed to `path`, and the folder is
+/// synced. `isWanted` is called before the rename. Where a step fails, `isWanted` returns false, or the old
+/// file has a second name, the old file stays and the new one is removed.
+///
+/// Only the holder of the old file's lock may call this: an existing .NAME.rewrite is removed, as the remains
+/// of a process that died. Returns the descriptor of the new file, whose lock lasts until it is closed; not
+/// open if the old file stays.
+Descriptor replaceFile(const std::string& path, const Descriptor& oldFile,
+                       const std::function<void(const WritePiece&)>& writeContents,
+                       const std::function<bool()>& isWanted);

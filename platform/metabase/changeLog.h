@@ -1,0 +1,78 @@
+// The change log: the file of the metabase on disk. It is read once as a snapshot, extended by one line for
+// each change under a lock, and replaced at the end.
+#pragma once
+
+#include "com/status.h"
+#include "os/file.h"
+#include "os/fileReplacement.h"
+#include "os/fileState.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace metabase {
+
+/// The bytes of the file as they were read.
+struct Snapshot {
+    std::unique_ptr<char[]> bytes;
+    std::size_t size = 0;
+
+    std::string_view text() const { return {bytes.get(), size}; }
+};
+
+/// The states that a log passes through, in this order: unread; read, by readSnapshot; locked, by the first
+/// append; changed, by the first append that succeeds. Every failure has a detail text (setStatusDetail) that
+/// names the file.
+class ChangeLog {
+public:
+    /// `path` must outlive the log.
+    explicit ChangeLog(const char* path) : path_(path) {}
+
+    /// Reads the whole file, without a lock. ERROR_FILE_NOT_FOUND, ERROR_READ_FAULT and others of
+    /// HRESULT_FROM_WIN32 if the system can't read it; ERROR_FILE_INVALID if it changes during the reading.
+    HRESULT readSnapshot(Snapshot& snapshot);
+
+    /// Sets the part of the snapshot that is valid, its beginning. What follows, the torn line of a process
+    /// that died, is cut off before the first change.
+    void setValidText(std::string_view text);
+
+    /// Appends a line, which ends in LF, with one write; if that fails nothing of the line stays. The first
+    /// call locks the file until the log is destroyed.
+    ///
+    /// HRESULT_FROM_WIN32 of ERROR_LOCK_VIOLATION: another process has the lock. ERROR_FILE_INVALID: the file
+    /// at the path differs from what this log read and appended. E_ACCESSDENIED, ERROR_DISK_FULL,
+    /// ERROR_FILE_TOO_LARGE, ERROR_WRITE_FAULT: the system can't write.
+    HRESULT append(std::string_view line);
+
+    bool isChanged() const { return stage_ == Stage::changed; }
+
+    /// Replaces the contents of a changed log by the pieces that `writeContents` writes (see replaceFile). If
+    /// a step fails the file stays as it is.
+    void replaceContents(const std::function<void(const WritePiece&)>& writeContents);
+
+private:
+    enum class Stage { unread, read, locked, changed };
+
+    HRESULT lock();
+    HRESULT checkUnaltered() const;
+    HRESULT failAltered() const;
+    HRESULT cutTornLine();
+    HRESULT writeLine(std::string_view line);
+    HRESULT fail(HRESULT status, std::string_view what) const;
+    HRESULT failSystem(int error, std::string_view what, DWORD usual = ERROR_WRITE_FAULT) const;
+
+    const char* path_;
+    Stage stage_ = Stage::unread;
+    /// The file as this log last read or wrote it.
+    FileState knownState_;
+    /// The file's bytes up to here are whole lines, apart from a last one whose end may be missing.
+    std::size_t validLength_ = 0;
+    bool lastLineEnds_ = true;
+    /// Open from the stage locked on.
+    Descriptor file_;
+    /// The file that replaced this one; open only to keep its lock.
+    Descriptor replacement_;
+};
+
+} // namespace metabase

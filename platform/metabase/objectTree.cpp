@@ -1,0 +1,162 @@
+#include "objectTree.h"
+
+#include "com/characters.h"
+
+#include <algorithm>
+
+namespace metabase {
+
+namespace {
+
+auto placeOfChild(const ObjectNode& parent, std::u16string_view name) {
+    const auto before = [](const ObjectNode* child, std::u16string_view wanted) {
+        return child->name < wanted;
+    };
+    if (parent.children.empty() || before(parent.children.back(), name)) return parent.children.end();
+    return std::lower_bound(parent.children.begin(), parent.children.end(), name, before);
+}
+
+template <class Values> auto placeOfValue(Values& values, PropertyId property) {
+    if (values.empty() || values.back().property < property) return values.end();
+    return std::ranges::lower_bound(values, property, {}, &StoredValue::property);
+}
+
+const StoredValue* ownValue(const ObjectNode& node, PropertyId property) {
+    const auto found = placeOfValue(node.values, property);
+    return found != node.values.end() && found->property == property ? &*found : nullptr;
+}
+
+} // namespace
+
+bool isAddressable(std::u16string_view name) {
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const char16_t unit = name[i];
+        if (isControl(unit) || unit == u'/' || unit >= 0xFFFE) return false;
+        if (isHighHalf(unit) && i + 1 < name.size() && isLowHalf(name[i + 1])) {
+            ++i;
+        } else if (isHighHalf(unit) || isLowHalf(unit)) {
+            return false;
+        }
+    }
+    return !name.empty();
+}
+
+std::optional<PropertyId> ObjectTree::findProperty(std::u16string_view name) const {
+    const auto found = propertyIds_.find(name);
+    return found == propertyIds_.end() ? std::nullopt : std::optional(found->second);
+}
+
+const ClassDefinition* ObjectTree::findClass(std::u16string_view name) const {
+    const auto found = classesByName_.find(name);
+    return found == classesByName_.end() ? nullptr : found->second;
+}
+
+ObjectNode* ObjectTree::findChild(const ObjectNode& parent, std::u16string_view name) {
+    const auto place = placeOfChild(parent, name);
+    return place != parent.children.end() && (*place)->name == name ? *place : nullptr;
+}
+
+ObjectNode* ObjectTree::findObject(std::u16string_view path) const {
+    const ObjectNode* at = &aboveRoot_;
+    for (;;) {
+        const std::size_t slash = path.find(u'/');
+        ObjectNode* child = findChild(*at, path.substr(0, slash));
+        if (child == nullptr || slash == std::u16string_view::npos) return child;
+        at = child;
+        path.remove_prefix(slash + 1);
+    }
+}
+
+std::u16string ObjectTree::pathOf(const ObjectNode& node) {
+    std::size_t length = 0;
+    for (const ObjectNode* at = &node; at->parent != nullptr; at = at->parent) length += at->name.size() + 1;
+    std::u16string path(length - 1, u'/');
+    for (const ObjectNode* at = &node; at->parent != nullptr; at = at->parent) {
+        length -= at->name.size() + 1;
+        path.replace(length, at->name.size(), at->name);
+    }
+    return path;
+}
+
+EffectiveValue ObjectTree::effectiveValue(const ObjectNode& node, PropertyId property) const {
+    if (const StoredValue* own = ownValue(node, property); own != nullptr) return {own->view(), false};
+    const PropertyDefinition& definition = properties_[property];
+    if (definition.inheritable) {
+        for (const ObjectNode* at = node.parent; at != nullptr; at = at->parent) {
+            if (const StoredValue* value = ownValue(*at, property); value != nullptr)
+                return {value->view(), true};
+        }
+    }
+    return {definition.defaultText, false};
+}
+
+bool ObjectTree::addProperty(PropertyDefinition definition) {
+    if (findProperty(definition.name)) return false;
+    definition.name = propertyNames_.emplace_back(definition.name);
+    propertyIds_.emplace(definition.name, static_cast<PropertyId>(properties_.size()));
+    properties_.push_back(definition);
+    return true;
+}
+
+bool ObjectTree::addClass(ClassDefinition definition) {
+    if (findClass(definition.name) != nullptr) return false;
+    definition.listed.resize(properties_.size());
+    for (const auto& list : {definition.mandatory, definition.optional}) {
+        for (const PropertyId property : list) definition.listed[property] = true;
+    }
+    const ClassDefinition& added = classes_.emplace_back(std::move(definition));
+    classesByName_.emplace(added.name, &added);
+    return true;
+}
+
+std::string_view ObjectTree::whyNotAddable(const ObjectNode& parent, std::u16string_view name) const {
+    if (!isAddressable(name)) return "this can't be the name of an object";
+    if (&parent == root() && name == u"schema") return "schema is the place of the classes";
+    if (&parent == &aboveRoot_ && (root() != nullptr || name != u"localhost"))
+        return "the topmost object is localhost";
+    if (parent.definition != nullptr && !parent.definition->container)
+        return "an object of this class has no children";
+    if (parent.depth >= maxDepth) return "the tree has more than 256 levels";
+    if (findChild(parent, name) != nullptr) return "the object exists already";
+    return {};
+}
+
+ObjectNode& ObjectTree::addObject(ObjectNode& parent, std::u16string_view name,
+                                  const ClassDefinition& definition) {
+    ObjectNode& node = nodes_.emplace_back();
+    node.name = name;
+    node.parent = &parent;
+    node.definition = &definition;
+    node.depth = parent.depth + 1;
+    parent.children.insert(placeOfChild(parent, name), &node);
+    return node;
+}
+
+void ObjectTree::setKeyType(ObjectNode& node) const {
+    const std::optional<PropertyId> keyType = findProperty(u"KeyType");
+    if (keyType && node.definition->lists(*keyType)) setValue(node, *keyType, node.definition->keyTypeText);
+}
+
+void ObjectTree::remove(ObjectNode& node) {
+    std::vector<ObjectNode*> left{&node};
+    while (!left.empty()) {
+        ObjectNode* removed = left.back();
+        left.pop_back();
+        removed->deleted = true;
+        left.insert(left.end(), removed->children.begin(), removed->children.end());
+    }
+    node.parent->children.erase(placeOfChild(*node.parent, node.name));
+}
+
+bool ObjectTree::setValue(ObjectNode& node, PropertyId property, std::string_view text) {
+    const StoredValue value{text.data(), static_cast<std::uint32_t>(text.size()), property};
+    const auto place = placeOfValue(node.values, property);
+    if (place != node.values.end() && place->property == property) {
+        *place = value;
+        return false;
+    }
+    node.values.insert(place, value);
+    return true;
+}
+
+} // namespace metabase

@@ -1,0 +1,328 @@
+// The scripts for administrators, and the sessions that the pages show.
+
+#include "tests/support/processes.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <set>
+#include <sstream>
+
+namespace {
+
+const std::string documents = SKEINKEEP_SAMPLES "/..";
+const std::string programFolder = std::filesystem::path(SKEINKEEP_PROGRAM).parent_path();
+
+std::string readPage(const std::string& name) {
+    const Folder folder;
+    std::filesystem::copy(documents + "/" + name, folder.path("page"));
+    return folder.read("page");
+}
+
+/// Runs a line of the shell in a folder, with the built program and the folder's bin first in the PATH.
+Outcome shell(const Folder& folder, const std::string& line, const std::string& locale = "C.UTF-8") {
+    const std::string path =
+        "PATH=" + folder.path("bin") + ":" + programFolder + ":" + std::string(std::getenv("PATH"));
+    return runCommand(folder, {"sh", "-c", line}, {path, "HOME=" + folder.path("home"), "LC_ALL=" + locale});
+}
+
+/// A server with values of its own and with a site that inherits them.
+std::string serverWith(const std::string& values) {
+    return "metabase 1\n"
+           "property KeyType string single local \"\"\n"
+           "property Text string single local \"\"\n"
+           "property List string list inheritable []\n"
+           "property Flag bool single inheritable true\n"
+           "property Date date single inheritable date:0\n"
+           "property Count ui4 single inheritable ui4:0\n"
+           "property Share r8 single inheritable r8:0\n"
+           "property MimeMap mime list inheritable mime()\n"
+           "class IIsComputer container nodeleteops (KeyType) (Text, List, Flag, Date, Count, Share, "
+           "MimeMap)\n"
+           "class IIsWebServer container deleteops (KeyType) (Text, List, Flag, Date, Count, Share, "
+           "MimeMap)\n"
+           "object \"localhost\" IIsComputer\n" +
+           values + "object \"localhost/1\" IIsWebServer\n  Text \"\xC3\xA9\"\n";
+}
+
+/// A server's folder and a folder of backups.
+class NightlyFolder : public Folder {
+public:
+    explicit NightlyFolder(const std::string& metabase = serverWith("")) {
+        for (const char* name : {"server", "kept of it", "bin"})
+            std::filesystem::create_directory(path(name));
+        write("server/metabase.txt", metabase);
+    }
+    /// Runs the script after `before`, as it would run on a day.
+    Outcome night(const std::string& day = "2002-02-02", const std::string& before = "",
+                  const std::string& locale = "C.UTF-8") const {
+        write("bin/date", "#!/bin/sh\necho " + day + "\n");
+        std::filesystem::permissions(path("bin/date"), std::filesystem::perms::owner_all);
+        return shell(*this, before + "sh " SKEINKEEP_SAMPLES "/nightly/skeinkeep-nightly server 'kept of it'",
+                     locale);
+    }
+    std::set<std::string> backups() const {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(path("kept of it")))
+            names.insert(entry.path().filename());
+        return names;
+    }
+};
+
+TEST(Nightly, acceptsWhatComesBackAndRejectsWhatDoesNot) {
+    struct Case {
+        const char* name;
+        const char* values;
+        /// A part of what is printed; empty if the backup is good.
+        const char* printed;
+    };
+    // Letters of Latin-1 are beside each value: a tool that takes them for UTF-8 loses the line.
+    const Case cases[] = {{"a boolean of another value", "  Text \"\xC3\xA9\"\n  Flag bool:1\n",
+                           "localhost:Flag property to false"},
+                          {"U+FFFF", "  Text \"\xC3\xA9\\uFFFF\"\n", "localhost:Text property to \xE9?"},
+                          {"half a pair", "  Text \"\xC3\xA9\\uD800\"\n", "localhost:Text property to \xE9?"},
+                          {"NUL", "  Text \"\xC3\xA9\\u0000.\"\n", "localhost:Text property to \xE9 ."},
+                          {"CR", "  Text \"\xC3\xA9\\r.\"\n", "localhost:Text property to \xE9\n."},
+                          {"a control character",
+                           "  Text \"\xC3\xA9\"\n  List [\"a\", \"\xC3\xA9\\u0001\"]\n",
+                           "IIS://localhost:List has a control character, which no backup can hold."},
+                          {"TAB in a MIME map", "  MimeMap mime(\".\xC3\xA9\" \"a\\tb\")\n",
+                           "localhost:MimeMap property to <array>"},
+                          {"bytes", "  Text bytes:00FF\n", "The backup can't be restored."},
+                          {"nan", "  Text \"\xC3\xA9\"\n  Share r8:nan\n", ""},
+                          {"a line end beside a date in a list",
+                           "  List [\"\xC3\xA9\\n\", date:2004-11-01T02:30:00, \"\\n\"]\n", ""},
+                          {"an inherited date and number",
+                           "  Text \"\xC3\xA9\"\n  Date date:2004-11-01T02:30:00\n  Count ui4:5\n", ""}};
+    for (const char* locale : {"C", "C.UTF-8"}) {
+        for (const Case& test : cases) {
+            SCOPED_TRACE(std::string(test.name) + ", " + locale);
+            const NightlyFolder folder(serverWith(test.values));
+            const Outcome run = folder.night("2002-02-02", "", locale);
+            const bool good = *test.printed == '\0';
+            EXPECT_EQ(run.exitCode, good ? 0 : 1) << run;
+            EXPECT_EQ(folder.backups(), std::set<std::string>{good ? "2002-02-02.xml" : "rejected.xml"});
+            EXPECT_EQ(run.out, "");
+            EXPECT_EQ(run.err.empty(), good) << run;
+            EXPECT_NE(run.err.find(test.printed), std::string::npos) << run;
+        }
+    }
+}
+
+TEST(Nightly, reportsEachCauseInASentenceOfItsOwn) {
+    struct Case {
+        const char* before;
+        const char* sentence;
+    };
+    const Case cases[] = {{"rm server/metabase.txt; ", "The server's metabase can't be copied: cat: "},
+                          {"echo Wrong >>server/metabase.txt; ",
+                           "metabase.txt can't be understood: Error 0x8007000D (metabase.txt, line 16: "},
+                          {"rm -r server; ", "The server's folder server can't be entered."},
+                          {"rmdir 'kept of it'; ", "The folder of the backups kept of it can't be entered."},
+                          {"flock 'kept of it' ", "Another run is at work in "},
+                          {"ulimit -f 4; ", "The backup was cut off after 2048 bytes: the disk of "},
+                          {"ulimit -f 1; ", "The server's metabase can't be copied"},
+                          {"PATH=/usr/bin:/bin; ", "The program skeinKeep isn't in the PATH"}};
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.before);
+        const NightlyFolder folder(serverWith("  Text \"" + std::string(800, '&') + "\"\n"));
+        const std::set<std::string> kept = folder.backups();
+        const Outcome run = folder.night("2002-02-02", test.before);
+        EXPECT_EQ(run.exitCode, 1) << run;
+        EXPECT_NE(run.err.find(test.sentence), std::string::npos) << run;
+        if (std::filesystem::exists(folder.path("kept of it"))) {
+            EXPECT_EQ(folder.backups(), kept);
+        }
+    }
+}
+
+TEST(Nightly, keepsThirtyBackupsWhateverTheirDates) {
+    const NightlyFolder folder;
+    std::set<std::string> expected = {"notes.xml", "2002-02-02.xml"};
+    const auto add = [&](const std::string& name, bool stays) {
+        folder.write("kept of it/" + name, "");
+        if (stays) expected.insert(name);
+    };
+    add("notes.xml", true);
+    for (int day = 10; day < 42; ++day) {
+        add("2001-01-" + std::to_string(day) + ".xml", day >= 13);
+        add("2099-01-" + std::to_string(day) + ".xml", true);
+    }
+    const Outcome run = folder.night();
+    EXPECT_EQ(run.exitCode, 0) << run;
+    EXPECT_EQ(folder.backups(), expected);
+    EXPECT_EQ(run.err + run.out, "");
+}
+
+TEST(Nightly, keepsOneRejectedBackup) {
+    const NightlyFolder folder(serverWith("  Flag bool:1\n"));
+    for (const char* day : {"2002-02-02", "2002-02-03", "2002-02-04"})
+        EXPECT_EQ(folder.night(day).exitCode, 1);
+    EXPECT_EQ(folder.backups(), std::set<std::string>{"rejected.xml"});
+    EXPECT_NE(folder.read("kept of it/rejected.xml").find("</metabase>"), std::string::npos);
+}
+
+/// Names in the order of their 16-bit units, as they are and as a metabase file has them: what a backup
+/// escapes, what a shell, awk or a regular expression might take for something else, and the places where
+/// other orders differ.
+constexpr std::pair<const char*, const char*> trickyNames[] = {{"%s", "%s"},
+                                                               {"&amp;", "&amp;"},
+                                                               {"10", "10"},
+                                                               {"1e1", "1e1"},
+                                                               {"2", "2"},
+                                                               {"R&D", "R&D"},
+                                                               {"R<D>", "R<D>"},
+                                                               {"\\back", "\\\\back"},
+                                                               {"a \"b\"", "a \\\"b\\\""},
+                                                               {"a=b", "a=b"},
+                                                               {"\xC3\xA9", "\xC3\xA9"},
+                                                               {"\xC4\x81", "\xC4\x81"},
+                                                               {"\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
+                                                               {"\xEF\xBF\xBD", "\xEF\xBF\xBD"}};
+
+/// A server with an object of each name, whose text looks like lines of a backup, and two objects below it.
+std::string trickyServer() {
+    std::string text = serverWith("");
+    for (const auto& [name, written] : trickyNames) {
+        const std::string path = "object \"localhost/" + std::string(written);
+        text.append(path).append("\" IIsWebServer\n  KeyType \"IIsWebServer\"\n");
+        text += "  Text \"\\n          <children>\\n    <obj name=\\\"\\\">\\n      </obj>\\n      \"\n";
+        text.append(path)
+            .append("/a\" IIsWebServer\n")
+            .append(path)
+            .append("/b\" IIsWebServer\n  Count ui4:1\n");
+    }
+    return text;
+}
+
+Outcome graft(const Folder& folder, const std::string& fresh, const std::string& old,
+              const std::string& path) {
+    return runCommand(folder, {SKEINKEEP_SAMPLES "/graft-object", fresh, old, path}, {"LC_ALL=C.UTF-8"});
+}
+
+TEST(Graft, bringsBackOneObjectAndNothingElse) {
+    const Folder folder;
+    const std::string server = trickyServer();
+    folder.write("metabase.txt", server);
+    runHere(folder, {"-backup", "-file", "old.xml"});
+    const std::string old = folder.read("old.xml");
+    for (const auto& [name, written] : trickyNames) {
+        for (const char* below : {"", "/b"}) {
+            const std::string path = "IIS://localhost/" + std::string(name) + below;
+            SCOPED_TRACE(path);
+            // A change in a value and an object more, both of today, must stay.
+            const std::string today =
+                server + "+set \"localhost\" Text \"today\"\n+create \"localhost/zz\" IIsWebServer\n";
+            folder.write("metabase.txt", today);
+            runHere(folder, {"-backup", "-file", "expected.xml"});
+            folder.write("metabase.txt", today + "+delete \"localhost/" + written + below + "\"\n");
+            runHere(folder, {"-backup", "-file", "fresh.xml"});
+            const Outcome mended = graft(folder, "fresh.xml", "old.xml", path);
+            EXPECT_EQ(mended.exitCode, 0) << mended;
+            EXPECT_EQ(mended.out, folder.read("expected.xml"));
+            EXPECT_EQ(mended.err, "");
+        }
+    }
+    EXPECT_EQ(graft(folder, "old.xml", "old.xml", "IIS://localhost/\xE9").out, old) << "a path in Latin-1";
+    std::string changed = old;
+    changed.replace(changed.rfind(">1<"), 3, ">7<");
+    folder.write("changed.xml", changed);
+    EXPECT_EQ(graft(folder, "changed.xml", "old.xml", "IIS://localhost/\xEF\xBF\xBD").out, old)
+        << "a replaced object";
+}
+
+TEST(Graft, itsRestoreCreatesOneObject) {
+    const Folder folder;
+    folder.write("metabase.txt", sampleMetabase());
+    runHere(folder, {"-backup", "-file", "old.xml"});
+    folder.write("metabase.txt", sampleMetabase() + "+delete \"localhost/W3SVC/1\"\n");
+    runHere(folder, {"-backup", "-file", "fresh.xml"});
+    folder.write("mended.xml", graft(folder, "fresh.xml", "old.xml", "IIS://localhost/W3SVC/1").out);
+    EXPECT_EQ(runHere(folder, {"-restore", "-n", "-file", "mended.xml"}).out,
+              "Setting IIS://localhost/NntpSvc/1/Feeds/1:FeedStartTime property to [unknown variant type 7]\n"
+              "CREATE OBJECT: IIS://localhost/W3SVC/1 (class IIsWebServer)\n");
+}
+
+TEST(Graft, refusesWhatItCannotDoAndPrintsNothing) {
+    const Folder folder;
+    folder.write("metabase.txt", trickyServer());
+    runHere(folder, {"-backup", "-file", "old.xml"});
+    runHere(folder, {"-backup", "-file", "site.xml", "-root", "IIS://localhost/1"});
+    const std::string old = folder.read("old.xml");
+    folder.write("cut.xml", old.substr(0, old.size() - 5));
+    folder.write("utf8.xml", "<?xml version=\"1.0\" encoding=\"utf-8\"?>" + old.substr(old.find('\n')));
+    struct Case {
+        const char* fresh;
+        const char* old;
+        const char* path;
+        int exitCode;
+        const char* message;
+    };
+    const Case cases[] = {
+        {"old.xml", "old.xml", "IIS://localhost/none", 2,
+         "graft-object: There is no object IIS://localhost/none in old.xml.\n"},
+        {"old.xml", "old.xml", "localhost/1", 2,
+         "graft-object: There is no object localhost/1 in old.xml.\n"},
+        {"site.xml", "old.xml", "IIS://localhost/2/b", 2,
+         "graft-object: The parent of the object, IIS://localhost/2, is not in site.xml.\n"},
+        {"none.xml", "old.xml", "IIS://localhost/1", 2, "graft-object: The file none.xml cannot be read.\n"},
+        {"old.xml", "cut.xml", "IIS://localhost/1", 2,
+         "graft-object: The file cut.xml is no complete backup in the form that skeinKeep writes.\n"},
+        {"old.xml", "utf8.xml", "IIS://localhost/1", 2,
+         "graft-object: The file utf8.xml has another encoding than Latin-1.\n"}};
+    for (const Case& test : cases) {
+        const Outcome run = graft(folder, test.fresh, test.old, test.path);
+        EXPECT_EQ(run.exitCode, test.exitCode) << test.message;
+        EXPECT_EQ(run.out, "") << test.message;
+        EXPECT_EQ(run.err, test.message);
+    }
+}
+
+struct TypedCommand {
+    std::string line;
+    std::string printed;
+};
+
+/// The commands of a page, each with what the page shows as printed: in indented text, a line after "$ " is
+/// typed, one after "> " carries it on, and the others are printed.
+std::vector<TypedCommand> commandsOf(const std::string& page) {
+    std::istringstream lines(page);
+    std::vector<TypedCommand> commands;
+    bool inside = false;
+    for (std::string line; std::getline(lines, line);) {
+        const std::string text = line.starts_with("    ") ? line.substr(4) : "";
+        if (text.starts_with("$ ")) {
+            commands.push_back({text.substr(2), ""});
+            inside = true;
+        } else if (inside && text.starts_with("> ")) {
+            commands.back().line += "\n" + text.substr(2);
+        } else if (inside && !text.empty()) {
+            commands.back().printed += text + "\n";
+        } else {
+            inside = false;
+        }
+    }
+    return commands;
+}
+
+TEST(Pages, showSessionsThatCanBeTyped) {
+    for (const char* page : {"README.md", "docs/recipes.md"}) {
+        SCOPED_TRACE(page);
+        const std::vector<TypedCommand> commands = commandsOf(readPage(page));
+        ASSERT_GT(commands.size(), 5U);
+        const Folder folder;
+        std::filesystem::create_directory(folder.path("home"));
+        std::filesystem::create_directory_symlink(SKEINKEEP_SAMPLES, folder.path("samples"));
+        // A mark follows what each command prints; the exit code stays for the next one.
+        std::string script = "exec 2>&1\n";
+        for (const TypedCommand& command : commands)
+            script += command.line + "\n(status=$?; printf '\\001'; exit $status)\n";
+        std::istringstream output(shell(folder, script).out);
+        for (const TypedCommand& command : commands) {
+            std::string printed;
+            std::getline(output, printed, '\1');
+            EXPECT_EQ(printed, command.printed) << "$ " << command.line;
+        }
+    }
+}
+
+} // namespace
