@@ -52,7 +52,7 @@ BENCHMARK(printing);
 
 void escaping(benchmark::State& state, const std::u16string& units) {
     const Bstr text(units);
-    for ([[maybe_unused]] auto _ : state) printXmlEscaped(nowhere(), text);
+    for ([[maybe_unused]] auto _ : state) (void)printXmlEscaped(nowhere(), text);
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(units.size()));
 }
 BENCHMARK_CAPTURE(escaping, plain, plainText);
@@ -70,8 +70,8 @@ void dumping(benchmark::State& state) {
     const Variant value = listOf(static_cast<std::size_t>(state.range(0)));
     for ([[maybe_unused]] auto _ : state) {
         Variant copy;
-        VariantCopy(copy.out(), &value.get());
-        defaultPropDump(u"HttpErrors", copy.get(), nowhere(), 5, false);
+        (void)VariantCopy(copy.out(), &value.get());
+        (void)defaultPropDump(u"HttpErrors", copy.get(), nowhere(), 5, false);
     }
 }
 BENCHMARK(dumping)->Arg(1)->Arg(3)->Arg(10000);
@@ -92,7 +92,7 @@ void changingIntoText(benchmark::State& state, const VARIANT& value) {
 
 void changingFromText(benchmark::State& state, const VARIANT& value) {
     Variant text;
-    VariantChangeType(text.out(), &value, 0, VT_BSTR);
+    (void)VariantChangeType(text.out(), &value, 0, VT_BSTR);
     for ([[maybe_unused]] auto _ : state) {
         Variant back;
         benchmark::DoNotOptimize(VariantChangeType(back.out(), &text.get(), 0, value.vt));
@@ -124,7 +124,7 @@ void parsing(benchmark::State& state) {
     const Bstr text(backupOf(state.range(0)));
     for ([[maybe_unused]] auto _ : state) {
         void* made = nullptr;
-        CoCreateInstance(CLSID_DOMDocument, nullptr, CLSCTX_ALL, IXMLDOMDocument::iid, &made);
+        (void)CoCreateInstance(CLSID_DOMDocument, nullptr, CLSCTX_ALL, IXMLDOMDocument::iid, &made);
         const auto document = ComPtr<IXMLDOMDocument>::adopt(static_cast<IXMLDOMDocument*>(made));
         VARIANT_BOOL success = VARIANT_FALSE;
         if (document->loadXML(text, &success) != S_OK) state.SkipWithError("the document is refused");
@@ -154,7 +154,7 @@ int main(int argc, char** argv) {
     char folder[] = "/tmp/skeinKeepBenchXXXXXX";
     if (::mkdtemp(folder) == nullptr || ::chdir(folder) != 0) return 1;
     installPlatform();
-    CoInitializeEx(nullptr, 0);
+    (void)CoInitializeEx(nullptr, 0);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     CoUninitialize();
