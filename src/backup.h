@@ -4,8 +4,8 @@
 #include "directory/adsi.h"
 #include "skeinKeep.h"
 
-/// Writes the tree from the object at `rootPath` downward to `backupFile`, both in `runSettings`. Returns 0
-/// or a negative status; a failed backup leaves the file as far as it was written. If the file can't be
+/// Writes the tree from the object at `rootPath` downward to `backupFile`; both are fields of `runSettings`.
+/// Returns 0 or a negative status; after a failure the incomplete file stays. If the file can't be
 /// opened, prints a message to standard error, without an "Error" line, and returns E_FAIL.
 Status backupMain();
 

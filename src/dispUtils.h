@@ -11,8 +11,8 @@
 
 /// Compares two values. Returns 0 if they are the same, 1 if they differ, or a negative status: E_UNEXPECTED
 /// for a type with VT_BYREF, VT_VECTOR or VT_RESERVED and for an array of several dimensions. Values of
-/// different types differ. Currencies, dates and all other types that have no comparison here differ even
-/// from themselves.
+/// different types differ. Currencies, dates and all other types without a comparison here always differ,
+/// also a value from itself.
 Status cmpVariants(const VARIANT& a, const VARIANT& b);
 
 /// The same for two arrays, which are the same if their bounds are equal and each two elements are the same.

@@ -25,6 +25,7 @@ struct ObjInfo {
     bool isDeletable() const { return (flags & objFlagNoDelete) == 0 && deleteFn != nullptr; }
 };
 
-/// Finds the row of a class. Returns 0 with the row, or 1 with the default row if the table lacks the class;
-/// its objects can be deleted, but not created. Never fails.
+/// Finds the row of a class. Returns 0 with the row, or 1 with the default row if the table lacks the class:
+/// objects of such a class are never created, and a restore that finds one among the live children fails.
+/// Never fails.
 Status findObjInfo(std::u16string_view className, const ObjInfo*& row);

@@ -27,7 +27,7 @@ public:
     }
 
 private:
-    /// So many entries are cheaper to compare than to index.
+    /// Up to this number of entries a linear search costs less than an index.
     static constexpr std::ptrdiff_t nearby = 32;
 
     /// Searches the entries from the first one that isn't paired: as a rule, both sides have much the same

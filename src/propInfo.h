@@ -37,7 +37,7 @@ constexpr std::uint32_t propFlagReadOnly = 2;
 constexpr std::uint32_t propFlagIgnored = 4;
 
 /// A row of the property table. Without a `dumpFn` a property is left out of a backup; `cmpFn` and `setFn`
-/// are null only where a flag has a restore skip the property.
+/// are null only where a flag makes a restore skip the property. No pass calls `printFn`, which may be null.
 struct PropInfo {
     const OLECHAR* name;
     std::uint32_t flags;
@@ -51,8 +51,9 @@ struct PropInfo {
 /// exactly, up to their first NUL.
 const PropInfo& findPropInfo(const OLECHAR* name);
 
-// The tags of property elements, and the functions that print them for the DumpFn handlers. `level` is that
-// of the object, or that plus 1 for an element inside a property; the indentation follows from it.
+// The tags of property elements, and the functions that print them for the DumpFn handlers. `level` is the
+// object's; for a whole property element inside another one it is the object's plus 1. The functions indent
+// by it: printEntryStart and printMimeType indent deeper than their parent.
 
 constexpr std::string_view propTag = "prop";
 constexpr std::string_view propListTag = "proplist";
@@ -73,8 +74,8 @@ void printValueEnd(OutStream& stream);
 /// Prints the line of one entry of a MIME map.
 void printMimeType(OutStream& stream, int level, const OLECHAR* extension, const OLECHAR* mimeType);
 
-/// Parses a truth word, such as "true" or "no". Returns 0, or E_FAIL for another word, with `value`
-/// unchanged. Reports nothing.
+/// Parses a word for a boolean value, such as "true" or "no". Returns 0, or E_FAIL for another word, with
+/// `value` unchanged. Reports nothing.
 Status parseBoolWord(std::u16string_view word, bool& value);
 
 /// Parses the text of an element into a value of the VARTYPE whose number is its attribute `type`. Returns 0,
@@ -83,7 +84,7 @@ Status parseBoolWord(std::u16string_view word, bool& value);
 Status parseValueNode(IXMLDOMNode& node, Variant& out);
 
 /// Parses a `prop` or `proplist` element into a one-dimensional array of VARIANTs with lower bound 0, and its
-/// attribute `inherited`; for a word that is no truth word prints a warning and sets false. Returns 0,
+/// attribute `inherited`; for another word prints a warning and sets false. Returns 0,
 /// E_UNEXPECTED for an element with another tag, or the status of a failed step.
 Status parsePropNode(IXMLDOMNode& node, Variant& out, bool& inherited);
 

@@ -28,7 +28,7 @@ Status mimeMapParse(IXMLDOMNode& node, std::vector<MimeMapEntry>& entries);
 
 // See CmpFn, SetFn, PrintFn and DumpFn in propInfo.h.
 
-/// Compares the two maps as bags of pairs: their order doesn't count, the number of equal pairs does.
+/// Compares the two maps as multisets of pairs: their order doesn't count, the number of equal pairs does.
 Status mimeMapPropCmp(const VARIANT& value, BackupProp& prop);
 Status mimeMapPropSet(IADs& object, BackupProp& prop);
 /// Does nothing.

@@ -5,9 +5,9 @@
 #include "document/msxml.h"
 #include "skeinKeep.h"
 
-/// Loads `backupFile` of `runSettings` and brings the live tree into line with it, from the object downward
-/// that the file's topmost `obj` element names by its `path`. Sets `errStream` to standard output. Returns 0
-/// or a negative status; what was changed before a failure stays changed.
+/// Loads `backupFile` of `runSettings` and brings the live tree into line with it, starting at the object
+/// whose path is in the attribute `path` of the file's topmost `obj` element. Sets `errStream` to standard
+/// output. Returns 0 or a negative status; what was changed before a failure stays changed.
 Status restoreMain();
 
 /// Checks that a document is a backup of a supported version. Returns 0, E_FAIL if it isn't, with a message

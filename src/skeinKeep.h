@@ -8,9 +8,9 @@
 #include <string_view>
 #include <type_traits>
 
-/// The result of an operation: 0 is success, negative is a failure. A function that can also return 1 has the
-/// meaning of 1 in its comment. A function of `src/` reports its failures itself (see `reported`), unless its
-/// comment makes an exception; calls of the platform never report.
+/// The result of an operation: 0 is success, negative is a failure. If a function can also return 1,
+/// its comment says what 1 means. A function of `src/` reports its failures itself (see `reported`), unless
+/// its comment makes an exception; calls of the platform never report.
 using Status = HRESULT;
 
 /// The results of a comparison that doesn't fail.
@@ -107,7 +107,8 @@ Status reported(Status status, SourcePlace place, const Format<Args...>& text, c
 }
 
 /// The same at the caller's place: `return reported(status, "Getting %S property", name);`. The arguments are
-/// evaluated before the "Error" line is printed: one that can itself report needs two steps.
+/// evaluated before the "Error" line is printed: if computing one can itself report, call reported(status)
+/// first and print the text afterwards.
 template <class... Args>
 Status reported(Status status, const FailureText<std::type_identity_t<Args>...>& text,
                 const Args&... arguments) {

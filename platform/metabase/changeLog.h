@@ -37,8 +37,8 @@ public:
     /// that died, is cut off before the first change.
     void setValidText(std::string_view text);
 
-    /// Appends a line, which ends in LF, with one write; if that fails nothing of the line stays. The first
-    /// call locks the file until the log is destroyed.
+    /// Appends a line, which ends in LF, with one write; if that fails the part that was written is cut off,
+    /// or, if that fails too, stays as a torn line. The first call locks the file until the log is destroyed.
     ///
     /// HRESULT_FROM_WIN32 of ERROR_LOCK_VIOLATION: another process has the lock. ERROR_FILE_INVALID: the file
     /// at the path differs from what this log read and appended. E_ACCESSDENIED, ERROR_DISK_FULL,

@@ -56,7 +56,7 @@ public:
     explicit SafeArray(std::size_t count);
     SafeArray(SafeArray&& other) noexcept : array_(std::exchange(other.array_, nullptr)) {}
     SafeArray& operator=(SafeArray&&) = delete;
-    ~SafeArray() { (void)SafeArrayDestroy(array_); }
+    ~SafeArray() { (void)SafeArrayDestroy(array_); } // An owned array can be freed.
 
     SAFEARRAY* get() const { return array_; }
     /// Whether there is an array.

@@ -7,7 +7,7 @@
 
 using VARTYPE = std::uint16_t;
 using VARIANT_BOOL = std::int16_t;
-/// Days since 1899-12-30; the fraction is the time of day, counted away from midnight on either side of 0.
+/// Days since 1899-12-30; the absolute value of the fraction is the time of day, also for negative dates.
 using DATE = double;
 
 constexpr VARIANT_BOOL VARIANT_TRUE = -1;
@@ -140,7 +140,7 @@ public:
         return *this;
     }
     ~Variant() {
-        if (value_.vt != VT_EMPTY) (void)VariantClear(&value_);
+        if (value_.vt != VT_EMPTY) (void)VariantClear(&value_); // An owned value can be freed.
     }
 
     /// An owner of the contents of `value`.

@@ -111,7 +111,8 @@ HRESULT ADsGetObject(const OLECHAR* path, const IID& wanted, void** object);
 
 /// Returns an enumerator that starts at the first child. The caller frees it with ADsFreeEnumerator.
 HRESULT ADsBuildEnumerator(IADsContainer* container, IEnumVARIANT** enumerator);
-/// IEnumVARIANT::Next. The last element may come with S_FALSE or with the call before it.
+/// IEnumVARIANT::Next. The last element may be returned with S_FALSE, or with S_OK, in which case the next
+/// call returns S_FALSE without one.
 HRESULT ADsEnumerateNext(IEnumVARIANT* enumerator, ULONG count, VARIANT* elements, ULONG* fetched);
 /// Frees an enumerator, which may be null.
 HRESULT ADsFreeEnumerator(IEnumVARIANT* enumerator);

@@ -9,13 +9,13 @@ public:
     ChildEnumerator() = default;
     ChildEnumerator(const ChildEnumerator&) = delete;
     ChildEnumerator& operator=(const ChildEnumerator&) = delete;
-    ~ChildEnumerator() { (void)free(); }
+    ~ChildEnumerator() { (void)free(); } // A caller that needs the status calls free.
 
     /// Frees the enumerator and builds one that starts at the first child of `container`. Statuses as of
     /// ADsBuildEnumerator; a success without an enumerator is E_UNEXPECTED.
     HRESULT build(IADsContainer& container);
     /// Returns the next child in `child`: S_OK; S_FALSE if there are no more; or a failure of the enumerator.
-    /// One that returns no child and no end a thousand times in a row is E_UNEXPECTED.
+    /// An enumerator that a thousand times in a row returns neither a child nor the end is E_UNEXPECTED.
     HRESULT next(Variant& child);
     /// Frees the enumerator before the end of its owner, and returns the status of ADsFreeEnumerator.
     HRESULT free();
