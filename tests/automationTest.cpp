@@ -3,9 +3,11 @@
 #include "automation/safearray.h"
 #include "metabase/valueSyntax.h"
 #include "src/dispUtils.h"
+#include "src/propInfo.h"
 #include "tests/support/errorLines.h"
 #include "tests/support/tables.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
@@ -91,6 +93,35 @@ TEST(Values, arePrintedInReadableForm) {
     EXPECT_EQ(printed(ofType(VT_UNKNOWN, 0)), "[VT_UNKNOWN]");
     EXPECT_EQ(printed(stringArray({u"a"}, 7).get()), "a");
     EXPECT_EQ(printed(stringArray({u"a", u"b"}, -1).get()), "SAFEARRAY: 2 elements: a, b");
+}
+
+/// What a handler prints on standard error, and its status.
+std::string printedBy(const std::function<Status()>& handler, Status expected) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(handler(), expected);
+    return testing::internal::GetCapturedStderr();
+}
+
+TEST(PropertyTable, hasHandlersThatNoPassCalls) {
+    const Variant live = Variant::ofString(Bstr(u"live"));
+    BackupProp prop;
+    prop.parsed = true;
+    prop.value = Variant::ofString(Bstr(u"file"));
+    for (const auto& [name, printsValue] : {std::pair(u"Any", true), std::pair(u"KeyType", true),
+                                            std::pair(u"MimeMap", false), std::pair(u"IPSecurity", false)}) {
+        for (const bool useLive : {true, false}) {
+            const auto print = [&, name = name] {
+                return findPropInfo(name).printFn(useLive, prop, live.get());
+            };
+            EXPECT_EQ(printedBy(print, S_OK), !printsValue ? "" : useLive ? "live" : "file");
+        }
+    }
+    const auto compare = [&] { return findPropInfo(u"AdminACL").cmpFn(live.get(), prop); };
+    EXPECT_EQ(folded(printedBy(compare, E_NOTIMPL), "80004001"),
+              "{propInfo}unsupPropCmp not implemented yet");
+    const auto same = [](const VARIANT& value) { return cmpVariants(value, value); };
+    EXPECT_EQ(same(ofType(VT_DISPATCH, 0)), comparedSame);
+    EXPECT_EQ(same(ofType(VT_CY, 0)), comparedDifferent);
 }
 
 TEST(Values, ofTypesThatNoProviderGivesAreRefused) {

@@ -129,6 +129,33 @@ TEST(Metabase, showsTheValueOfTheObjectOrOneAboveItOrTheDefault) {
     EXPECT_FALSE(attributes);
 }
 
+TEST(Metabase, showsClassesAndSingleValues) {
+    const Live live(tree);
+    ComPtr<IADsClass> box;
+    ASSERT_EQ(bindObject(u"IIS://localhost/schema/Box", box), S_OK);
+    const std::pair<HRESULT (IADs::*)(BSTR*), std::u16string_view> texts[] = {
+        {&IADs::get_Name, u"Box"},
+        {&IADs::get_Class, u"Class"},
+        {&IADs::get_ADsPath, u"IIS://localhost/schema/Box"}};
+    for (const auto& [get, expected] : texts) {
+        Bstr text;
+        EXPECT_EQ((box.get()->*get)(text.out()), S_OK);
+        EXPECT_EQ(view(text), expected);
+    }
+    Bstr none;
+    Variant value;
+    EXPECT_EQ(box->get_Parent(none.out()), E_NOTIMPL);
+    EXPECT_EQ(box->get_Schema(none.out()), E_NOTIMPL);
+    EXPECT_EQ(box->Get(Bstr(u"Title"), value.out()), E_NOTIMPL);
+    EXPECT_EQ(box->GetEx(Bstr(u"Title"), value.out()), E_NOTIMPL);
+    EXPECT_EQ(box->Put(Bstr(u"Title"), value.get()), E_NOTIMPL);
+    EXPECT_EQ(box->SetInfo(), E_NOTIMPL);
+    EXPECT_EQ(open(u"IIS://localhost")->get_Parent(none.out()), E_ADS_BAD_PATHNAME);
+    EXPECT_EQ(open(u"IIS://localhost/b/c")->Get(Bstr(u"Title"), value.out()), S_OK);
+    ASSERT_EQ(value.type(), VT_BSTR);
+    EXPECT_EQ(view(value->bstrVal), u"none");
+}
+
 TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
     const std::string head = "# kept\n";
     Live live(head + tree.substr(0, tree.size() - 1));
