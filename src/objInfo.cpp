@@ -85,9 +85,10 @@ bool isWebService(BSTR className) { return equal(className, u"IIsWebService"); }
 Status filtersObjCreate(IADs& parent, BSTR className, BSTR objectName, ComPtr<IADs>& newObject) {
     Bstr parentClass;
     if (Status status = parent.get_Class(parentClass.out()); status < 0) return reported(status);
-    if (isWebService(parentClass))
+    if (isWebService(parentClass)) {
         return reported(E_UNEXPECTED,
                         "Can't create the default IIsFilters object!  It should already be there.");
+    }
     return defaultObjCreate(parent, className, objectName, newObject);
 }
 

@@ -170,9 +170,10 @@ Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
 Status reconcileChild(IADs& parent, const FileObject& object, const ChildIndex& children) {
     ChildEntry* entry = findChild(children, view(object.name));
     if (entry == nullptr) return createMissing(parent, object);
-    if (entry->matched)
+    if (entry->matched) {
         return reported(E_UNEXPECTED, "ERROR: object \"%S\" appears more than once in the backup file",
                         object.name);
+    }
     if (!equal(entry->className, view(object.className))) return replaceChild(parent, object, *entry);
     if (Status status = restoreObject(object.node, entry->object.get()); status < 0) return reported(status);
     entry->matched = true;

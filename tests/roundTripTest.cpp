@@ -158,7 +158,7 @@ TEST(RoundTrip, ofEveryTreeThroughABackupBringsAnotherTreeIntoLine) {
         RandomMetabase server(random);
         const std::string first = server.tree();
         const std::string second = server.tree();
-        SCOPED_TRACE("case " + std::to_string(number) + "\n" + first + "\n" + second);
+        SCOPED_TRACE(testing::Message() << "case " << number << "\n" << first << "\n" << second);
         expectRoundTrip(folder, first, second);
     }
 }

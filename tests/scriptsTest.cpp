@@ -20,8 +20,9 @@ std::string readPage(const std::string& name) {
 
 /// Runs a line of the shell in a folder, with the built program and the folder's bin first in the PATH.
 Outcome shell(const Folder& folder, const std::string& line, const std::string& locale = "C.UTF-8") {
-    const std::string path =
-        "PATH=" + folder.path("bin") + ":" + programFolder + ":" + std::string(std::getenv("PATH"));
+    const char* inherited = std::getenv("PATH");
+    const std::string path = "PATH=" + folder.path("bin") + ":" + programFolder + ":" +
+                             (inherited != nullptr ? inherited : "/usr/bin:/bin");
     return runCommand(folder, {"sh", "-c", line}, {path, "HOME=" + folder.path("home"), "LC_ALL=" + locale});
 }
 

@@ -6,6 +6,9 @@ namespace xml {
 
 NameTable::Number NameTable::add(std::u16string_view name) {
     NumberMap& numbers = numbers_[mapOf(name)];
+    // Most names are alone in their map.
+    if (const auto only = numbers.begin(); only != numbers.end() && equal(only->first, name))
+        return only->second;
     const auto place = numbers.lower_bound(name);
     if (place != numbers.end() && equal(place->first, name)) return place->second;
     const auto number = static_cast<Number>(names_.size());

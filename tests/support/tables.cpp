@@ -97,8 +97,8 @@ Table::Table(const std::string& name, TableKeys keys) : keys_(std::move(keys)) {
         const std::size_t blank = std::min(line.find(' '), line.size());
         const std::string key = line.substr(0, blank);
         std::string text = line.substr(std::min(blank + 1, line.size()));
-        const auto fail = [&](const std::string& message) {
-            throw std::runtime_error(place + ": " + message);
+        const auto fail = [&place](std::string_view message) {
+            throw std::runtime_error(std::string(place).append(": ").append(message));
         };
         if (!contains(keys_.required, key) && !contains(keys_.optional, key) && !contains(keys_.oneOf, key))
             fail("the table has no key \"" + key + "\"");
