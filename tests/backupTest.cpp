@@ -7,9 +7,7 @@
 #include "tests/support/tables.h"
 
 #include <algorithm>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 namespace {
 
@@ -171,17 +169,6 @@ TEST(Backup, reportsARootThatDoesNotExist) {
         EXPECT_EQ(folded(run.err, status), "{backup}Connecting to IIS via ADSI{backup}") << root;
         EXPECT_EQ(folder.read("f"), "<?xml version=\"1.0\" ?>\n<metabase version=\"1.0.0\">\n") << root;
     }
-}
-
-TEST(Backup, isNotEndedByTheLimitOfAFilesSize) {
-    const Folder folder;
-    folder.write("metabase.txt", sampleMetabase());
-    const Outcome run = runTool(folder, {"-backup", "-file", "f"}, [] {
-        const rlimit limit{4096, 4096};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    });
-    EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(folder.read("f").size(), 4096U);
 }
 
 } // namespace

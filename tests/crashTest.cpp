@@ -266,6 +266,13 @@ TEST(Restore, keepsToALimitOfTheFilesSize) {
     }
 }
 
+TEST(Backup, endsAtALimitOfTheFilesSize) {
+    const Server server(sampleMetabase());
+    const FileSizeLimit limited(4096);
+    EXPECT_EQ(runHere(server, {"-backup", "-file", "made"}).exitCode, 0);
+    EXPECT_EQ(server.read("made").size(), 4096U);
+}
+
 TEST(Restore, makesItsChangesWhereStandardOutputFails) {
     for (const bool isFull : {false, true}) {
         SCOPED_TRACE(isFull ? "a full device" : "a closed pipe");
