@@ -5,11 +5,11 @@
 //   the program calls                     what is between them                      written in
 //   ------------------------------------  ----------------------------------------  ----------------------
 //   a method of an object (IADs::GetEx,   a front: an object of the same            fronts.h,
-//   IXMLDOMNode::get_text, a query)       interfaces that passes each call on to    providerFaults.cpp,
-//                                         the real object, its inner one            documentFaults.cpp
+//   IXMLDOMNode::get_text, a query)       interfaces that passes each call on to    fronts.cpp
+//                                         the real object, its inner one
 //   a free function of the platform       a wrapper: the linker (--wrap=NAME)       functionFaults.cpp
 //   (ADsGetObject, VariantChangeType)     resolves calls of NAME to it
-//   a call of the operating system        the same                                  systemCalls.h, .cpp
+//   a call of the operating system        the same                                  systemCalls.cpp
 //   (open, write, rename)
 //
 // A front is put in place as a real provider is: by registration. A FaultInjection registers a front of the

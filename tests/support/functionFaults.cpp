@@ -6,90 +6,49 @@
 #include "directory/adsi.h"
 #include "tests/support/fronts.h"
 
+/// Defines the wrapper of a function; the last argument is its result where it fails, if that isn't the
+/// status.
+#define WRAP_CALL(Result, function, parameters, arguments, ...)                                              \
+    WRAP(Result, function, parameters) {                                                                     \
+        return intercept(#function, [&] { return real_##function arguments; } __VA_OPT__(, ) __VA_ARGS__);   \
+    }
+
 extern "C" {
 
-WRAP(HRESULT, CoInitializeEx, (void* reserved, DWORD flags)) {
-    return intercept("CoInitializeEx", [&] { return real_CoInitializeEx(reserved, flags); });
-}
-
-WRAP(HRESULT, CoCreateInstance,
-     (const CLSID& classId, IUnknown* outer, DWORD context, const IID& wanted, void** out)) {
-    return intercept("CoCreateInstance",
-                     [&] { return real_CoCreateInstance(classId, outer, context, wanted, out); });
-}
-
-WRAP(HRESULT, CoGetClassObject,
-     (const CLSID& classId, DWORD context, void* server, const IID& wanted, void** out)) {
-    return intercept("CoGetClassObject",
-                     [&] { return real_CoGetClassObject(classId, context, server, wanted, out); });
-}
-
-WRAP(HRESULT, ADsGetObject, (const OLECHAR* path, const IID& wanted, void** object)) {
-    return intercept("ADsGetObject", [&] { return real_ADsGetObject(path, wanted, object); });
-}
-
-WRAP(HRESULT, ADsBuildEnumerator, (IADsContainer * container, IEnumVARIANT** made)) {
-    return intercept("ADsBuildEnumerator", [&] { return real_ADsBuildEnumerator(container, made); });
-}
-
-WRAP(HRESULT, ADsEnumerateNext, (IEnumVARIANT * enumerator, ULONG count, VARIANT* elements, ULONG* fetched)) {
-    return intercept("ADsEnumerateNext",
-                     [&] { return real_ADsEnumerateNext(enumerator, count, elements, fetched); });
-}
+WRAP_CALL(HRESULT, CoInitializeEx, (void* reserved, DWORD flags), (reserved, flags))
+WRAP_CALL(HRESULT, CoCreateInstance,
+          (const CLSID& classId, IUnknown* outer, DWORD context, const IID& wanted, void** out),
+          (classId, outer, context, wanted, out))
+WRAP_CALL(HRESULT, CoGetClassObject,
+          (const CLSID& classId, DWORD context, void* server, const IID& wanted, void** out),
+          (classId, context, server, wanted, out))
+WRAP_CALL(HRESULT, ADsGetObject, (const OLECHAR* path, const IID& wanted, void** out), (path, wanted, out))
+WRAP_CALL(HRESULT, ADsBuildEnumerator, (IADsContainer * container, IEnumVARIANT** out), (container, out))
+WRAP_CALL(HRESULT, ADsEnumerateNext,
+          (IEnumVARIANT * enumerator, ULONG count, VARIANT* elements, ULONG* fetched),
+          (enumerator, count, elements, fetched))
+WRAP_CALL(HRESULT, VariantChangeType, (VARIANT * target, const VARIANT* source, WORD flags, VARTYPE type),
+          (target, source, flags, type))
+WRAP_CALL(HRESULT, SafeArrayGetVartype, (const SAFEARRAY* array, VARTYPE* type), (array, type))
+WRAP_CALL(HRESULT, SafeArrayGetLBound, (const SAFEARRAY* array, UINT number, LONG* out), (array, number, out))
+WRAP_CALL(HRESULT, SafeArrayGetUBound, (const SAFEARRAY* array, UINT number, LONG* out), (array, number, out))
+WRAP_CALL(HRESULT, SafeArrayGetElement, (const SAFEARRAY* array, const LONG* indices, void* out),
+          (array, indices, out))
+WRAP_CALL(HRESULT, VarBstrCmp, (BSTR left, BSTR right, LCID locale, ULONG flags),
+          (left, right, locale, flags), faultPlan().made ? VARCMP_LT : faultPlan().status)
+WRAP_CALL(SAFEARRAY*, SafeArrayCreate, (VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* bounds),
+          (type, dimensions, bounds), nullptr)
+WRAP_CALL(DWORD, FormatMessageA,
+          (DWORD flags, const void* source, DWORD status, DWORD language, char** buffer, DWORD size,
+           void* rest),
+          (flags, source, status, language, buffer, size, rest), 0)
+WRAP_CALL(int, MultiByteToWideChar,
+          (UINT codePage, DWORD flags, const char* bytes, int length, OLECHAR* wide, int wideLength),
+          (codePage, flags, bytes, length, wide, wideLength), 0)
 
 // The enumerator is freed in any case.
 WRAP(HRESULT, ADsFreeEnumerator, (IEnumVARIANT * enumerator)) {
     const HRESULT status = real_ADsFreeEnumerator(enumerator);
     return intercept("ADsFreeEnumerator", [&] { return status; });
-}
-
-WRAP(HRESULT, VariantChangeType, (VARIANT * target, const VARIANT* source, WORD flags, VARTYPE type)) {
-    return intercept("VariantChangeType",
-                     [&] { return real_VariantChangeType(target, source, flags, type); });
-}
-
-WRAP(HRESULT, SafeArrayGetVartype, (const SAFEARRAY* array, VARTYPE* type)) {
-    return intercept("SafeArrayGetVartype", [&] { return real_SafeArrayGetVartype(array, type); });
-}
-
-WRAP(HRESULT, SafeArrayGetLBound, (const SAFEARRAY* array, UINT dimension, LONG* bound)) {
-    return intercept("SafeArrayGetLBound", [&] { return real_SafeArrayGetLBound(array, dimension, bound); });
-}
-
-WRAP(HRESULT, SafeArrayGetUBound, (const SAFEARRAY* array, UINT dimension, LONG* bound)) {
-    return intercept("SafeArrayGetUBound", [&] { return real_SafeArrayGetUBound(array, dimension, bound); });
-}
-
-WRAP(HRESULT, SafeArrayGetElement, (const SAFEARRAY* array, const LONG* indices, void* element)) {
-    return intercept("SafeArrayGetElement",
-                     [&] { return real_SafeArrayGetElement(array, indices, element); });
-}
-
-// The results of these four aren't statuses.
-
-WRAP(HRESULT, VarBstrCmp, (BSTR left, BSTR right, LCID locale, ULONG flags)) {
-    const HRESULT failure = faultPlan().made ? VARCMP_LT : faultPlan().status;
-    return intercept(
-        "VarBstrCmp", [&] { return real_VarBstrCmp(left, right, locale, flags); }, failure);
-}
-
-WRAP(SAFEARRAY*, SafeArrayCreate, (VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* bounds)) {
-    return intercept(
-        "SafeArrayCreate", [&] { return real_SafeArrayCreate(type, dimensions, bounds); }, nullptr);
-}
-
-WRAP(DWORD, FormatMessageA,
-     (DWORD flags, const void* source, DWORD status, DWORD language, char** buffer, DWORD size,
-      void* arguments)) {
-    return intercept(
-        "FormatMessageA",
-        [&] { return real_FormatMessageA(flags, source, status, language, buffer, size, arguments); }, 0);
-}
-
-WRAP(int, MultiByteToWideChar,
-     (UINT codePage, DWORD flags, const char* bytes, int length, OLECHAR* wide, int wideLength)) {
-    return intercept(
-        "MultiByteToWideChar",
-        [&] { return real_MultiByteToWideChar(codePage, flags, bytes, length, wide, wideLength); }, 0);
 }
 }

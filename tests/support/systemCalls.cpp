@@ -3,7 +3,6 @@
 #include "tests/support/fronts.h"
 
 #include <cerrno>
-#include <cstdarg>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <utility>
@@ -40,44 +39,26 @@ SystemCallStop::~SystemCallStop() {
     action = nullptr;
 }
 
+/// Defines the wrapper of a call whose arguments no test looks at.
+#define WRAP_CALL(Result, function, parameters, arguments)                                                   \
+    WRAP(Result, function, parameters) { return fails({#function}) ? -1 : real_##function arguments; }
+
 extern "C" {
 
-WRAP(ssize_t, read, (int descriptor, void* buffer, size_t count)) {
-    return fails({"read"}) ? -1 : real_read(descriptor, buffer, count);
-}
+WRAP_CALL(ssize_t, read, (int descriptor, void* buffer, size_t count), (descriptor, buffer, count))
+WRAP_CALL(off_t, lseek, (int descriptor, off_t offset, int whence), (descriptor, offset, whence))
+WRAP_CALL(int, fstat, (int descriptor, struct stat* info), (descriptor, info))
+WRAP_CALL(int, stat, (const char* path, struct stat* info), (path, info))
+WRAP_CALL(int, flock, (int descriptor, int operation), (descriptor, operation))
+WRAP_CALL(int, ftruncate, (int descriptor, off_t size), (descriptor, size))
+WRAP_CALL(int, fsync, (int descriptor), (descriptor))
+WRAP_CALL(int, fchmod, (int descriptor, mode_t mode), (descriptor, mode))
+WRAP_CALL(int, rename, (const char* from, const char* to), (from, to))
+WRAP_CALL(int, unlink, (const char* path), (path))
+WRAP_CALL(int, open, (const char* path, int flags, mode_t mode), (path, flags, mode))
+
 WRAP(ssize_t, write, (int descriptor, const void* bytes, size_t count)) {
     const SystemCall call{"write", descriptor, {static_cast<const char*>(bytes), count}};
     return fails(call) ? -1 : real_write(descriptor, bytes, count);
-}
-WRAP(off_t, lseek, (int descriptor, off_t offset, int whence)) {
-    return fails({"lseek"}) ? -1 : real_lseek(descriptor, offset, whence);
-}
-WRAP(int, fstat, (int descriptor, struct stat* info)) {
-    return fails({"fstat"}) ? -1 : real_fstat(descriptor, info);
-}
-WRAP(int, stat, (const char* path, struct stat* info)) {
-    return fails({"stat"}) ? -1 : real_stat(path, info);
-}
-WRAP(int, flock, (int descriptor, int operation)) {
-    return fails({"flock"}) ? -1 : real_flock(descriptor, operation);
-}
-WRAP(int, ftruncate, (int descriptor, off_t size)) {
-    return fails({"ftruncate"}) ? -1 : real_ftruncate(descriptor, size);
-}
-WRAP(int, fsync, (int descriptor)) { return fails({"fsync"}) ? -1 : real_fsync(descriptor); }
-WRAP(int, fchmod, (int descriptor, mode_t mode)) {
-    return fails({"fchmod"}) ? -1 : real_fchmod(descriptor, mode);
-}
-WRAP(int, rename, (const char* from, const char* to)) {
-    return fails({"rename"}) ? -1 : real_rename(from, to);
-}
-WRAP(int, unlink, (const char* path)) { return fails({"unlink"}) ? -1 : real_unlink(path); }
-
-WRAP(int, open, (const char* path, int flags, ...)) {
-    std::va_list rest;
-    va_start(rest, flags);
-    const mode_t mode = va_arg(rest, mode_t);
-    va_end(rest);
-    return fails({"open"}) ? -1 : real_open(path, flags, mode);
 }
 }

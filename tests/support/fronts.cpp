@@ -1,0 +1,364 @@
+// Fronts of the objects of the provider and of the document service, and the injection itself; see faults.h.
+
+#include "tests/support/fronts.h"
+
+#include "automation/safearray.h"
+#include "com/runtime.h"
+#include "document/msxml.h"
+#include "metabase/provider.h"
+#include "metabase/valueObjects.h"
+#include "tests/support/processes.h"
+
+#include <algorithm>
+#include <concepts>
+#include <cstdlib>
+#include <deque>
+
+bool isProgramCalling = false;
+
+namespace {
+
+FaultPlan plan;
+CallLog callLog;
+std::string_view lastCall;
+int enumerations = 0;
+
+/// The names of queries in plans and logs.
+struct QueryName {
+    IID iid;
+    const char* name;
+};
+const QueryName queryNames[] = {{IADs::iid, "query IADs"},
+                                {IDispatch::iid, "query IDispatch"},
+                                {IADsContainer::iid, "query IADsContainer"},
+                                {IADsDeleteOps::iid, "query IADsDeleteOps"},
+                                {IISBaseObject::iid, "query IISBaseObject"},
+                                {IISPropertyAttribute::iid, "query IISPropertyAttribute"},
+                                {IISIPSecurity::iid, "query IISIPSecurity"},
+                                {IISMimeType::iid, "query IISMimeType"},
+                                {IXMLDOMElement::iid, "query IXMLDOMElement"}};
+
+// Replace what a call handed out by a front of it, if it is an object or has objects.
+template <class Other> void replaceByFront(Other) {}
+template <std::derived_from<IDispatch> T> void replaceByFront(T** object);
+void replaceByFront(IUnknown** enumerator);
+void replaceByFront(VARIANT* value);
+
+/// A front: offers the interfaces and passes every call on to its inner object.
+template <class... Interfaces> class Front : public NamelessObject<Interfaces...> {
+public:
+    explicit Front(IUnknown& inner) : inner_(&inner) {}
+
+    HRESULT QueryInterface(const IID& wanted, void** out) override {
+        *out = nullptr;
+        const auto* known = std::ranges::find(queryNames, wanted, &QueryName::iid);
+        return intercept(known == std::end(queryNames) ? "query" : known->name, [&] {
+            void* found = nullptr;
+            if (HRESULT status = inner_->QueryInterface(wanted, &found); status < 0) return status;
+            static_cast<IUnknown*>(found)->Release();
+            return NamelessObject<Interfaces...>::QueryInterface(wanted, out);
+        });
+    }
+
+protected:
+    template <class T, class... Parameters, class... Arguments>
+    HRESULT pass(const char* name, HRESULT (T::*method)(Parameters...), Arguments... arguments) {
+        return intercept(name, [&] {
+            ComPtr<T> inner;
+            (void)query(*inner_, inner);
+            const HRESULT status = (inner.get()->*method)(arguments...);
+            (replaceByFront(arguments), ...);
+            return status;
+        });
+    }
+
+private:
+    ComPtr<IUnknown> inner_;
+};
+
+/// Defines a method of a front.
+#define PASS(Interface, method, parameters, ...)                                                             \
+    HRESULT method parameters override {                                                                     \
+        return this->pass(#Interface "::" #method, &Interface::method __VA_OPT__(, ) __VA_ARGS__);           \
+    }
+
+// ---- the provider
+
+template <class... Interfaces> class NamedFront : public Front<Interfaces...> {
+public:
+    using Front<Interfaces...>::Front;
+    PASS(IADs, get_Name, (BSTR * out), out)
+    PASS(IADs, get_Class, (BSTR * out), out)
+    PASS(IADs, get_ADsPath, (BSTR * out), out)
+    PASS(IADs, get_Parent, (BSTR * out), out)
+    PASS(IADs, get_Schema, (BSTR * out), out)
+    PASS(IADs, SetInfo, ())
+    PASS(IADs, Put, (BSTR name, const VARIANT& value), name, value)
+    HRESULT Get(BSTR name, VARIANT* value) override {
+        return changed(name, value, this->pass("IADs::Get", &IADs::Get, name, value));
+    }
+    HRESULT GetEx(BSTR name, VARIANT* value) override {
+        return changed(name, value, this->pass("IADs::GetEx", &IADs::GetEx, name, value));
+    }
+
+private:
+    static HRESULT changed(BSTR name, VARIANT* value, HRESULT status) {
+        if (status >= 0 && plan.onRead) plan.onRead(std::u16string(view(name)), *value);
+        return status;
+    }
+};
+
+struct ObjectFront final : NamedFront<IADs, IADsContainer, IADsDeleteOps, IISBaseObject> {
+    using NamedFront::NamedFront;
+    PASS(IDispatch, GetIDsOfNames,
+         (const IID& reserved, const OLECHAR* const* names, UINT count, LCID locale, DISPID* ids), reserved,
+         names, count, locale, ids)
+    PASS(IADsContainer, get__NewEnum, (IUnknown * *out), out)
+    PASS(IADsContainer, Create, (BSTR className, BSTR name, IDispatch** out), className, name, out)
+    PASS(IADsContainer, Delete, (BSTR className, BSTR name), className, name)
+    PASS(IADsDeleteOps, DeleteObject, (LONG flags), flags)
+    PASS(IISBaseObject, GetPropertyAttribObj, (BSTR name, IDispatch** out), name, out)
+};
+
+struct ClassFront final : NamedFront<IADsClass> {
+    using NamedFront::NamedFront;
+    PASS(IADsClass, get_MandatoryProperties, (VARIANT * names), names)
+    PASS(IADsClass, get_OptionalProperties, (VARIANT * names), names)
+};
+
+struct AttributeFront final : Front<IISPropertyAttribute> {
+    using Front::Front;
+    PASS(IISPropertyAttribute, get_Isinherited, (VARIANT_BOOL * out), out)
+};
+
+struct MimeTypeFront final : Front<IISMimeType> {
+    using Front::Front;
+    PASS(IISMimeType, get_MimeType, (BSTR * out), out)
+    PASS(IISMimeType, put_MimeType, (BSTR text), text)
+    PASS(IISMimeType, get_Extension, (BSTR * out), out)
+    PASS(IISMimeType, put_Extension, (BSTR text), text)
+};
+
+struct IpSecurityFront final : Front<IISIPSecurity> {
+    using Front::Front;
+    PASS(IISIPSecurity, get_GrantByDefault, (VARIANT_BOOL * out), out)
+    PASS(IISIPSecurity, put_GrantByDefault, (VARIANT_BOOL grant), grant)
+    PASS(IISIPSecurity, get_IPGrant, (VARIANT * out), out)
+    PASS(IISIPSecurity, put_IPGrant, (const VARIANT& list), list)
+    PASS(IISIPSecurity, get_IPDeny, (VARIANT * out), out)
+    PASS(IISIPSecurity, put_IPDeny, (const VARIANT& list), list)
+    PASS(IISIPSecurity, get_DomainGrant, (VARIANT * out), out)
+    PASS(IISIPSecurity, put_DomainGrant, (const VARIANT& list), list)
+    PASS(IISIPSecurity, get_DomainDeny, (VARIANT * out), out)
+    PASS(IISIPSecurity, put_DomainDeny, (const VARIANT& list), list)
+};
+
+/// Enumerates the children that the inner enumerator has at the beginning.
+class EnumeratorFront final : public ComObject<IEnumVARIANT> {
+public:
+    explicit EnumeratorFront(IEnumVARIANT& inner) {
+        Variant child;
+        for (ULONG fetched = 0; inner.Next(1, child.out(), &fetched) == S_OK;) {
+            replaceByFront(&child.get());
+            children_.push_back(std::move(child));
+        }
+        if (++enumerations == plan.withoutFirstChild) children_.pop_front();
+    }
+    HRESULT Next(ULONG, VARIANT* element, ULONG* fetched) override {
+        *fetched = 0;
+        if (emptyAnswers_++ < plan.emptyAnswers) return S_OK;
+        emptyAnswers_ = 0;
+        if (children_.empty()) return S_FALSE;
+        *fetched = 1;
+        *element = children_.front().detach();
+        children_.pop_front();
+        return plan.lastWithEnd && children_.empty() ? S_FALSE : S_OK;
+    }
+
+private:
+    std::deque<Variant> children_;
+    int emptyAnswers_ = 0;
+};
+
+// ---- the document service
+
+struct ListFront final : Front<IXMLDOMNodeList> {
+    using Front::Front;
+    PASS(IXMLDOMNodeList, get_length, (LONG * length), length)
+    PASS(IXMLDOMNodeList, nextNode, (IXMLDOMNode * *out), out)
+};
+
+struct MapFront final : Front<IXMLDOMNamedNodeMap> {
+    using Front::Front;
+    PASS(IXMLDOMNamedNodeMap, get_length, (LONG * length), length)
+    PASS(IXMLDOMNamedNodeMap, get_item, (LONG index, IXMLDOMNode** out), index, out)
+};
+
+/// The calls of a node, for each interface that extends IXMLDOMNode.
+template <class Interface> struct NodeFront : Front<Interface> {
+    using Front<Interface>::Front;
+    HRESULT QueryInterface(const IID& wanted, void** out) override {
+        return Front<Interface>::QueryInterface(wanted == IXMLDOMNode::iid ? Interface::iid : wanted, out);
+    }
+    PASS(IXMLDOMNode, get_nodeName, (BSTR * out), out)
+    PASS(IXMLDOMNode, get_nodeValue, (VARIANT * out), out)
+    PASS(IXMLDOMNode, get_text, (BSTR * out), out)
+    PASS(IXMLDOMNode, get_firstChild, (IXMLDOMNode * *out), out)
+    PASS(IXMLDOMNode, hasChildNodes, (VARIANT_BOOL * out), out)
+    PASS(IXMLDOMNode, get_childNodes, (IXMLDOMNodeList * *out), out)
+    PASS(IXMLDOMNode, get_attributes, (IXMLDOMNamedNodeMap * *out), out)
+    PASS(IXMLDOMNode, selectNodes, (BSTR query, IXMLDOMNodeList** out), query, out)
+    PASS(IXMLDOMNode, selectSingleNode, (BSTR query, IXMLDOMNode** out), query, out)
+};
+
+struct PlainNodeFront final : NodeFront<IXMLDOMNode> {
+    using NodeFront::NodeFront;
+};
+
+struct ElementFront final : NodeFront<IXMLDOMElement> {
+    using NodeFront::NodeFront;
+    PASS(IXMLDOMElement, getAttribute, (BSTR name, VARIANT* out), name, out)
+};
+
+struct DocumentFront final : NodeFront<IXMLDOMDocument> {
+    using NodeFront::NodeFront;
+    PASS(IXMLDOMDocument, put_async, (VARIANT_BOOL async), async)
+    PASS(IXMLDOMDocument, loadXML, (BSTR text, VARIANT_BOOL* success), text, success)
+    PASS(IXMLDOMDocument, get_documentElement, (IXMLDOMElement * *out), out)
+};
+
+// ---- which front an object gets
+
+/// Replaces an object by a MadeFront of it, if it offers Interface.
+template <class MadeFront, class Interface, class T> bool isReplaced(T** object) {
+    ComPtr<Interface> known;
+    if (query(**object, known) < 0) return false;
+    const auto inner = ComPtr<T>::adopt(*object);
+    void* made = nullptr;
+    (void)makeObject<MadeFront>(*inner)->QueryInterface(T::iid, &made);
+    *object = static_cast<T*>(made);
+    return true;
+}
+
+template <std::derived_from<IDispatch> T> void replaceByFront(T** object) {
+    if (*object == nullptr) return;
+    (void)(isReplaced<ElementFront, IXMLDOMElement>(object) ||
+           isReplaced<DocumentFront, IXMLDOMDocument>(object) ||
+           isReplaced<PlainNodeFront, IXMLDOMNode>(object) ||
+           isReplaced<ListFront, IXMLDOMNodeList>(object) ||
+           isReplaced<MapFront, IXMLDOMNamedNodeMap>(object) || isReplaced<ObjectFront, IADs>(object) ||
+           isReplaced<ClassFront, IADsClass>(object) ||
+           isReplaced<AttributeFront, IISPropertyAttribute>(object) ||
+           isReplaced<MimeTypeFront, IISMimeType>(object) ||
+           isReplaced<IpSecurityFront, IISIPSecurity>(object));
+}
+
+void replaceByFront(IUnknown** enumerator) {
+    ComPtr<IEnumVARIANT> inner;
+    if (*enumerator == nullptr || query(**enumerator, inner) < 0) return;
+    (*enumerator)->Release();
+    *enumerator = makeObject<EnumeratorFront>(*inner).detach();
+}
+
+void replaceByFront(VARIANT* value) {
+    if (value->vt == VT_DISPATCH) replaceByFront(&value->pdispVal);
+    if (value->vt != (VT_ARRAY | VT_VARIANT)) return;
+    auto* elements = static_cast<VARIANT*>(value->parray->pvData);
+    for (ULONG i = 0; i < value->parray->rgsabound[0].cElements; ++i) replaceByFront(elements + i);
+}
+
+/// Returns a front of the object that a call handed out as an IDispatch.
+HRESULT returnFront(HRESULT status, void* found, const IID& wanted, void** out) {
+    *out = nullptr;
+    if (status < 0) return status;
+    auto* object = static_cast<IDispatch*>(found);
+    replaceByFront(&object);
+    return ComPtr<IDispatch>::adopt(object)->QueryInterface(wanted, out);
+}
+
+// ---- the ways to the objects
+
+class ProviderFront final : public ComObject<IADsProvider> {
+public:
+    HRESULT GetObject(const OLECHAR* path, const IID& wanted, void** out) override {
+        void* found = nullptr;
+        const HRESULT status = metabase::iisProvider()->GetObject(path, IDispatch::iid, &found);
+        return returnFront(status, found, wanted, out);
+    }
+};
+
+class FactoryFront final : public ComObject<IClassFactory> {
+public:
+    explicit FactoryFront(ComPtr<IClassFactory> inner) : inner_(std::move(inner)) {}
+    HRESULT CreateInstance(IUnknown* outer, const IID& wanted, void** out) override {
+        *out = nullptr;
+        return intercept("IClassFactory::CreateInstance", [&] {
+            void* made = nullptr;
+            const HRESULT status = inner_->CreateInstance(outer, IDispatch::iid, &made);
+            return returnFront(status, made, wanted, out);
+        });
+    }
+
+private:
+    ComPtr<IClassFactory> inner_;
+};
+
+/// Registers a front of a class object; the destructor registers the real one again.
+class FrontedClass {
+public:
+    explicit FrontedClass(const CLSID& classId) : classId_(classId) {
+        void* found = nullptr;
+        (void)CoInitializeEx(nullptr, 0);
+        if (CoGetClassObject(classId, CLSCTX_ALL, nullptr, IClassFactory::iid, &found) < 0) std::abort();
+        CoUninitialize();
+        real_ = ComPtr<IClassFactory>::adopt(static_cast<IClassFactory*>(found));
+        registerClass(classId, *makeObject<FactoryFront>(real_));
+    }
+    FrontedClass(const FrontedClass&) = delete;
+    FrontedClass& operator=(const FrontedClass&) = delete;
+    ~FrontedClass() { registerClass(classId_, *real_); }
+
+private:
+    CLSID classId_;
+    ComPtr<IClassFactory> real_;
+};
+
+} // namespace
+
+const FaultPlan& faultPlan() { return plan; }
+
+bool countCall(std::string_view name) {
+    const std::string_view before = std::exchange(lastCall, name);
+    if (plan.call != "*" && plan.call != name) return false;
+    callLog.counted.push_back(name);
+    const auto number = static_cast<int>(callLog.counted.size());
+    if (number == plan.number) {
+        callLog.failed = name;
+        callLog.before = before;
+    }
+    return plan.number != 0 && (number == plan.number || (plan.lasting && number > plan.number));
+}
+
+struct FaultInjection::Fronts {
+    FrontedClass documents{CLSID_DOMDocument};
+    FrontedClass mimeTypes{CLSID_MimeMap};
+};
+
+FaultInjection::FaultInjection(const FaultPlan& wanted) {
+    preparePlatform();
+    fronts_ = std::make_unique<Fronts>();
+    registerProvider(u"IIS:", *makeObject<ProviderFront>());
+    plan = wanted;
+    callLog = {};
+    lastCall = {};
+    enumerations = 0;
+    isProgramCalling = true;
+}
+
+FaultInjection::~FaultInjection() {
+    isProgramCalling = false;
+    registerProvider(u"IIS:", *metabase::iisProvider());
+    plan = {};
+}
+
+const CallLog& FaultInjection::log() const { return callLog; }
