@@ -5,16 +5,12 @@
 #include <fstream>
 #include <sstream>
 
-namespace {
-
 std::string readBytes(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream text;
     text << in.rdbuf();
     return in ? text.str() : Folder::noFile;
 }
-
-} // namespace
 
 const std::string Folder::noFile = "<no file>";
 
@@ -30,8 +26,6 @@ Folder::~Folder() { std::filesystem::remove_all(path_); }
 void Folder::write(const std::string& name, const std::string& bytes) const {
     std::ofstream(path(name), std::ios::binary) << bytes;
 }
-
-std::string Folder::read(const std::string& name) const { return readBytes(path(name)); }
 
 std::string sampleMetabase() { return readBytes(SKEINKEEP_SAMPLES "/metabase.txt"); }
 

@@ -3,6 +3,9 @@
 
 #include <string>
 
+/// The bytes of a file; Folder::noFile if there is none.
+std::string readBytes(const std::string& path);
+
 /// A new empty folder, removed with all its content by its owner's destructor.
 class Folder {
 public:
@@ -17,8 +20,8 @@ public:
 
     std::string path(const std::string& name = "") const { return path_ + "/" + name; }
     void write(const std::string& name, const std::string& bytes) const;
-    /// The bytes of a file; noFile if there is none.
-    std::string read(const std::string& name) const;
+    /// As of readBytes.
+    std::string read(const std::string& name) const { return readBytes(path(name)); }
 
     static const std::string noFile;
 

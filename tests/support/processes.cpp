@@ -5,13 +5,11 @@
 #include "src/skeinKeep.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
 #include <iostream>
 #include <spawn.h>
 #include <sys/mman.h>
@@ -36,16 +34,7 @@ public:
     ~Sink() { ::close(descriptor_); }
 
     int descriptor() const { return descriptor_; }
-    std::string text() const {
-        std::string text;
-        std::array<char, 65536> piece;
-        for (off_t at = 0;; at = static_cast<off_t>(text.size())) {
-            const ssize_t count = ::pread(descriptor_, piece.data(), piece.size(), at);
-            if (count < 0) fail("pread");
-            if (count == 0) return text;
-            text.append(piece.data(), static_cast<std::size_t>(count));
-        }
-    }
+    std::string text() const { return readBytes("/proc/self/fd/" + std::to_string(descriptor_)); }
 
 private:
     int descriptor_;
@@ -74,25 +63,6 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     return pointers;
 }
 
-/// Starts a program without a copy of this process, which takes long where the process is large.
-Outcome spawn(const Folder& folder, const char* program, Arguments command, const std::vector<int>& closed,
-              std::vector<std::string> environment) {
-    const Sinks sinks;
-    posix_spawn_file_actions_t actions;
-    ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_adddup2(&actions, sinks.out.descriptor(), STDOUT_FILENO);
-    ::posix_spawn_file_actions_adddup2(&actions, sinks.err.descriptor(), STDERR_FILENO);
-    ::posix_spawn_file_actions_addchdir_np(&actions, folder.path().c_str());
-    for (const int descriptor : closed) ::posix_spawn_file_actions_addclose(&actions, descriptor);
-    pid_t child = 0;
-    const int error = ::posix_spawnp(&child, program, &actions, nullptr, pointersTo(command).data(),
-                                     pointersTo(environment).data());
-    ::posix_spawn_file_actions_destroy(&actions);
-    errno = error;
-    if (error != 0) fail(program);
-    return outcomeOf(child, sinks);
-}
-
 std::vector<std::string> environmentWith(const std::vector<std::string>& variables) {
     std::vector<std::string> all = variables;
     for (char** entry = environ; *entry != nullptr; ++entry) {
@@ -102,19 +72,6 @@ std::vector<std::string> environmentWith(const std::vector<std::string>& variabl
         if (!isReplaced) all.emplace_back(*entry);
     }
     return all;
-}
-
-Arguments withProgram(Arguments arguments) {
-    arguments.insert(arguments.begin(), "skeinKeep");
-    return arguments;
-}
-
-int runEntryPoint(Arguments line) {
-    preparePlatform();
-    setStatusDetail(S_OK, "");
-    const int exitCode = skeinKeepMain(static_cast<int>(line.size()), pointersTo(line).data());
-    runSettings = RunSettings{};
-    return exitCode;
 }
 
 /// The standard streams of this process lead into sinks for as long as this lives.
@@ -140,18 +97,6 @@ private:
     int err_ = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
 };
 
-/// This process works in a folder for as long as this lives.
-class WorkingDirectory {
-public:
-    explicit WorkingDirectory(const Folder& folder) { std::filesystem::current_path(folder.path()); }
-    WorkingDirectory(const WorkingDirectory&) = delete;
-    WorkingDirectory& operator=(const WorkingDirectory&) = delete;
-    ~WorkingDirectory() { std::filesystem::current_path(before_); }
-
-private:
-    std::filesystem::path before_ = std::filesystem::current_path();
-};
-
 } // namespace
 
 std::ostream& operator<<(std::ostream& stream, const Outcome& run) {
@@ -172,13 +117,29 @@ void flushAllStreams() {
     standardError().flush();
 }
 
-Outcome runProgram(const Folder& folder, const Arguments& arguments, const std::vector<int>& closed) {
-    return spawn(folder, SKEINKEEP_PROGRAM, withProgram(arguments), closed, environmentWith({}));
+Outcome runProgram(const Folder& folder, const Arguments& arguments, const std::string& shellLine) {
+    Arguments command = {"sh", "-c", shellLine, SKEINKEEP_PROGRAM};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return runCommand(folder, command);
 }
 
+// Makes no copy of this process, which takes long where the process is large.
 Outcome runCommand(const Folder& folder, const Arguments& command,
                    const std::vector<std::string>& variables) {
-    return spawn(folder, command[0].c_str(), command, {}, environmentWith(variables));
+    const Sinks sinks;
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_adddup2(&actions, sinks.out.descriptor(), STDOUT_FILENO);
+    ::posix_spawn_file_actions_adddup2(&actions, sinks.err.descriptor(), STDERR_FILENO);
+    ::posix_spawn_file_actions_addchdir_np(&actions, folder.path().c_str());
+    Arguments words = command;
+    std::vector<std::string> environment = environmentWith(variables);
+    pid_t child = 0;
+    errno = ::posix_spawnp(&child, words[0].c_str(), &actions, nullptr, pointersTo(words).data(),
+                           pointersTo(environment).data());
+    ::posix_spawn_file_actions_destroy(&actions);
+    if (child == 0) fail(words[0].c_str());
+    return outcomeOf(child, sinks);
 }
 
 Outcome runChild(const Folder& folder, const std::function<int()>& body) {
@@ -189,28 +150,32 @@ Outcome runChild(const Folder& folder, const std::function<int()>& body) {
     if (child == 0) {
         ::dup2(sinks.out.descriptor(), STDOUT_FILENO);
         ::dup2(sinks.err.descriptor(), STDERR_FILENO);
-        if (::chdir(folder.path().c_str()) != 0) fail("chdir");
+        std::filesystem::current_path(folder.path());
         std::exit(body());
     }
     return outcomeOf(child, sinks);
 }
 
-Outcome runTool(const Folder& folder, const Arguments& arguments, const std::function<void()>& prepare) {
-    return runChild(folder, [&] {
-        prepare();
-        return runEntryPoint(withProgram(arguments));
-    });
+int runOnStreams(const Arguments& arguments) {
+    preparePlatform();
+    setStatusDetail(S_OK, "");
+    Arguments line = {"skeinKeep"};
+    line.insert(line.end(), arguments.begin(), arguments.end());
+    const int exitCode = skeinKeepMain(static_cast<int>(line.size()), pointersTo(line).data());
+    runSettings = RunSettings{};
+    return exitCode;
 }
 
-int runOnStreams(const Arguments& arguments) { return runEntryPoint(withProgram(arguments)); }
-
-Outcome runHere(const Folder& folder, const Arguments& arguments) {
+Outcome runHere(const Folder& folder, const std::function<int()>& body) {
     const Sinks sinks;
-    int exitCode = 0;
-    {
+    const int exitCode = [&] {
         const WorkingDirectory inside(folder);
         const Capture capture(sinks);
-        exitCode = runOnStreams(arguments);
-    }
+        return body();
+    }();
     return {exitCode, sinks.out.text(), sinks.err.text()};
+}
+
+Outcome runHere(const Folder& folder, const Arguments& arguments) {
+    return runHere(folder, [&] { return runOnStreams(arguments); });
 }

@@ -4,6 +4,7 @@
 
 #include "tests/support/folder.h"
 
+#include <filesystem>
 #include <functional>
 #include <ostream>
 #include <string>
@@ -26,8 +27,10 @@ std::ostream& operator<<(std::ostream& stream, const Outcome& run);
 
 using Arguments = std::vector<std::string>;
 
-/// Runs the built program in a folder. The standard streams with the numbers in `closed` are closed.
-Outcome runProgram(const Folder& folder, const Arguments& arguments, const std::vector<int>& closed = {});
+/// Runs the built program in a folder. A line for the shell, in which "$0" "$@" is the program with its
+/// arguments, may limit it or redirect its streams.
+Outcome runProgram(const Folder& folder, const Arguments& arguments,
+                   const std::string& shellLine = R"(exec "$0" "$@")");
 
 /// Runs another command in a folder, found as the shell finds it. `variables` are set in its environment,
 /// each as NAME=VALUE.
@@ -38,9 +41,8 @@ Outcome runCommand(const Folder& folder, const Arguments& command,
 /// process, or changes something of it that can't be changed back.
 Outcome runChild(const Folder& folder, const std::function<int()>& body);
 
-/// Runs the entry point in a child process in a folder, after `prepare`.
-Outcome runTool(
-    const Folder& folder, const Arguments& arguments, const std::function<void()>& prepare = [] {});
+/// Runs `body` in this process in a folder; its result is the exit code.
+Outcome runHere(const Folder& folder, const std::function<int()>& body);
 
 /// Runs the entry point in this process in a folder, on the settings that every run begins with. This is the
 /// fastest way, for command lines that are correct.
@@ -54,3 +56,15 @@ void flushAllStreams();
 
 /// Registers the real platform, once in a process.
 void preparePlatform();
+
+/// This process works in a folder for as long as this lives.
+class WorkingDirectory {
+public:
+    explicit WorkingDirectory(const Folder& folder) { std::filesystem::current_path(folder.path()); }
+    WorkingDirectory(const WorkingDirectory&) = delete;
+    WorkingDirectory& operator=(const WorkingDirectory&) = delete;
+    ~WorkingDirectory() { std::filesystem::current_path(before_); }
+
+private:
+    std::filesystem::path before_ = std::filesystem::current_path();
+};
