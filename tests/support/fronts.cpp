@@ -44,10 +44,10 @@ template <std::derived_from<IDispatch> T> void replaceByFront(T** object);
 void replaceByFront(IUnknown** enumerator);
 void replaceByFront(VARIANT* value);
 
-/// A front: offers the interfaces and passes every call on to its inner object.
-template <class... Interfaces> class Front : public NamelessObject<Interfaces...> {
+/// Offers the interfaces that its inner object offers, and passes every call on to it.
+template <class... Interfaces> class FrontOf : public NamelessObject<Interfaces...> {
 public:
-    explicit Front(IUnknown& inner) : inner_(&inner) {}
+    explicit FrontOf(IUnknown& inner) : inner_(&inner) {}
 
     HRESULT QueryInterface(const IID& wanted, void** out) override {
         *out = nullptr;
@@ -56,7 +56,11 @@ public:
             void* found = nullptr;
             if (HRESULT status = inner_->QueryInterface(wanted, &found); status < 0) return status;
             static_cast<IUnknown*>(found)->Release();
-            return NamelessObject<Interfaces...>::QueryInterface(wanted, out);
+            // The interfaces that others extend.
+            const IID& offered = wanted == IADs::iid          ? IADsClass::iid
+                                 : wanted == IXMLDOMNode::iid ? IXMLDOMElement::iid
+                                                              : wanted;
+            return NamelessObject<Interfaces...>::QueryInterface(offered, out);
         });
     }
 
@@ -82,65 +86,38 @@ private:
         return this->pass(#Interface "::" #method, &Interface::method __VA_OPT__(, ) __VA_ARGS__);           \
     }
 
-// ---- the provider
-
-template <class... Interfaces> class NamedFront : public Front<Interfaces...> {
-public:
-    using Front<Interfaces...>::Front;
+/// The front of every object of the provider and of the document service, but for those below.
+struct Front final : FrontOf<IADsClass, IADsContainer, IADsDeleteOps, IISBaseObject, IISPropertyAttribute,
+                             IISMimeType, IISIPSecurity, IXMLDOMElement, IXMLDOMDocument, IXMLDOMNodeList> {
+    using FrontOf::FrontOf;
+    PASS(IDispatch, GetIDsOfNames,
+         (const IID& reserved, const OLECHAR* const* names, UINT count, LCID locale, DISPID* ids), reserved,
+         names, count, locale, ids)
     PASS(IADs, get_Name, (BSTR * out), out)
     PASS(IADs, get_Class, (BSTR * out), out)
     PASS(IADs, get_ADsPath, (BSTR * out), out)
     PASS(IADs, get_Parent, (BSTR * out), out)
     PASS(IADs, get_Schema, (BSTR * out), out)
     PASS(IADs, SetInfo, ())
+    PASS(IADs, Get, (BSTR name, VARIANT* out), name, out)
     PASS(IADs, Put, (BSTR name, const VARIANT& value), name, value)
-    HRESULT Get(BSTR name, VARIANT* value) override {
-        return changed(name, value, this->pass("IADs::Get", &IADs::Get, name, value));
-    }
-    HRESULT GetEx(BSTR name, VARIANT* value) override {
-        return changed(name, value, this->pass("IADs::GetEx", &IADs::GetEx, name, value));
-    }
-
-private:
-    static HRESULT changed(BSTR name, VARIANT* value, HRESULT status) {
-        if (status >= 0 && plan.onRead) plan.onRead(std::u16string(view(name)), *value);
+    HRESULT GetEx(BSTR name, VARIANT* out) override {
+        const HRESULT status = pass("IADs::GetEx", &IADs::GetEx, name, out);
+        if (status >= 0 && plan.onRead) plan.onRead(std::u16string(view(name)), *out);
         return status;
     }
-};
-
-struct ObjectFront final : NamedFront<IADs, IADsContainer, IADsDeleteOps, IISBaseObject> {
-    using NamedFront::NamedFront;
-    PASS(IDispatch, GetIDsOfNames,
-         (const IID& reserved, const OLECHAR* const* names, UINT count, LCID locale, DISPID* ids), reserved,
-         names, count, locale, ids)
+    PASS(IADsClass, get_MandatoryProperties, (VARIANT * names), names)
+    PASS(IADsClass, get_OptionalProperties, (VARIANT * names), names)
     PASS(IADsContainer, get__NewEnum, (IUnknown * *out), out)
     PASS(IADsContainer, Create, (BSTR className, BSTR name, IDispatch** out), className, name, out)
     PASS(IADsContainer, Delete, (BSTR className, BSTR name), className, name)
     PASS(IADsDeleteOps, DeleteObject, (LONG flags), flags)
     PASS(IISBaseObject, GetPropertyAttribObj, (BSTR name, IDispatch** out), name, out)
-};
-
-struct ClassFront final : NamedFront<IADsClass> {
-    using NamedFront::NamedFront;
-    PASS(IADsClass, get_MandatoryProperties, (VARIANT * names), names)
-    PASS(IADsClass, get_OptionalProperties, (VARIANT * names), names)
-};
-
-struct AttributeFront final : Front<IISPropertyAttribute> {
-    using Front::Front;
     PASS(IISPropertyAttribute, get_Isinherited, (VARIANT_BOOL * out), out)
-};
-
-struct MimeTypeFront final : Front<IISMimeType> {
-    using Front::Front;
     PASS(IISMimeType, get_MimeType, (BSTR * out), out)
     PASS(IISMimeType, put_MimeType, (BSTR text), text)
     PASS(IISMimeType, get_Extension, (BSTR * out), out)
     PASS(IISMimeType, put_Extension, (BSTR text), text)
-};
-
-struct IpSecurityFront final : Front<IISIPSecurity> {
-    using Front::Front;
     PASS(IISIPSecurity, get_GrantByDefault, (VARIANT_BOOL * out), out)
     PASS(IISIPSecurity, put_GrantByDefault, (VARIANT_BOOL grant), grant)
     PASS(IISIPSecurity, get_IPGrant, (VARIANT * out), out)
@@ -151,6 +128,29 @@ struct IpSecurityFront final : Front<IISIPSecurity> {
     PASS(IISIPSecurity, put_DomainGrant, (const VARIANT& list), list)
     PASS(IISIPSecurity, get_DomainDeny, (VARIANT * out), out)
     PASS(IISIPSecurity, put_DomainDeny, (const VARIANT& list), list)
+
+    PASS(IXMLDOMNode, get_nodeName, (BSTR * out), out)
+    PASS(IXMLDOMNode, get_nodeValue, (VARIANT * out), out)
+    PASS(IXMLDOMNode, get_text, (BSTR * out), out)
+    PASS(IXMLDOMNode, get_firstChild, (IXMLDOMNode * *out), out)
+    PASS(IXMLDOMNode, hasChildNodes, (VARIANT_BOOL * out), out)
+    PASS(IXMLDOMNode, get_childNodes, (IXMLDOMNodeList * *out), out)
+    PASS(IXMLDOMNode, get_attributes, (IXMLDOMNamedNodeMap * *out), out)
+    PASS(IXMLDOMNode, selectNodes, (BSTR query, IXMLDOMNodeList** out), query, out)
+    PASS(IXMLDOMNode, selectSingleNode, (BSTR query, IXMLDOMNode** out), query, out)
+    PASS(IXMLDOMElement, getAttribute, (BSTR name, VARIANT* out), name, out)
+    PASS(IXMLDOMDocument, put_async, (VARIANT_BOOL async), async)
+    PASS(IXMLDOMDocument, loadXML, (BSTR text, VARIANT_BOOL* success), text, success)
+    PASS(IXMLDOMDocument, get_documentElement, (IXMLDOMElement * *out), out)
+    PASS(IXMLDOMNodeList, get_length, (LONG * length), length)
+    PASS(IXMLDOMNodeList, nextNode, (IXMLDOMNode * *out), out)
+};
+
+/// A method of a map has the name of one of a list.
+struct MapFront final : FrontOf<IXMLDOMNamedNodeMap> {
+    using FrontOf::FrontOf;
+    PASS(IXMLDOMNamedNodeMap, get_length, (LONG * length), length)
+    PASS(IXMLDOMNamedNodeMap, get_item, (LONG index, IXMLDOMNode** out), index, out)
 };
 
 /// Enumerates the children that the inner enumerator has at the beginning.
@@ -180,77 +180,16 @@ private:
     int emptyAnswers_ = 0;
 };
 
-// ---- the document service
-
-struct ListFront final : Front<IXMLDOMNodeList> {
-    using Front::Front;
-    PASS(IXMLDOMNodeList, get_length, (LONG * length), length)
-    PASS(IXMLDOMNodeList, nextNode, (IXMLDOMNode * *out), out)
-};
-
-struct MapFront final : Front<IXMLDOMNamedNodeMap> {
-    using Front::Front;
-    PASS(IXMLDOMNamedNodeMap, get_length, (LONG * length), length)
-    PASS(IXMLDOMNamedNodeMap, get_item, (LONG index, IXMLDOMNode** out), index, out)
-};
-
-/// The calls of a node, for each interface that extends IXMLDOMNode.
-template <class Interface> struct NodeFront : Front<Interface> {
-    using Front<Interface>::Front;
-    HRESULT QueryInterface(const IID& wanted, void** out) override {
-        return Front<Interface>::QueryInterface(wanted == IXMLDOMNode::iid ? Interface::iid : wanted, out);
-    }
-    PASS(IXMLDOMNode, get_nodeName, (BSTR * out), out)
-    PASS(IXMLDOMNode, get_nodeValue, (VARIANT * out), out)
-    PASS(IXMLDOMNode, get_text, (BSTR * out), out)
-    PASS(IXMLDOMNode, get_firstChild, (IXMLDOMNode * *out), out)
-    PASS(IXMLDOMNode, hasChildNodes, (VARIANT_BOOL * out), out)
-    PASS(IXMLDOMNode, get_childNodes, (IXMLDOMNodeList * *out), out)
-    PASS(IXMLDOMNode, get_attributes, (IXMLDOMNamedNodeMap * *out), out)
-    PASS(IXMLDOMNode, selectNodes, (BSTR query, IXMLDOMNodeList** out), query, out)
-    PASS(IXMLDOMNode, selectSingleNode, (BSTR query, IXMLDOMNode** out), query, out)
-};
-
-struct PlainNodeFront final : NodeFront<IXMLDOMNode> {
-    using NodeFront::NodeFront;
-};
-
-struct ElementFront final : NodeFront<IXMLDOMElement> {
-    using NodeFront::NodeFront;
-    PASS(IXMLDOMElement, getAttribute, (BSTR name, VARIANT* out), name, out)
-};
-
-struct DocumentFront final : NodeFront<IXMLDOMDocument> {
-    using NodeFront::NodeFront;
-    PASS(IXMLDOMDocument, put_async, (VARIANT_BOOL async), async)
-    PASS(IXMLDOMDocument, loadXML, (BSTR text, VARIANT_BOOL* success), text, success)
-    PASS(IXMLDOMDocument, get_documentElement, (IXMLDOMElement * *out), out)
-};
-
-// ---- which front an object gets
-
-/// Replaces an object by a MadeFront of it, if it offers Interface.
-template <class MadeFront, class Interface, class T> bool isReplaced(T** object) {
-    ComPtr<Interface> known;
-    if (query(**object, known) < 0) return false;
-    const auto inner = ComPtr<T>::adopt(*object);
-    void* made = nullptr;
-    (void)makeObject<MadeFront>(*inner)->QueryInterface(T::iid, &made);
-    *object = static_cast<T*>(made);
-    return true;
-}
-
 template <std::derived_from<IDispatch> T> void replaceByFront(T** object) {
     if (*object == nullptr) return;
-    (void)(isReplaced<ElementFront, IXMLDOMElement>(object) ||
-           isReplaced<DocumentFront, IXMLDOMDocument>(object) ||
-           isReplaced<PlainNodeFront, IXMLDOMNode>(object) ||
-           isReplaced<ListFront, IXMLDOMNodeList>(object) ||
-           isReplaced<MapFront, IXMLDOMNamedNodeMap>(object) || isReplaced<ObjectFront, IADs>(object) ||
-           isReplaced<ClassFront, IADsClass>(object) ||
-           isReplaced<AttributeFront, IISPropertyAttribute>(object) ||
-           isReplaced<MimeTypeFront, IISMimeType>(object) ||
-           isReplaced<IpSecurityFront, IISIPSecurity>(object));
+    const auto inner = ComPtr<T>::adopt(*object);
+    void* made = nullptr;
+    if constexpr (std::same_as<T, IXMLDOMNamedNodeMap>) {
+        (void)makeObject<MapFront>(*inner)->QueryInterface(T::iid, &made);
+    } else {
+        (void)makeObject<Front>(*inner)->QueryInterface(T::iid, &made);
+    }
+    *object = static_cast<T*>(made);
 }
 
 void replaceByFront(IUnknown** enumerator) {
@@ -275,8 +214,6 @@ HRESULT returnFront(HRESULT status, void* found, const IID& wanted, void** out) 
     replaceByFront(&object);
     return ComPtr<IDispatch>::adopt(object)->QueryInterface(wanted, out);
 }
-
-// ---- the ways to the objects
 
 class ProviderFront final : public ComObject<IADsProvider> {
 public:
