@@ -5,10 +5,17 @@
 #include "src/dispUtils.h"
 #include "src/propInfo.h"
 #include "tests/support/errorLines.h"
+#include "tests/support/processes.h"
+#include "tests/support/seed.h"
 #include "tests/support/tables.h"
+#include "tools/generator/randomMetabase.h"
 
+#include <array>
+#include <bit>
+#include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
+#include <limits>
 
 namespace {
 
@@ -34,6 +41,87 @@ std::string textOf(const VARIANT& value) {
     std::string text;
     EXPECT_EQ(metabase::formatValue(text, metabase::ValueForm::plain, value), S_OK);
     return text;
+}
+
+bool isNan(const VARIANT& value) {
+    return (value.vt == VT_R4 && std::isnan(value.fltVal)) ||
+           ((value.vt == VT_R8 || value.vt == VT_DATE) && std::isnan(value.dblVal));
+}
+
+void expectSame(const VARIANT& value, const VARIANT& back, const std::string& way) {
+    using Bits = std::array<std::uint64_t, 2>;
+    ASSERT_EQ(back.vt, value.vt) << way;
+    if (value.vt == VT_BSTR) {
+        EXPECT_EQ(view(back.bstrVal), view(value.bstrVal)) << way;
+    } else if (isNan(value)) {
+        EXPECT_TRUE(isNan(back)) << way;
+    } else {
+        EXPECT_EQ(std::bit_cast<Bits>(back), std::bit_cast<Bits>(value)) << way;
+    }
+}
+
+void expectSameThroughFile(const VARIANT& value) {
+    const std::string text = textOf(value);
+    expectSame(value, valueOf(text).get(), text);
+}
+
+void expectSame(const VARIANT& value) {
+    Variant text;
+    Variant back;
+    ASSERT_EQ(VariantChangeType(text.out(), &value, 0, VT_BSTR), S_OK) << value.vt;
+    ASSERT_EQ(VariantChangeType(back.out(), &text.get(), 0, value.vt), S_OK) << value.vt;
+    expectSame(value, back.get(), testing::PrintToString(view(text->bstrVal)));
+    expectSameThroughFile(value);
+}
+
+struct Width {
+    VARTYPE type;
+    unsigned bytes;
+};
+constexpr Width plainTypes[] = {{VT_I1, 1},    {VT_UI1, 1},     {VT_I2, 2},   {VT_UI2, 2},
+                                {VT_I4, 4},    {VT_UI4, 4},     {VT_INT, 4},  {VT_UINT, 4},
+                                {VT_ERROR, 4}, {VT_HRESULT, 4}, {VT_R4, 4},   {VT_I8, 8},
+                                {VT_UI8, 8},   {VT_CY, 8},      {VT_DATE, 8}, {VT_R8, 8}};
+
+void expectSame(VARTYPE type, double number) {
+    expectSame(ofType(type, std::bit_cast<std::uint64_t>(number)));
+}
+
+TEST(Values, comeBackFromTheirTextsTheSameToTheBit) {
+    Random random(seed());
+    for (const auto& [type, bytes] : plainTypes) {
+        const std::uint64_t mask = ~std::uint64_t{0} >> (64 - 8 * bytes);
+        const std::uint64_t high = std::uint64_t{1} << (8 * bytes - 1);
+        for (const std::uint64_t bits : {std::uint64_t{0}, mask, high, high - 1, high + 1})
+            expectSame(ofType(type, bits));
+        for (int i = 0; i < 3000; ++i) expectSame(ofType(type, random.bits() >> random.below(64) & mask));
+    }
+    for (int i = 0; i < 3000; ++i) {
+        VARIANT value{};
+        setDecimal(value, {0, static_cast<BYTE>(random.below(29)),
+                           static_cast<BYTE>(random.oneIn(2) ? DECIMAL_NEG : 0),
+                           static_cast<ULONG>(random.bits() >> random.below(64)),
+                           random.bits() >> random.below(64)});
+        expectSame(value);
+        // Dates that have a calendar text, and neighbours of them that have none.
+        const double day = static_cast<double>(random.below(200000)) - 100000;
+        const double time = static_cast<double>(random.below(86400)) / 86400;
+        const double date = day < 0 ? day - time : day + time;
+        expectSame(VT_DATE, date);
+        expectSame(VT_DATE, std::nextafter(date, 1e9));
+        expectSameThroughFile(ofType(VT_BOOL, random.bits() & 0xFFFF));
+        std::u16string units(random.below(9), u'\0');
+        for (char16_t& unit : units) unit = static_cast<char16_t>(random.bits() >> (48 + random.below(16)));
+        expectSame(Variant::ofString(Bstr(units)).get());
+    }
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    for (const double number : {-0.0, infinity, -infinity, std::nan(""), 5e-324, 1.7976931348623157e308,
+                                -657434.0, 2958465.0, 2958466.0}) {
+        for (const VARTYPE type : {VT_R8, VT_DATE}) expectSame(type, number);
+    }
+    for (const std::uint32_t bits : {0x7F800000U, 0xFF800000U, 0x7FC00000U}) expectSame(ofType(VT_R4, bits));
+    for (const VARTYPE type : {VT_EMPTY, VT_NULL}) expectSame(ofType(type, 0));
+    for (const bool truth : {true, false}) expectSame(Variant::ofBool(truth).get());
 }
 
 TEST(Values, areConvertedByTheirText) {
@@ -79,11 +167,9 @@ TEST(Values, areComparedByTheirOwnRules) {
     for (const auto& [a, b, result] : cases) EXPECT_EQ(cmpVariants(a.get(), b.get()), result) << a.type();
 }
 
-std::string printed(const VARIANT& value, Status expected = S_OK) {
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(printVariant(standardOutput(), value), expected);
-    standardOutput().flush();
-    return testing::internal::GetCapturedStdout();
+/// What is printed of a value on standard output.
+std::string printed(const VARIANT& value) {
+    return runHere(Folder(), [&] { return printVariant(standardOutput(), value); }).out;
 }
 
 TEST(Values, arePrintedInReadableForm) {
@@ -95,33 +181,25 @@ TEST(Values, arePrintedInReadableForm) {
     EXPECT_EQ(printed(stringArray({u"a", u"b"}, -1).get()), "SAFEARRAY: 2 elements: a, b");
 }
 
-/// What a handler prints on standard error, and its status.
-std::string printedBy(const std::function<Status()>& handler, Status expected) {
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(handler(), expected);
-    return testing::internal::GetCapturedStderr();
-}
-
 TEST(PropertyTable, hasHandlersThatNoPassCalls) {
     const Variant live = Variant::ofString(Bstr(u"live"));
     BackupProp prop;
     prop.parsed = true;
     prop.value = Variant::ofString(Bstr(u"file"));
-    for (const auto& [name, printsValue] : {std::pair(u"Any", true), std::pair(u"KeyType", true),
-                                            std::pair(u"MimeMap", false), std::pair(u"IPSecurity", false)}) {
-        for (const bool useLive : {true, false}) {
-            const auto print = [&, name = name] {
-                return findPropInfo(name).printFn(useLive, prop, live.get());
-            };
-            EXPECT_EQ(printedBy(print, S_OK), !printsValue ? "" : useLive ? "live" : "file");
-        }
+    const auto printedOf = [&](const char16_t* name, bool useLive) {
+        const Outcome run =
+            runHere(Folder(), [&] { return findPropInfo(name).printFn(useLive, prop, live.get()); });
+        return std::to_string(run.exitCode) + run.err;
+    };
+    for (const char16_t* name : {u"Any", u"KeyType"}) {
+        EXPECT_EQ(printedOf(name, true), "0live");
+        EXPECT_EQ(printedOf(name, false), "0file");
     }
-    const auto compare = [&] { return findPropInfo(u"AdminACL").cmpFn(live.get(), prop); };
-    EXPECT_EQ(folded(printedBy(compare, E_NOTIMPL), "80004001"),
-              "{propInfo}unsupPropCmp not implemented yet");
-    const auto same = [](const VARIANT& value) { return cmpVariants(value, value); };
-    EXPECT_EQ(same(ofType(VT_DISPATCH, 0)), comparedSame);
-    EXPECT_EQ(same(ofType(VT_CY, 0)), comparedDifferent);
+    for (const char16_t* name : {u"MimeMap", u"IPSecurity"}) EXPECT_EQ(printedOf(name, true), "0");
+    const Outcome compare =
+        runHere(Folder(), [&] { return findPropInfo(u"AdminACL").cmpFn(live.get(), prop); });
+    EXPECT_EQ(compare.exitCode, E_NOTIMPL);
+    EXPECT_EQ(folded(compare.err, "80004001"), "{propInfo}unsupPropCmp not implemented yet");
 }
 
 TEST(Values, ofTypesThatNoProviderGivesAreRefused) {
@@ -130,15 +208,18 @@ TEST(Values, ofTypesThatNoProviderGivesAreRefused) {
     square.parray = SafeArrayCreate(VT_VARIANT, 2, bounds);
     const Variant array = Variant::adopt(square);
     const VARIANT byReference = ofType(VT_BYREF | VT_I4, 0);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(cmpVariants(byReference, byReference), E_UNEXPECTED);
-    EXPECT_EQ(cmpVariants(square, square), E_UNEXPECTED);
-    EXPECT_EQ(printed(byReference, E_UNEXPECTED), "");
-    EXPECT_EQ(printed(square, E_UNEXPECTED), "");
-    const std::string text = testing::internal::GetCapturedStderr();
-    EXPECT_NE(text.find("Can't handle variant with extended type 0x4000 (full type 0x4003)Error"),
-              std::string::npos);
-    EXPECT_NE(text.find("Multidimensional SAFEARRAYs not supportedError"), std::string::npos);
+    const std::pair<VARIANT, std::string> cases[] = {
+        {byReference, "{dispUtils}Can't handle variant with extended type 0x4000 (full type 0x4003)"},
+        {square, "{dispUtils}Multidimensional SAFEARRAYs not supported"}};
+    for (const auto& [value, message] : cases) {
+        const Outcome compared = runHere(Folder(), [&] { return cmpVariants(value, value); });
+        EXPECT_EQ(compared.exitCode, E_UNEXPECTED);
+        EXPECT_EQ(folded(compared.err, "8000FFFF"), message);
+        const Outcome print = runHere(Folder(), [&] { return printVariant(standardOutput(), value); });
+        EXPECT_EQ(print.exitCode, E_UNEXPECTED);
+        EXPECT_EQ(print.out + folded(print.err, "8000FFFF"), message);
+    }
+    EXPECT_EQ(cmpVariants(ofType(VT_DISPATCH, 0), ofType(VT_DISPATCH, 0)), comparedSame);
 }
 
 } // namespace

@@ -87,23 +87,6 @@ TEST(Backup, writesEveryTypeOfValue) {
     }
 }
 
-TEST(Backup, escapesAttributes) {
-    const Folder folder;
-    folder.write(
-        "metabase.txt",
-        "metabase 1\nproperty \"a<&\\\"'>é€\" string single local \"\"\nproperty MimeMap mime list "
-        "local mime(\"<\" \"\\\"&\\\"\")\nclass IIsComputer container nodeleteops () (\"a<&\\\"'>é€\", "
-        "MimeMap)\nobject \"localhost\" IIsComputer\nobject \"localhost/R&D <ö> \\\"😀\\\"\" IIsComputer\n");
-    EXPECT_EQ(runProgram(folder, {"-backup", "-file", "f"}).exitCode, 0);
-    const std::string backup = folder.read("f");
-    for (const char* line : {"<prop name=\"a&lt;&amp;&quot;'>\xE9&#8364;\" type=\"8\"></prop>",
-                             R"(<mimetype extension="&lt;" type="&quot;&amp;&quot;"/>)",
-                             "<obj name=\"R&amp;D &lt;\xF6> &quot;&#128512;&quot;\" class=\"IIsComputer\" "
-                             "path=\"IIS://localhost/R&amp;D &lt;\xF6> &quot;&#128512;&quot;\">"}) {
-        EXPECT_NE(backup.find(line), std::string::npos) << line;
-    }
-}
-
 TEST(Backup, stopsAtAPropertyOfAnotherType) {
     for (const TableCase& test :
          Table("retyped-properties.txt", {{"read", "as", "status", "prints", "fileEnd"}})) {

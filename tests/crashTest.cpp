@@ -6,14 +6,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
-#include <random>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -119,41 +117,6 @@ TEST(Crash, canTearTheLastLineAnywhere) {
         SCOPED_TRACE("cut off after " + std::to_string(size) + " bytes");
         expectCompletable(server);
     }
-}
-
-/// Runs side by side, each with a share of the kills.
-class CrashOfALongRun : public testing::TestWithParam<int> {};
-INSTANTIATE_TEST_SUITE_P(, CrashOfALongRun, testing::Range(1, 5));
-
-TEST_P(CrashOfALongRun, losesNoneOfItsThousandsOfChanges) {
-    constexpr int rounds = 15;
-    std::string children;
-    for (int i = 0; i < 4000; ++i) {
-        children +=
-            objElement(std::to_string(i), "IIsWebServer", "", "<prop name=\"Title\" type=\"8\">new</prop>");
-    }
-    const std::string file = backupFile(children);
-    const Server whole(metabase, file);
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(runProgram(whole, restoring).exitCode, 0);
-    const std::chrono::duration<double> span = std::chrono::steady_clock::now() - start;
-    const std::string lines = Server(metabase, file).metabaseWithChangeLines();
-    std::random_device random;
-    int killed = 0;
-    for (int round = 0; round < rounds; ++round) {
-        const Server server(metabase, file);
-        const std::string patience = std::to_string(span.count() * (random() % 1200) / 1000);
-        SCOPED_TRACE("killed after " + patience + " s");
-        const Outcome run =
-            runProgram(server, restoring, "exec timeout --foreground -s KILL " + patience + R"( "$0" "$@")");
-        killed += run.exitCode != 0 ? 1 : 0;
-        const std::string left = server.metabaseText();
-        EXPECT_TRUE(left == whole.metabaseText() || (left.starts_with(metabase) && lines.starts_with(left)));
-        EXPECT_EQ(runHere(server, restoring).exitCode, 0);
-        EXPECT_TRUE(stateOf(server) == stateOf(whole)); // Too long to be printed.
-    }
-    std::cout << "killed " << killed << " of " << rounds << " runs" << std::endl;
-    EXPECT_GT(killed, 0);
 }
 
 /// The error that every call fails with, and what a change that can't be written is reported with.

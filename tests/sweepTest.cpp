@@ -88,8 +88,9 @@ bool isChainOf(const TableCase& row, const SweptRun& run, std::string chain) {
         chain.erase(chain.size() - end.size());
         return true;
     };
-    if (row["levels"] == "none") return isOwnPart(chain);
-    if (row["levels"] == "restore") {
+    const std::string levelsAbove = row.get("levels", "restore");
+    if (levelsAbove == "none") return isOwnPart(chain);
+    if (levelsAbove == "restore") {
         if (!dropEnd("{restore}")) return false;
         do {
             if (isOwnPart(chain)) return true;
@@ -104,7 +105,7 @@ bool isChainOf(const TableCase& row, const SweptRun& run, std::string chain) {
 
 /// Expects one chain that a function which makes the call prints, with the status of the fault.
 void expectChain(const SweptRun& run, HRESULT status) {
-    static const Table rows("sweep-chains.txt", {{"function", "calls", "prints", "levels"}});
+    static const Table rows("sweep-chains.txt", {{"function", "calls", "prints"}, {"levels"}});
     static const Names withoutStatus = {"MultiByteToWideChar", "SafeArrayCreate"};
     const std::string call(run.log.failed);
     const std::string chain = printedChain(run);
