@@ -116,11 +116,13 @@ TEST(CommandLine, closedStreamsAndFullDisksChangeNothing) {
     const std::vector<std::string> backup = {"-backup", "-noinherit", "-debug", "6", "-file", "closed"};
     EXPECT_EQ(runProgram(folder, backup, R"(exec "$0" "$@" <&- >&- 2>&-)").exitCode, 0);
     EXPECT_EQ(folder.read("closed"), folder.read("open"));
-    folder.write("metabase.txt", sampleMetabase() + "+set \"localhost/W3SVC\" DefaultDoc \"x\"\n");
-    EXPECT_EQ(runProgram(folder, {"-restore", "-debug", "6", "-file", "open"}, R"(exec "$0" "$@" >&- 2>&-)")
-                  .exitCode,
-              0);
-    EXPECT_EQ(folder.read("metabase.txt"), sampleMetabase());
+    for (const char* line : {R"(exec "$0" "$@" >&- 2>&-)", R"(exec "$0" "$@" >/dev/full)",
+                             R"({ sleep 0.1; "$0" "$@"; echo $? >code; } | :; exit $(cat code))"}) {
+        SCOPED_TRACE(line);
+        folder.write("metabase.txt", sampleMetabase() + "+set \"localhost/W3SVC\" DefaultDoc \"x\"\n");
+        EXPECT_EQ(runProgram(folder, {"-restore", "-debug", "6", "-file", "open"}, line).exitCode, 0);
+        EXPECT_EQ(folder.read("metabase.txt"), sampleMetabase());
+    }
 }
 
 TEST(CommandLine, outOfMemoryEndsTheRunWithAMessage) {

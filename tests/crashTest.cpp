@@ -208,16 +208,6 @@ TEST(Backup, endsAtALimitOfTheFilesSize) {
     EXPECT_EQ(server.read("made").size(), 4096U);
 }
 
-TEST(Restore, makesItsChangesWhereStandardOutputFails) {
-    const std::string closedPipe = R"({ sleep 0.1; "$0" "$@"; echo $? >code; } | :; exit $(cat code))";
-    for (const std::string& line : {std::string(R"(exec "$0" "$@" >/dev/full)"), closedPipe}) {
-        SCOPED_TRACE(line);
-        const Server server;
-        EXPECT_EQ(runProgram(server, restoring, line).exitCode, 0);
-        EXPECT_EQ(stateOf(server), undisturbed().states.back());
-    }
-}
-
 /// A server and two backup files: one sets a property of both objects, the other another one.
 struct Contest : Folder {
     Contest() : Folder(Place::inMemory) {

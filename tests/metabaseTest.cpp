@@ -3,7 +3,6 @@
 
 #include "automation/safearray.h"
 #include "com/runtime.h"
-#include "directory/childEnumerator.h"
 #include "directory/iis.h"
 #include "metabase/records.h"
 #include "metabase/valueSyntax.h"
@@ -187,58 +186,6 @@ TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
     EXPECT_EQ(text.substr(0, head.size() + 10), head + "metabase 1");
     EXPECT_EQ(text.substr(text.find("object")), "object \"localhost\" Box\nobject \"localhost/a\" Box\n  "
                                                 "KeyType \"Box\"\nobject \"localhost/x\" Leaf\n");
-}
-
-TEST(Metabase, readsACopyOfAnObjectThatPutWritesBack) {
-    const Live live(tree);
-    const auto box = open(u"IIS://localhost/b/c");
-    Variant rules;
-    ASSERT_EQ(box->Get(Bstr(u"IPSecurity"), rules.out()), S_OK);
-    ComPtr<IISIPSecurity> security;
-    ASSERT_EQ(query(*rules->pdispVal, security), S_OK);
-    EXPECT_EQ(security->put_GrantByDefault(VARIANT_FALSE), S_OK);
-    EXPECT_TRUE(
-        shown(*box, u"IPSecurity", metabase::ValueForm::ipSecurity).starts_with("ipsec(GrantByDefault true"));
-    EXPECT_EQ(box->Put(Bstr(u"IPSecurity"), rules.get()), S_OK);
-    EXPECT_EQ(box->SetInfo(), S_OK);
-    EXPECT_TRUE(shown(*box, u"IPSecurity", metabase::ValueForm::ipSecurity)
-                    .starts_with("ipsec(GrantByDefault false"));
-}
-
-TEST(Metabase, enumeratesTheChildrenThatItHadAtTheBeginningByName) {
-    const Live live(
-        schema +
-        "object \"localhost\" Box\nobject \"localhost/b\" Bin\nobject \"localhost/\U00020000\" Bin\nobject "
-        "\"localhost/\uFF76\" Bin\nobject \"localhost/B\" Bin\n");
-    ComPtr<IADsContainer> root;
-    EXPECT_EQ(query(*open(u"IIS://localhost"), root), S_OK);
-    ChildEnumerator children;
-    EXPECT_EQ(children.build(*root), S_OK);
-    std::u16string names;
-    for (Variant child; children.next(child) == S_OK;) {
-        ComPtr<IADs> object;
-        ASSERT_EQ(query(*child->pdispVal, object), S_OK);
-        Bstr name;
-        ASSERT_EQ(object->get_Name(name.out()), S_OK);
-        names += view(name);
-        ComPtr<IADsDeleteOps> deleteOps;
-        ASSERT_EQ(query(*object, deleteOps), S_OK);
-        EXPECT_EQ(deleteOps->DeleteObject(0), S_OK);
-    }
-    EXPECT_EQ(names, u"Bb\U00020000\uFF76");
-}
-
-TEST(Metabase, refusesTreesThatAreTooDeep) {
-    std::string deep = schema + "object \"localhost\" Bin\n";
-    std::string path = "localhost";
-    for (int level = 2; level <= 256; ++level) deep += "object \"" + (path += "/d") + "\" Bin\n";
-    const Live live(deep);
-    std::u16string widePath(path.begin(), path.end());
-    ComPtr<IADsContainer> bottom;
-    EXPECT_EQ(query(*open((u"IIS://" + widePath).c_str()), bottom), S_OK);
-    ComPtr<IDispatch> created;
-    EXPECT_EQ(bottom->Create(Bstr(u"Bin"), Bstr(u"e"), created.out()), E_ADS_BAD_PATHNAME);
-    EXPECT_EQ(live.text(), deep);
 }
 
 TEST(Metabase, detectsConcurrentEdits) {

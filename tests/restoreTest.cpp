@@ -58,19 +58,25 @@ TEST(RestoreFiles, thatCannotBeReadAreNamed) {
 TEST(Restore, ofTheDeepestTreeNeedsLittleStack) {
     const Folder folder;
     std::string objects = "IIsWebDirectory";
+    std::string children;
     std::string path;
-    for (int level = 2; level <= 256; ++level)
+    for (int level = 2; level <= 256; ++level) {
         objects.append(" ").append(path.append(level > 2 ? "/d" : "d")).append(":IIsWebDirectory");
-    const auto run = [&](const char* mode) {
-        // A sanitizer's frames are several times as large.
-        const std::string limit = isSanitized ? "ulimit -s 6144" : "ulimit -s 1024";
-        EXPECT_EQ(runProgram(folder, {mode, "-file", "f"}, limit + R"(; exec "$0" "$@")").exitCode, 0);
-    };
-    folder.write("metabase.txt", metabaseWith(objects));
-    run("-backup");
+        children = objElement("d", "IIsWebDirectory", children);
+    }
+    // A sanitizer's frames are several times as large.
+    const std::string limited =
+        isSanitized ? R"(ulimit -s 6144; exec "$0" "$@")" : R"(ulimit -s 1024; exec "$0" "$@")";
     folder.write("metabase.txt", metabaseWith("IIsWebDirectory"));
-    run("-restore");
+    folder.write("f", backupFile(children));
+    EXPECT_EQ(runProgram(folder, {"-restore", "-file", "f"}, limited).exitCode, 0);
     EXPECT_EQ(folder.read("metabase.txt"), metabaseWith(objects));
+    EXPECT_EQ(runProgram(folder, {"-backup", "-file", "f"}, limited).exitCode, 0);
+    // One level more can't be created.
+    const Restored deeper =
+        restore(metabaseWith(objects), backupFile(objElement("d", "IIsWebDirectory", children)));
+    EXPECT_NE(deeper.out.find("Error 0x80005000"), std::string::npos) << deeper;
+    EXPECT_EQ(deeper.metabase, metabaseWith(objects));
 }
 
 TEST(Restore, refusesALiveTreeThatChangesUnderIt) {

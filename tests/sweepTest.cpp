@@ -79,28 +79,21 @@ std::size_t countOf(const std::string& text, const std::string& part) {
 }
 
 /// Whether a chain is that of a row, with the levels above the object.
-bool isChainOf(const TableCase& row, const SweptRun& run, std::string chain) {
-    const auto isOwnPart = [&row](const std::string& part) {
-        return ::fnmatch(row["prints"].c_str(), part.c_str(), FNM_NOESCAPE) == 0;
+bool isChainOf(const TableCase& row, const SweptRun& run, const std::string& chain) {
+    const auto isWith = [&](const std::string& above) {
+        return ::fnmatch((row["prints"] + above).c_str(), chain.c_str(), FNM_NOESCAPE) == 0;
     };
-    const auto dropEnd = [&chain](const std::string& end) {
-        if (!chain.ends_with(end)) return false;
-        chain.erase(chain.size() - end.size());
-        return true;
-    };
-    const std::string levelsAbove = row.get("levels", "restore");
-    if (levelsAbove == "none") return isOwnPart(chain);
-    if (levelsAbove == "restore") {
-        if (!dropEnd("{restore}")) return false;
-        do {
-            if (isOwnPart(chain)) return true;
-        } while (dropEnd("{restoreObj}{restore}"));
-        return false;
+    const std::string levels = row.get("levels", "restore");
+    if (levels == "none") return isWith("");
+    std::string above = levels == "backup" ? "{backup}" : "{restore}";
+    if (levels == "backup") {
+        // One line for each open object, and one of the driver.
+        std::size_t open = countOf(run.made, "<obj ") - countOf(run.made, "</obj>");
+        for (; open > 0; --open) above += "{backup}";
+        return isWith(above);
     }
-    // One line for each open object, and one of the driver.
-    std::size_t levels = countOf(run.made, "<obj ") - countOf(run.made, "</obj>") + 1;
-    while (levels > 0 && dropEnd("{backup}")) --levels;
-    return levels == 0 && isOwnPart(chain);
+    while (above.size() <= chain.size() && !isWith(above)) above.insert(0, "{restoreObj}{restore}");
+    return above.size() <= chain.size();
 }
 
 /// Expects one chain that a function which makes the call prints, with the status of the fault.

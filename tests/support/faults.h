@@ -12,9 +12,8 @@
 //   a call of the operating system        the same                                  systemCalls.cpp
 //   (open, write, rename)
 //
-// A front is put in place as a real provider is: by registration. A FaultInjection registers a front of the
-// provider of "IIS:" paths and one of the document class, and the real ones again when it ends. Each object
-// that a front hands out (a child, a node, a MIME entry) gets a front as well, so that nothing of the outside
+// While a FaultInjection lives, each object that the program gets (from ADsGetObject and CoCreateInstance,
+// and then from other objects: a child, a node, a MIME entry) is a front, so that nothing of the outside
 // reaches the program bare. Fronts and wrappers end in one function, intercept(), which
 //
 //   1. lets calls pass that the platform itself makes on the way of a call of the program,
@@ -29,7 +28,6 @@
 #include "automation/variant.h"
 
 #include <functional>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -73,8 +71,4 @@ public:
     ~FaultInjection();
 
     const CallLog& log() const;
-
-private:
-    struct Fronts;
-    std::unique_ptr<Fronts> fronts_;
 };

@@ -3,21 +3,18 @@
 #include "tests/support/fronts.h"
 
 #include "automation/safearray.h"
-#include "com/runtime.h"
+#include "directory/iis.h"
 #include "document/msxml.h"
-#include "metabase/provider.h"
-#include "metabase/valueObjects.h"
-#include "tests/support/processes.h"
 
 #include <algorithm>
 #include <concepts>
-#include <cstdlib>
 #include <deque>
 
 bool isProgramCalling = false;
 
 namespace {
 
+bool isInjected = false;
 FaultPlan plan;
 CallLog callLog;
 std::string_view lastCall;
@@ -44,8 +41,14 @@ template <std::derived_from<IDispatch> T> void replaceByFront(T** object);
 void replaceByFront(IUnknown** enumerator);
 void replaceByFront(VARIANT* value);
 
+/// Defines a method of a front.
+#define PASS(Interface, method, parameters, ...)                                                             \
+    HRESULT method parameters override {                                                                     \
+        return this->pass(#Interface "::" #method, &Interface::method __VA_OPT__(, ) __VA_ARGS__);           \
+    }
+
 /// Offers the interfaces that its inner object offers, and passes every call on to it.
-template <class... Interfaces> class FrontOf : public NamelessObject<Interfaces...> {
+template <class... Interfaces> class FrontOf : public ComObject<Interfaces...> {
 public:
     explicit FrontOf(IUnknown& inner) : inner_(&inner) {}
 
@@ -60,9 +63,12 @@ public:
             const IID& offered = wanted == IADs::iid          ? IADsClass::iid
                                  : wanted == IXMLDOMNode::iid ? IXMLDOMElement::iid
                                                               : wanted;
-            return NamelessObject<Interfaces...>::QueryInterface(offered, out);
+            return ComObject<Interfaces...>::QueryInterface(offered, out);
         });
     }
+    PASS(IDispatch, GetIDsOfNames,
+         (const IID& reserved, const OLECHAR* const* names, UINT count, LCID locale, DISPID* ids), reserved,
+         names, count, locale, ids)
 
 protected:
     template <class T, class... Parameters, class... Arguments>
@@ -80,19 +86,11 @@ private:
     ComPtr<IUnknown> inner_;
 };
 
-/// Defines a method of a front.
-#define PASS(Interface, method, parameters, ...)                                                             \
-    HRESULT method parameters override {                                                                     \
-        return this->pass(#Interface "::" #method, &Interface::method __VA_OPT__(, ) __VA_ARGS__);           \
-    }
-
 /// The front of every object of the provider and of the document service, but for those below.
-struct Front final : FrontOf<IADsClass, IADsContainer, IADsDeleteOps, IISBaseObject, IISPropertyAttribute,
-                             IISMimeType, IISIPSecurity, IXMLDOMElement, IXMLDOMDocument, IXMLDOMNodeList> {
+struct Front final
+    : FrontOf<IClassFactory, IADsClass, IADsContainer, IADsDeleteOps, IISBaseObject, IISPropertyAttribute,
+              IISMimeType, IISIPSecurity, IXMLDOMElement, IXMLDOMDocument, IXMLDOMNodeList> {
     using FrontOf::FrontOf;
-    PASS(IDispatch, GetIDsOfNames,
-         (const IID& reserved, const OLECHAR* const* names, UINT count, LCID locale, DISPID* ids), reserved,
-         names, count, locale, ids)
     PASS(IADs, get_Name, (BSTR * out), out)
     PASS(IADs, get_Class, (BSTR * out), out)
     PASS(IADs, get_ADsPath, (BSTR * out), out)
@@ -105,6 +103,11 @@ struct Front final : FrontOf<IADsClass, IADsContainer, IADsDeleteOps, IISBaseObj
         const HRESULT status = pass("IADs::GetEx", &IADs::GetEx, name, out);
         if (status >= 0 && plan.onRead) plan.onRead(std::u16string(view(name)), *out);
         return status;
+    }
+    HRESULT CreateInstance(IUnknown* outer, const IID& wanted, void** out) override {
+        return fronted(
+            pass("IClassFactory::CreateInstance", &IClassFactory::CreateInstance, outer, wanted, out), wanted,
+            out);
     }
     PASS(IADsClass, get_MandatoryProperties, (VARIANT * names), names)
     PASS(IADsClass, get_OptionalProperties, (VARIANT * names), names)
@@ -206,60 +209,6 @@ void replaceByFront(VARIANT* value) {
     for (ULONG i = 0; i < value->parray->rgsabound[0].cElements; ++i) replaceByFront(elements + i);
 }
 
-/// Returns a front of the object that a call handed out as an IDispatch.
-HRESULT returnFront(HRESULT status, void* found, const IID& wanted, void** out) {
-    *out = nullptr;
-    if (status < 0) return status;
-    auto* object = static_cast<IDispatch*>(found);
-    replaceByFront(&object);
-    return ComPtr<IDispatch>::adopt(object)->QueryInterface(wanted, out);
-}
-
-class ProviderFront final : public ComObject<IADsProvider> {
-public:
-    HRESULT GetObject(const OLECHAR* path, const IID& wanted, void** out) override {
-        void* found = nullptr;
-        const HRESULT status = metabase::iisProvider()->GetObject(path, IDispatch::iid, &found);
-        return returnFront(status, found, wanted, out);
-    }
-};
-
-class FactoryFront final : public ComObject<IClassFactory> {
-public:
-    explicit FactoryFront(ComPtr<IClassFactory> inner) : inner_(std::move(inner)) {}
-    HRESULT CreateInstance(IUnknown* outer, const IID& wanted, void** out) override {
-        *out = nullptr;
-        return intercept("IClassFactory::CreateInstance", [&] {
-            void* made = nullptr;
-            const HRESULT status = inner_->CreateInstance(outer, IDispatch::iid, &made);
-            return returnFront(status, made, wanted, out);
-        });
-    }
-
-private:
-    ComPtr<IClassFactory> inner_;
-};
-
-/// Registers a front of a class object; the destructor registers the real one again.
-class FrontedClass {
-public:
-    explicit FrontedClass(const CLSID& classId) : classId_(classId) {
-        void* found = nullptr;
-        (void)CoInitializeEx(nullptr, 0);
-        if (CoGetClassObject(classId, CLSCTX_ALL, nullptr, IClassFactory::iid, &found) < 0) std::abort();
-        CoUninitialize();
-        real_ = ComPtr<IClassFactory>::adopt(static_cast<IClassFactory*>(found));
-        registerClass(classId, *makeObject<FactoryFront>(real_));
-    }
-    FrontedClass(const FrontedClass&) = delete;
-    FrontedClass& operator=(const FrontedClass&) = delete;
-    ~FrontedClass() { registerClass(classId_, *real_); }
-
-private:
-    CLSID classId_;
-    ComPtr<IClassFactory> real_;
-};
-
 } // namespace
 
 const FaultPlan& faultPlan() { return plan; }
@@ -276,25 +225,25 @@ bool countCall(std::string_view name) {
     return plan.number != 0 && (number == plan.number || (plan.lasting && number > plan.number));
 }
 
-struct FaultInjection::Fronts {
-    FrontedClass documents{CLSID_DOMDocument};
-    FrontedClass mimeTypes{CLSID_MimeMap};
-};
+HRESULT fronted(HRESULT status, const IID& wanted, void** object) {
+    if (!isInjected || *object == nullptr) return status;
+    const auto inner = ComPtr<IUnknown>::adopt(static_cast<IUnknown*>(*object));
+    const bool wasProgramCalling = std::exchange(isProgramCalling, false);
+    (void)makeObject<Front>(*inner)->QueryInterface(wanted, object);
+    isProgramCalling = wasProgramCalling;
+    return status;
+}
 
 FaultInjection::FaultInjection(const FaultPlan& wanted) {
-    preparePlatform();
-    fronts_ = std::make_unique<Fronts>();
-    registerProvider(u"IIS:", *makeObject<ProviderFront>());
     plan = wanted;
     callLog = {};
     lastCall = {};
     enumerations = 0;
-    isProgramCalling = true;
+    isInjected = isProgramCalling = true;
 }
 
 FaultInjection::~FaultInjection() {
-    isProgramCalling = false;
-    registerProvider(u"IIS:", *metabase::iisProvider());
+    isInjected = isProgramCalling = false;
     plan = {};
 }
 

@@ -1,6 +1,7 @@
 // What the fronts and the wrappers share; see faults.h.
 #pragma once
 
+#include "com/unknown.h"
 #include "tests/support/faults.h"
 
 /// The plan in force.
@@ -26,6 +27,9 @@ auto intercept(std::string_view name, Call call, decltype(call()) failure) -> de
 template <class Call> HRESULT intercept(std::string_view name, Call call) {
     return intercept(name, call, faultPlan().status);
 }
+
+/// Replaces the object that a call handed out by a front of it, if a plan is in force. Returns the status.
+HRESULT fronted(HRESULT status, const IID& wanted, void** object);
 
 /// Begins the definition of the function that the linker resolves calls of `function` to; its body follows.
 /// The function itself is real_NAME there. The test program is linked with --wrap=NAME.

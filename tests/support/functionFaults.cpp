@@ -13,16 +13,23 @@
         return intercept(#function, [&] { return real_##function arguments; } __VA_OPT__(, ) __VA_ARGS__);   \
     }
 
+/// The same for a function that hands out an object.
+#define WRAP_MAKER(function, parameters, arguments)                                                          \
+    WRAP(HRESULT, function, parameters) {                                                                    \
+        return intercept(#function, [&] { return fronted(real_##function arguments, wanted, out); });        \
+    }
+
 extern "C" {
 
+WRAP_MAKER(CoCreateInstance,
+           (const CLSID& classId, IUnknown* outer, DWORD context, const IID& wanted, void** out),
+           (classId, outer, context, wanted, out))
+WRAP_MAKER(CoGetClassObject,
+           (const CLSID& classId, DWORD context, void* server, const IID& wanted, void** out),
+           (classId, context, server, wanted, out))
+WRAP_MAKER(ADsGetObject, (const OLECHAR* path, const IID& wanted, void** out), (path, wanted, out))
+
 WRAP_CALL(HRESULT, CoInitializeEx, (void* reserved, DWORD flags), (reserved, flags))
-WRAP_CALL(HRESULT, CoCreateInstance,
-          (const CLSID& classId, IUnknown* outer, DWORD context, const IID& wanted, void** out),
-          (classId, outer, context, wanted, out))
-WRAP_CALL(HRESULT, CoGetClassObject,
-          (const CLSID& classId, DWORD context, void* server, const IID& wanted, void** out),
-          (classId, context, server, wanted, out))
-WRAP_CALL(HRESULT, ADsGetObject, (const OLECHAR* path, const IID& wanted, void** out), (path, wanted, out))
 WRAP_CALL(HRESULT, ADsBuildEnumerator, (IADsContainer * container, IEnumVARIANT** out), (container, out))
 WRAP_CALL(HRESULT, ADsEnumerateNext,
           (IEnumVARIANT * enumerator, ULONG count, VARIANT* elements, ULONG* fetched),
