@@ -130,6 +130,9 @@ TEST(Backup, namesTheFileThatCannotBeOpened) {
     const Folder empty;
     EXPECT_EQ(runProgram(empty, {"-backup", "-file", "metabase.txt"}).exitCode, 2);
     EXPECT_EQ(empty.read("metabase.txt"), Folder::noFile);
+    const Outcome none = runProgram(empty, {"-backup", "-file", "f"});
+    const std::string reason = "Error 0x80070002 (There is no metabase.txt in the working directory.) at ";
+    EXPECT_TRUE(none.err.starts_with(reason)) << none;
 }
 
 TEST(Backup, reportsARootThatDoesNotExist) {

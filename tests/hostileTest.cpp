@@ -22,29 +22,28 @@ object "localhost/D/S" IIsWebServer
 object "localhost/V" IIsWebVirtualDir
 )";
 
+/// The bytes around an offset, for a message.
+std::string around(const std::string& bytes, std::size_t offset) {
+    const std::size_t begin = offset - std::min<std::size_t>(offset, 40);
+    return testing::PrintToString(bytes.substr(begin, 80));
+}
+
 /// Restores damaged files and counts what came of it.
-class DamagedRestores {
-public:
-    explicit DamagedRestores(std::string server) : server_(std::move(server)) {}
-
-    int refused = 0;
-    int failed = 0;
-    int done = 0;
-
-    /// Restores from the bytes.
+class Damaged : public testing::Test {
+protected:
     void restoreFrom(const std::string& bytes) {
         folder_.write("metabase.txt", server_);
         folder_.write("f", bytes);
         const Outcome run = runHere(folder_, {"-restore", "-file", "f"});
         const std::string after = folder_.read("metabase.txt");
         if (run.out.find("(probably a syntax error)") != std::string::npos) {
-            ++refused;
+            ++refused_;
             ASSERT_EQ(run.exitCode, 2) << run;
             ASSERT_EQ(after, server_) << "a text that is no document changed the server\n" << run;
             return;
         }
         ASSERT_TRUE(run.exitCode == 0 || run.exitCode == 2) << run;
-        ++(run.exitCode == 2 ? failed : done);
+        ++(run.exitCode == 2 ? failed_ : done_);
         const Outcome backup = runHere(folder_, {"-backup", "-file", "after"});
         ASSERT_EQ(backup.exitCode, 0) << "the server can't be read any more\n" << backup << run;
         if (run.exitCode == 2) return;
@@ -54,37 +53,29 @@ public:
                                                        << run;
     }
 
+    int refused_ = 0;
+    int failed_ = 0;
+    int done_ = 0;
+    std::string whole_;
+
 private:
-    Folder folder_{Folder::Place::inMemory};
-    std::string server_;
-};
-
-/// The bytes around an offset, for a message.
-std::string around(const std::string& bytes, std::size_t offset) {
-    const std::size_t begin = offset - std::min<std::size_t>(offset, 40);
-    return testing::PrintToString(bytes.substr(begin, 80));
-}
-
-class Damaged : public testing::Test {
-protected:
-    static std::string wholeBackup() {
-        const Folder folder(Folder::Place::inMemory);
-        folder.write("metabase.txt", damagedServer);
-        EXPECT_EQ(runHere(folder, {"-backup", "-file", "backup"}).exitCode, 0);
-        return folder.read("backup");
+    void SetUp() override {
+        folder_.write("metabase.txt", damagedServer);
+        ASSERT_EQ(runHere(folder_, {"-backup", "-file", "f"}).exitCode, 0);
+        whole_ = folder_.read("f");
     }
 
-    const std::string whole_ = wholeBackup();
-    DamagedRestores restores_{metabaseWith("IIsWebServer A:IIsWebServer V:IIsWebDirectory V/F:IIsWebFile")};
+    const Folder folder_{Folder::Place::inMemory};
+    const std::string server_ = metabaseWith("IIsWebServer A:IIsWebServer V:IIsWebDirectory V/F:IIsWebFile");
 };
 
 TEST_F(Damaged, filesThatAreCutOffAreRefused) {
     for (std::size_t length = 0; length + 1 < whole_.size(); ++length) {
         SCOPED_TRACE("cut off after " + std::to_string(length) + " bytes: " + around(whole_, length));
-        ASSERT_NO_FATAL_FAILURE(restores_.restoreFrom(whole_.substr(0, length)));
-        ASSERT_EQ(restores_.refused, static_cast<int>(length) + 1) << "accepted as a document";
+        ASSERT_NO_FATAL_FAILURE(restoreFrom(whole_.substr(0, length)));
+        ASSERT_EQ(refused_, static_cast<int>(length) + 1) << "accepted as a document";
     }
-    std::cout << restores_.refused << " files refused" << std::endl;
+    std::cout << refused_ << " files refused" << std::endl;
 }
 
 /// Each byte in turn loses some bits, and then has others inverted.
@@ -100,11 +91,11 @@ TEST_P(DamagedByte, hasTheEffectOfItsTextOrNone) {
         std::string damaged = whole_;
         damaged[at] = static_cast<char>((damaged[at] & GetParam().kept) ^ GetParam().inverted);
         SCOPED_TRACE("byte " + std::to_string(at) + ": " + around(damaged, at));
-        ASSERT_NO_FATAL_FAILURE(restores_.restoreFrom(damaged));
+        ASSERT_NO_FATAL_FAILURE(restoreFrom(damaged));
     }
-    std::cout << restores_.refused << " files refused, " << restores_.failed << " failed later, "
-              << restores_.done << " restored" << std::endl;
-    EXPECT_GT(restores_.refused, 300);
+    std::cout << refused_ << " files refused, " << failed_ << " failed later, " << done_ << " restored"
+              << std::endl;
+    EXPECT_GT(refused_, 300);
 }
 
 INSTANTIATE_TEST_SUITE_P(, DamagedByte,

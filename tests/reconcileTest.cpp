@@ -29,63 +29,40 @@ TEST(RestoreObjects, followTheRulesOfTheirClasses) {
 }
 
 TEST(RestoreObjects, warnOfChildrenBelowALeaf) {
-    const std::string warning =
-        "WARNING: object \"IIS://localhost/A\" can't have children, but the backup file says it does "
-        "have them.\n";
+    const std::string server = metabaseWith("IIsComputer A:IIsWebFile");
     const std::string inside = backupFile(objElement("A", "IIsWebFile", objElement("B", "IIsWebFile")));
-    EXPECT_EQ(restore(metabaseWith("IIsComputer A:IIsWebFile"), inside).err, warning);
-    EXPECT_EQ(restore(metabaseWith("IIsComputer A:IIsWebFile"), inside, {"-debug", "-1"}).err, "");
-    EXPECT_EQ(
-        restore(metabaseWith("IIsComputer A:IIsWebFile"), backupFile(objElement("A", "IIsWebFile"))).err, "");
+    EXPECT_EQ(restore(server, inside).err,
+              "WARNING: object \"IIS://localhost/A\" can't have children, but the "
+              "backup file says it does have them.\n");
+    EXPECT_EQ(restore(server, inside, {"-debug", "-1"}).err, "");
 }
 
-TEST(RestoreProperties, thatDifferAreWrittenAndNoOthers) {
-    const std::string before = metabaseWith("IIsWebServer");
-    const Restored dry = restore(before, backupFile("", everyProperty), {"-n"});
-    EXPECT_EQ(dry.out, everySettingLine);
-    EXPECT_EQ(dry.metabase, before);
-    const Restored real = restore(before, backupFile("", everyProperty));
-    EXPECT_EQ(real.out, everySettingLine);
-    EXPECT_EQ(real.err, "");
-    EXPECT_EQ(
-        real.metabase,
-        metabaseWith(
-            "IIsWebServer",
-            "  Title \"new\"\n  Ports [1, \"two\"]\n  MimeMap mime(\".b\" \"b\", \".a\" \"a\")\n  IPSecurity "
-            "ipsec(GrantByDefault false, IPGrant [\"9\"], IPDeny [], DomainGrant [], DomainDeny [])\n"));
-    const Restored again = restore(real.metabase, backupFile("", everyProperty), {"-debug", "5"});
-    EXPECT_EQ(again.out, "");
-    EXPECT_EQ(again.err,
-              "Skipping ReadOnly property \"KeyType\"\nSkipping ignored property \"ServerState\"\nSkipping "
-              "unsupported property \"AdminACL\"\nSkipping unsupported property \"RelayIpList\"\n");
-}
-
-TEST(RestoreProperties, areComparedByTheirOwnRules) {
+TEST(RestoreProperties, areComparedByTheirOwnRulesAndWrittenWhereTheyDiffer) {
     for (const TableCase& test :
-         Table("properties.txt", {{"props", "prints", "stderr"}, {"class", "values", "fails", "missing"}})) {
+         Table("properties.txt",
+               {{"props", "prints", "stderr"}, {"class", "values", "fails", "missing", "after"}})) {
         SCOPED_TRACE(test);
         FaultPlan plan;
         plan.call = test.get("fails", "none");
-        const std::string before = metabaseWith(test.get("class", "IIsWebServer"), test.get("values", ""));
-        const Restored run = restore(before, backupFile("", test["props"]), {"-n", "-debug", "5"}, plan);
-        std::istringstream lines(run.out);
+        const std::string className = test.get("class", "IIsWebServer");
+        const std::string before = metabaseWith(className, test.get("values", ""));
+        const std::string file = backupFile("", test["props"]);
+        const Restored dry = restore(before, file, {"-n", "-debug", "5"}, plan);
+        std::istringstream lines(dry.out);
         std::string printed;
         for (std::string line; std::getline(lines, line);) {
             const bool isMissing = line.find("\" is not in backup") != std::string::npos;
             if (!isMissing || test.has("missing")) printed.append(line).append("\n");
         }
         EXPECT_EQ(printed, test["prints"]);
-        EXPECT_EQ(run.err, test["stderr"]);
-        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_EQ(dry.err, test["stderr"]);
+        EXPECT_EQ(dry.metabase, before);
+        const Restored real = restore(before, file, {}, plan);
+        EXPECT_EQ(real.out, dry.out);
+        const std::string after = test.has("after") ? metabaseWith(className, test["after"]) : real.metabase;
+        EXPECT_EQ(real.metabase, after);
+        EXPECT_EQ(dry.exitCode + real.exitCode, 0);
     }
-}
-
-TEST(RestoreProperties, areNotClearedWhereTheFileLacksThem) {
-    const std::string before = metabaseWith("IIsComputer S:IIsWebServer", "  Title \"up\"\n");
-    const Restored run = restore(before, backupFile(objElement("S", "IIsWebServer")));
-    EXPECT_NE(run.out.find("property \"Title\" is not in backup for object \"IIS://localhost/S\"\n"),
-              std::string::npos);
-    EXPECT_EQ(run.metabase, before);
 }
 
 TEST(RestoreProperties, ofANameThatTheClassListsTwiceArePairedOneByOne) {

@@ -59,11 +59,3 @@ std::string restorablePart(const std::string& backup) {
     }
     return result;
 }
-
-const std::string everyProperty = testData("server-props.xml");
-
-const std::string everySettingLine =
-    "Setting IIS://localhost:Title property to new\n"
-    "Setting IIS://localhost:Ports property to SAFEARRAY: 2 elements: 1, two\n"
-    "Setting IIS://localhost:MimeMap property to <array>\n"
-    "Setting IIS://localhost:IPSecurity property to <array>\n";

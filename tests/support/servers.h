@@ -27,8 +27,3 @@ Restored restore(const std::string& metabase, const std::string& backup, const A
 /// A backup without what a restore doesn't bring back: whether a value is inherited, and the properties that
 /// are never restored.
 std::string restorablePart(const std::string& backup);
-
-/// The properties of an IIsWebServer in a backup file, of every kind; and what a restore of them prints on a
-/// server where each has another value.
-extern const std::string everyProperty;
-extern const std::string everySettingLine;
