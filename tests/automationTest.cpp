@@ -207,6 +207,14 @@ TEST(Values, ofTypesThatNoProviderGivesAreRefused) {
     VARIANT square = ofType(VT_ARRAY | VT_VARIANT, 0);
     square.parray = SafeArrayCreate(VT_VARIANT, 2, bounds);
     const Variant array = Variant::adopt(square);
+    Variant list = stringArray({u"a"});
+    VARIANT& element = *static_cast<VARIANT*>(list->parray->pvData);
+    const VARTYPE type = std::exchange(element.vt, VT_VECTOR);
+    Variant copy;
+    EXPECT_EQ(VariantCopy(copy.out(), &list.get()), DISP_E_BADVARTYPE);
+    element.vt = type;
+    const SAFEARRAYBOUND tooFar{2, INT32_MAX};
+    EXPECT_EQ(SafeArrayCreate(VT_VARIANT, 1, &tooFar), nullptr);
     const VARIANT byReference = ofType(VT_BYREF | VT_I4, 0);
     const std::pair<VARIANT, std::string> cases[] = {
         {byReference, "{dispUtils}Can't handle variant with extended type 0x4000 (full type 0x4003)"},

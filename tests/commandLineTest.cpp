@@ -98,7 +98,7 @@ TEST(CommandLine, bothStreamsInOnePlaceKeepTheirOrder) {
         for (const std::size_t length : lengths) {
             standardOutput().write("out ");
             standardError().write(std::string(length, '.'));
-            standardError().write(std::string(length, '.'));
+            standardError().fill('.', length);
             standardError().printed();
         }
         return 0;

@@ -208,6 +208,17 @@ TEST(Backup, endsAtALimitOfTheFilesSize) {
     EXPECT_EQ(server.read("made").size(), 4096U);
 }
 
+TEST(Crash, aFileThatCannotBeCutOffIsReported) {
+    const Server server(metabase + "+set \"localhost\" Tit");
+    server.write("made", "");
+    const SystemCallStop stop(
+        1, [](const SystemCall& call) { return call.name == "ftruncate" ? EIO : 0; }, true);
+    const std::string torn = runHere(server, restoring).out;
+    EXPECT_NE(torn.find("(metabase.txt: can't be written: Input/output error)"), std::string::npos) << torn;
+    EXPECT_EQ(runHere(server, {"-backup", "-file", "made"}).err,
+              "Can't open output file \"made\": Input/output error\n");
+}
+
 /// A server and two backup files: one sets a property of both objects, the other another one.
 struct Contest : Folder {
     Contest() : Folder(Place::inMemory) {
@@ -265,30 +276,38 @@ TEST(TwoRestores, loseNoChangeWhereverOneInterruptsTheOther) {
     EXPECT_LT(refused, interruptions);
 }
 
-TEST(Restore, keepsWhatAnEditorAppendsMeanwhile) {
-    const std::string edit = "+set \"localhost/A\" Ports [4711]\n";
-    int detected = 0;
-    std::string reached = "the first call";
-    for (int number = 1; !reached.empty(); ++number) {
-        const Contest contest;
-        reached.clear();
-        Outcome run;
-        {
-            const SystemCallStop stop(number, [&](const SystemCall& call) {
-                reached = call.name;
-                // An edit between the last look at the file and its replacement can't be detected.
-                if (reached != "rename") std::ofstream(contest.path("metabase.txt"), std::ios::app) << edit;
-                return 0;
-            });
-            run = runHere(contest, {"-restore", "-file", "titles"});
+TEST(Restore, keepsWhatAnEditorWritesMeanwhile) {
+    for (const bool isReplaced : {false, true}) {
+        int detected = 0;
+        std::string reached = "the first call";
+        for (int number = 1; !reached.empty(); ++number) {
+            const Contest contest;
+            const auto edit = [&] {
+                const std::string name = isReplaced ? "other" : "metabase.txt";
+                if (isReplaced) std::filesystem::copy(contest.path("metabase.txt"), contest.path(name));
+                std::ofstream(contest.path(name), std::ios::app) << "+set \"localhost/A\" Ports [4711]\n";
+                if (isReplaced) std::filesystem::rename(contest.path(name), contest.path("metabase.txt"));
+            };
+            reached.clear();
+            const Outcome run = [&] {
+                const SystemCallStop stop(number, [&](const SystemCall& call) {
+                    reached = call.name;
+                    // An edit between the last look at the file and its replacement can't be detected.
+                    if (reached != "rename") edit();
+                    return 0;
+                });
+                return runHere(contest, {"-restore", "-file", "titles"});
+            }();
+            SCOPED_TRACE((isReplaced ? "replaced, " : "appended, ") + reached + ", call " +
+                         std::to_string(number));
+            const bool isKept = stateOf(contest).find(">4711<") != std::string::npos;
+            EXPECT_EQ(isKept, !reached.empty() && reached != "rename");
+            EXPECT_TRUE(run.exitCode == 0 || run.out.find("changed by someone else") != std::string::npos)
+                << run;
+            detected += run.exitCode != 0 ? 1 : 0;
         }
-        SCOPED_TRACE(reached + ", call " + std::to_string(number));
-        const bool isKept = stateOf(contest).find(">4711<") != std::string::npos;
-        EXPECT_EQ(isKept, !reached.empty() && reached != "rename");
-        EXPECT_TRUE(run.exitCode == 0 || run.out.find("changed by someone else") != std::string::npos) << run;
-        detected += run.exitCode != 0 ? 1 : 0;
+        EXPECT_GT(detected, 0);
     }
-    EXPECT_GT(detected, 0);
 }
 
 } // namespace

@@ -116,6 +116,13 @@ TEST(Metabase, showsClassesAndTheirPropertiesAlone) {
     EXPECT_FALSE(attributes);
 }
 
+TEST(Metabase, keepsItsTopmostObject) {
+    const Live live(schema + "object \"localhost\" Bin\n");
+    ComPtr<IADsDeleteOps> top;
+    ASSERT_EQ(query(*open(u"IIS://localhost"), top), S_OK);
+    EXPECT_EQ(top->DeleteObject(0), E_ADS_BAD_PATHNAME);
+}
+
 TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
     const std::string head = "# kept\n";
     Live live(head + tree.substr(0, tree.size() - 1));
@@ -158,27 +165,6 @@ TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
     EXPECT_EQ(text.substr(0, head.size() + 10), head + "metabase 1");
     EXPECT_EQ(text.substr(text.find("object")), "object \"localhost\" Box\nobject \"localhost/a\" Box\n  "
                                                 "KeyType \"Box\"\nobject \"localhost/x\" Leaf\n");
-}
-
-TEST(Metabase, detectsConcurrentEdits) {
-    const std::pair<const char*, std::function<void(const Live&)>> edits[] = {
-        {"touched", [](const Live&) { std::filesystem::last_write_time("metabase.txt", {}); }},
-        {"replaced", [](const Live& live) {
-             live.write("other", tree);
-             std::filesystem::rename("other", "metabase.txt");
-         }}};
-    for (const bool between : {false, true}) {
-        for (const auto& [what, act] : edits) {
-            Live live(tree);
-            const auto box = open(u"IIS://localhost/b/c");
-            EXPECT_TRUE(!between || change(*box) == S_OK);
-            act(live);
-            const std::string edited = live.text();
-            EXPECT_EQ(change(*box), HRESULT_FROM_WIN32(ERROR_FILE_INVALID)) << what << between;
-            live.end();
-            EXPECT_EQ(live.text(), edited) << what << between;
-        }
-    }
 }
 
 TEST(Metabase, rewritesTheFileOfALinkWithItsMode) {

@@ -157,14 +157,6 @@ TEST(Xml, readsWellFormedDocumentsAndRefusesAllElse) {
     }
 }
 
-TEST(Xml, refusesADocumentThatIsCutOffAnywhere) {
-    constexpr View whole = u"<?xml version='1.0' encoding='x' ?><!--c--><?p q?>"
-                           u"<a b='&lt;&#65;' c=\"\U00010000\"> t&#x41;<![CDATA[]]] ]]><b/>\r\n]]x</a >";
-    EXPECT_TRUE(isWellFormed(whole));
-    for (std::size_t length = 0; length < whole.size(); ++length)
-        EXPECT_FALSE(rootOf(whole.substr(0, length)));
-}
-
 struct Range {
     char32_t first;
     char32_t last;
@@ -244,6 +236,10 @@ TEST(Xml, isANodeAsADocument) {
     const ComPtr<IXMLDOMDocument> document = newDocument();
     EXPECT_EQ(document->put_async(VARIANT_FALSE), S_OK);
     EXPECT_EQ(document->put_async(VARIANT_TRUE), E_NOTIMPL);
+    void* made = nullptr;
+    (void)CoInitializeEx(nullptr, 0);
+    EXPECT_EQ(CoCreateInstance(IID_NULL, nullptr, CLSCTX_ALL, IUnknown::iid, &made), REGDB_E_CLASSNOTREG);
+    CoUninitialize();
     ComPtr<IXMLDOMNode> node;
     ASSERT_EQ(query(*document, node), S_OK);
     const auto expectNode = [&](View text, View names) {
