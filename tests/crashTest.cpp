@@ -35,12 +35,11 @@ struct Server : Folder {
         write("metabase.txt", text);
         write("f", file);
     }
-    std::string metabaseText() const { return read("metabase.txt"); }
     /// The metabase file after a restore that can't rewrite it, and so leaves a line for each change.
     std::string metabaseWithChangeLines() const {
         std::filesystem::create_directory(path(".metabase.txt.rewrite"));
         EXPECT_EQ(runHere(*this, restoring).exitCode, 0);
-        return metabaseText();
+        return read("metabase.txt");
     }
 };
 
@@ -65,7 +64,7 @@ const Undisturbed& undisturbed() {
 /// Expects that the server has the first so many of the changes, and that the next restore makes the others.
 void expectCompletable(const Server& server) {
     const auto& states = undisturbed().states;
-    EXPECT_NE(std::ranges::find(states, stateOf(server)), states.end()) << server.metabaseText();
+    EXPECT_NE(std::ranges::find(states, stateOf(server)), states.end()) << server.read("metabase.txt");
     EXPECT_EQ(runHere(server, restoring).exitCode, 0);
     EXPECT_EQ(stateOf(server), states.back());
 }
@@ -75,34 +74,29 @@ void writeHalf(const SystemCall& call) {
     if (call.name == "write") (void)::write(call.descriptor, call.bytes.data(), call.bytes.size() / 2);
 }
 
-/// Kills a restore before the call of a number, or within it, if it is a write. Returns the call's name and
-/// exit code; no name if there are not so many calls.
-std::pair<std::string, int> killAt(const Server& server, int number, bool withinWrite) {
-    const Outcome run = runChild(server, [&] {
-        const SystemCallStop stop(number, [&](const SystemCall& call) {
-            server.write("reached", std::string(call.name));
-            if (withinWrite && call.name != "write") return 0;
-            if (withinWrite) writeHalf(call);
-            return std::raise(SIGKILL);
-        });
-        const int exitCode = runOnStreams(restoring);
-        flushAllStreams();
-        return exitCode;
-    });
-    const std::string reached = server.read("reached");
-    return {reached == Folder::noFile ? "" : reached, run.exitCode};
-}
-
 TEST(Crash, leavesTheChangesThatWereMadeWhereverItHappens) {
     for (const bool withinWrite : {false, true}) {
         int kills = 0;
-        for (int number = 1;; ++number) {
+        std::string reached;
+        for (int number = 1; reached != Folder::noFile; ++number) {
             const Server server;
-            const auto [call, exitCode] = killAt(server, number, withinWrite);
-            if (call.empty()) break;
-            SCOPED_TRACE((withinWrite ? "within " : "before ") + call + ", call " + std::to_string(number));
-            EXPECT_EQ(exitCode, withinWrite && call != "write" ? 0 : -SIGKILL);
-            kills += exitCode == -SIGKILL ? 1 : 0;
+            const Outcome run = runChild(server, [&] {
+                const SystemCallStop stop(number, [&](const SystemCall& call) {
+                    server.write("reached", std::string(call.name));
+                    if (withinWrite && call.name != "write") return 0;
+                    if (withinWrite) writeHalf(call);
+                    return std::raise(SIGKILL);
+                });
+                const int exitCode = runOnStreams(restoring);
+                flushAllStreams();
+                return exitCode;
+            });
+            reached = server.read("reached");
+            SCOPED_TRACE((withinWrite ? "within " : "before ") + reached + ", call " +
+                         std::to_string(number));
+            const bool isKill = reached != Folder::noFile && (!withinWrite || reached == "write");
+            EXPECT_EQ(run.exitCode, isKill ? -SIGKILL : 0);
+            kills += isKill ? 1 : 0;
             expectCompletable(server);
         }
         std::cout << "killed " << (withinWrite ? "within " : "before ") << kills << " calls" << std::endl;
@@ -128,8 +122,7 @@ TEST_P(SystemFailure, endsTheRunAtTheChangeThatCannotBeMade) {
         for (int number = 1;; ++number) {
             const Server server;
             std::string reached;
-            Outcome run;
-            {
+            const Outcome run = [&] {
                 const SystemCallStop stop(
                     number,
                     [&](const SystemCall& call) {
@@ -139,8 +132,8 @@ TEST_P(SystemFailure, endsTheRunAtTheChangeThatCannotBeMade) {
                         return GetParam().first;
                     },
                     lasting);
-                run = runHere(server, restoring);
-            }
+                return runHere(server, restoring);
+            }();
             if (reached.empty()) break;
             SCOPED_TRACE(reached + ", call " + std::to_string(number));
             ++failures;
@@ -152,7 +145,7 @@ TEST_P(SystemFailure, endsTheRunAtTheChangeThatCannotBeMade) {
             if (reached == "write+" && !lasting) {
                 EXPECT_EQ(run.exitCode, 2);
                 EXPECT_NE(run.out.find(GetParam().second), std::string::npos) << run;
-                EXPECT_TRUE(server.metabaseText().ends_with('\n'));
+                EXPECT_TRUE(server.read("metabase.txt").ends_with('\n'));
             }
             expectCompletable(server);
         }

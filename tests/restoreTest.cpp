@@ -25,7 +25,7 @@ void expectNoChange(const std::string& file, const std::string& out, const std::
 TEST(RestoreFiles, ofOtherFormsAreReadTheSameAndNoOthers) {
     for (const TableCase& test : Table("backup-forms.txt", {{"file", "prints"}, {"stderr", "exit"}})) {
         SCOPED_TRACE(test);
-        expectNoChange(test["file"], test["prints"], test.get("stderr", ""), test.number("exit", 2));
+        expectNoChange(test["file"], test["prints"], test.get("stderr", ""), test.number("exit", "2"));
     }
 }
 
@@ -83,9 +83,8 @@ TEST(Restore, refusesALiveTreeThatChangesUnderIt) {
     const std::string before = metabaseWith("IIsComputer A:IIsWebFile B:IIsWebFile");
     for (const int enumeration : {1, 2}) {
         SCOPED_TRACE(enumeration);
-        FaultPlan plan;
-        plan.withoutFirstChild = enumeration;
-        const Restored run = restore(before, backupFile(objElement("N", "IIsWebFile")), {}, plan);
+        const Restored run = restore(before, backupFile(objElement("N", "IIsWebFile")), {},
+                                     {.withoutFirstChild = enumeration});
         EXPECT_EQ(folded(run.out, "8000FFFF"), "{restoreObj}{restore}{restore}");
         EXPECT_EQ(run.metabase, before);
     }

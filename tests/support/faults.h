@@ -35,7 +35,7 @@
 struct FaultPlan {
     /// The calls that count, such as "IADs::get_Class" or, for a query of an object, "query IADs"; "*" for
     /// all.
-    std::string call;
+    std::string call = {};
     /// Which of them fails, counted from 1; 0 for none. `lasting`: all after it fail, too.
     int number = 1;
     bool lasting = false;

@@ -3,6 +3,7 @@
 #include "tests/support/folder.h"
 
 #include <algorithm>
+#include <charconv>
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
@@ -61,21 +62,12 @@ std::string TableCase::get(const std::string& key, const std::string& fallback) 
     return has(key) ? texts_.at(key) : fallback;
 }
 
-int TableCase::number(const std::string& key) const {
-    const std::string& text = (*this)[key];
-    std::size_t end = 0;
+int TableCase::number(const std::string& key, const char* fallback) const {
+    const std::string text = fallback != nullptr ? get(key, fallback) : (*this)[key];
     int number = 0;
-    try {
-        number = std::stoi(text, &end);
-    } catch (const std::logic_error&) {
-        end = std::string::npos;
-    }
-    if (end != text.size()) fail("\"" + key + "\" isn't a number");
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc{} || end != text.data() + text.size()) fail("\"" + key + "\" isn't a number");
     return number;
-}
-
-int TableCase::number(const std::string& key, int fallback) const {
-    return has(key) ? number(key) : fallback;
 }
 
 std::ostream& operator<<(std::ostream& out, const TableCase& test) { return out << test.place(); }

@@ -33,9 +33,8 @@ public:
     const std::string& operator[](const std::string& key) const;
     /// The text of an optional key, or `fallback`.
     std::string get(const std::string& key, const std::string& fallback) const;
-    /// The same as a decimal number.
-    int number(const std::string& key, int fallback) const;
-    int number(const std::string& key) const;
+    /// The decimal number of a key; with a fallback, of an optional key.
+    int number(const std::string& key, const char* fallback = nullptr) const;
 
 private:
     friend class Table;
