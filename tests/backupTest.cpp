@@ -20,15 +20,6 @@ std::string oneValue(const std::string& value) {
            "\nclass IIsComputer container nodeleteops () (X)\nobject \"localhost\" IIsComputer\n";
 }
 
-/// What the backup of such a metabase has in its `props`.
-std::string propsOf(const std::string& backup) {
-    const std::string begin = "    <props>\n      ";
-    const std::size_t at = backup.find(begin);
-    return at == std::string::npos
-               ? backup
-               : backup.substr(at + begin.size(), backup.find("    </props>") - at - begin.size());
-}
-
 struct Backup : Outcome {
     std::string file;
 };
@@ -83,7 +74,10 @@ TEST(Backup, writesEveryTypeOfValue) {
         const Folder folder;
         folder.write("metabase.txt", oneValue(test["value"]));
         EXPECT_EQ(runHere(folder, {"-backup", "-file", "f"}).exitCode, 0) << test;
-        EXPECT_EQ(propsOf(folder.read("f")), test["line"] + "\n") << test;
+        const std::string backup = folder.read("f");
+        EXPECT_NE(backup.find("<props>\n      " + test["line"] + "\n    </props>"), std::string::npos)
+            << test << "\n"
+            << backup;
     }
 }
 
