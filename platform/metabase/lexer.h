@@ -68,6 +68,15 @@ public:
     bool symbol(char expected) {
         return optionalSymbol(expected) || fail(std::string("expected '") + expected + "'");
     }
+    /// Parses a name if it follows as `text`; sets no error.
+    bool optionalName(std::string_view text) {
+        skipBlanks();
+        const std::string_view rest(at_, static_cast<std::size_t>(end_ - at_));
+        if (!rest.starts_with(text)) return false;
+        if (rest.size() > text.size() && !byteIsIn(rest[text.size()], wordEnd)) return false;
+        at_ += text.size();
+        return true;
+    }
     /// Parses a name, bare or as a string. `name` is valid until the next call of name or string.
     bool name(std::u16string_view& name);
     /// Parses a string in quotes. `text` is valid until the next call of name or string.

@@ -1,5 +1,6 @@
 #include "objectTree.h"
 
+#include "automation/bstr.h"
 #include "com/characters.h"
 
 #include <algorithm>
@@ -42,13 +43,18 @@ bool isAddressable(std::u16string_view name) {
 }
 
 std::optional<PropertyId> ObjectTree::findProperty(std::u16string_view name) const {
-    const auto found = propertyIds_.find(name);
-    return found == propertyIds_.end() ? std::nullopt : std::optional(found->second);
+    PropertyId id = askedFor_.expected();
+    if (id >= properties_.size() || !equal(properties_[id].name, name)) {
+        id = propertyNames_.find(name);
+        if (id == NameTable::none) return std::nullopt;
+    }
+    askedFor_.came(id);
+    return id;
 }
 
 const ClassDefinition* ObjectTree::findClass(std::u16string_view name) const {
-    const auto found = classesByName_.find(name);
-    return found == classesByName_.end() ? nullptr : found->second;
+    const NameTable::Number found = classNames_.find(name);
+    return found == NameTable::none ? nullptr : &classes_[found];
 }
 
 ObjectNode* ObjectTree::findChild(const ObjectNode& parent, std::u16string_view name) {
@@ -91,21 +97,20 @@ EffectiveValue ObjectTree::effectiveValue(const ObjectNode& node, PropertyId pro
 }
 
 bool ObjectTree::addProperty(PropertyDefinition definition) {
-    if (findProperty(definition.name)) return false;
-    definition.name = propertyNames_.emplace_back(definition.name);
-    propertyIds_.emplace(definition.name, static_cast<PropertyId>(properties_.size()));
+    const PropertyId id = propertyNames_.add(definition.name);
+    if (id < properties_.size()) return false;
+    definition.name = propertyNames_[id];
     properties_.push_back(definition);
     return true;
 }
 
 bool ObjectTree::addClass(ClassDefinition definition) {
-    if (findClass(definition.name) != nullptr) return false;
+    if (classNames_.add(definition.name) < classes_.size()) return false;
     definition.listed.resize(properties_.size());
     for (const auto& list : {definition.mandatory, definition.optional}) {
         for (const PropertyId property : list) definition.listed[property] = true;
     }
-    const ClassDefinition& added = classes_.emplace_back(std::move(definition));
-    classesByName_.emplace(added.name, &added);
+    classes_.push_back(std::move(definition));
     return true;
 }
 

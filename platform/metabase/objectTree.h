@@ -3,19 +3,18 @@
 // A value is kept as the text that the metabase file has for it, and parsed when a caller asks for it.
 #pragma once
 
-#include "automation/bstr.h"
+#include "com/nameTable.h"
 #include "valueForm.h"
 
 #include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace metabase {
 
-using PropertyId = std::uint32_t;
+using PropertyId = NameTable::Number;
 
 /// The texts must outlive the tree.
 struct PropertyDefinition {
@@ -74,13 +73,6 @@ struct EffectiveValue {
     bool inherited;
 };
 
-/// Compares the keys of a table of names: by bytes, which costs less than unit by unit.
-struct NamesEqual {
-    bool operator()(std::u16string_view left, std::u16string_view right) const { return equal(left, right); }
-};
-template <class Value>
-using NameMap = std::unordered_map<std::u16string_view, Value, std::hash<std::u16string_view>, NamesEqual>;
-
 class ObjectTree {
 public:
     /// The deepest level of an object. The topmost one has level 1.
@@ -129,11 +121,13 @@ public:
     static bool setValue(ObjectNode& node, PropertyId property, std::string_view text);
 
 private:
+    // A property or class has the number of its name.
+    NameTable propertyNames_;
+    /// The properties that were asked for. The results of findProperty don't depend on it.
+    mutable NameSequence askedFor_;
     std::vector<PropertyDefinition> properties_;
-    std::deque<std::u16string> propertyNames_;
+    NameTable classNames_;
     std::deque<ClassDefinition> classes_;
-    NameMap<PropertyId> propertyIds_;
-    NameMap<const ClassDefinition*> classesByName_;
     std::deque<ObjectNode> nodes_;
     std::deque<std::string> texts_;
     ObjectNode aboveRoot_;

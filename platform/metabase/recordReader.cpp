@@ -44,6 +44,7 @@ private:
 
     ObjectTree& tree_;
     Lexer lexer_;
+    NameSequence propertyNames_;
     /// The object that value lines belong to; null if there is none.
     ObjectNode* current_ = nullptr;
     bool versionSeen_ = false;
@@ -119,11 +120,18 @@ bool RecordReader::property() {
 }
 
 bool RecordReader::propertyName(PropertyId& property) {
+    const auto& properties = tree_.properties();
+    property = propertyNames_.expected();
+    if (property < properties.size() && lexer_.optionalName(properties[property].nameText)) {
+        propertyNames_.came(property);
+        return true;
+    }
     std::u16string_view name;
     if (!lexer_.name(name)) return failLexer();
     const std::optional<PropertyId> found = tree_.findProperty(name);
     if (!found) return fail("a property that isn't defined");
     property = *found;
+    propertyNames_.came(property);
     return true;
 }
 
