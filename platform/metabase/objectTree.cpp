@@ -9,14 +9,6 @@ namespace metabase {
 
 namespace {
 
-auto placeOfChild(const ObjectNode& parent, std::u16string_view name) {
-    const auto before = [](const ObjectNode* child, std::u16string_view wanted) {
-        return child->name < wanted;
-    };
-    if (parent.children.empty() || before(parent.children.back(), name)) return parent.children.end();
-    return std::lower_bound(parent.children.begin(), parent.children.end(), name, before);
-}
-
 template <class Values> auto placeOfValue(Values& values, PropertyId property) {
     if (values.empty() || values.back().property < property) return values.end();
     return std::ranges::lower_bound(values, property, {}, &StoredValue::property);
@@ -58,8 +50,12 @@ const ClassDefinition* ObjectTree::findClass(std::u16string_view name) const {
 }
 
 ObjectNode* ObjectTree::findChild(const ObjectNode& parent, std::u16string_view name) {
-    const auto place = placeOfChild(parent, name);
-    return place != parent.children.end() && (*place)->name == name ? *place : nullptr;
+    if (parent.children.empty()) return nullptr;
+    // A file has its objects in the order of their names, so that the last child is wanted most often.
+    ObjectNode* last = *parent.children.rbegin();
+    if (const int order = last->name.compare(name); order <= 0) return order == 0 ? last : nullptr;
+    const auto found = parent.children.find(name);
+    return found == parent.children.end() ? nullptr : *found;
 }
 
 ObjectNode* ObjectTree::findObject(std::u16string_view path) const {
@@ -133,7 +129,7 @@ ObjectNode& ObjectTree::addObject(ObjectNode& parent, std::u16string_view name,
     node.parent = &parent;
     node.definition = &definition;
     node.depth = parent.depth + 1;
-    parent.children.insert(placeOfChild(parent, name), &node);
+    parent.children.insert(parent.children.end(), &node);
     return node;
 }
 
@@ -150,7 +146,7 @@ void ObjectTree::remove(ObjectNode& node) {
         removed->deleted = true;
         left.insert(left.end(), removed->children.begin(), removed->children.end());
     }
-    node.parent->children.erase(placeOfChild(*node.parent, node.name));
+    node.parent->children.erase(&node);
 }
 
 bool ObjectTree::setValue(ObjectNode& node, PropertyId property, std::string_view text) {

@@ -8,6 +8,7 @@
 
 #include <deque>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,19 +51,34 @@ struct StoredValue {
     std::string_view view() const { return {text, length}; }
 };
 
+struct ObjectNode;
+
+/// The order of children: by name, unit by unit.
+struct NameOrder {
+    using is_transparent = void;
+    template <class Left, class Right> bool operator()(const Left& left, const Right& right) const {
+        return nameOf(left) < nameOf(right);
+    }
+
+private:
+    static std::u16string_view nameOf(std::u16string_view name) { return name; }
+    static std::u16string_view nameOf(const ObjectNode* node);
+};
+
 /// An object, or the place above the topmost object, which has no class.
 struct ObjectNode {
     std::u16string name;
     ObjectNode* parent = nullptr;
     const ClassDefinition* definition = nullptr;
-    /// Sorted by name, unit by unit.
-    std::vector<ObjectNode*> children;
+    std::set<ObjectNode*, NameOrder> children;
     /// Sorted by PropertyId.
     std::vector<StoredValue> values;
     std::uint32_t depth = 0;
     /// Whether the object was removed from the tree.
     bool deleted = false;
 };
+
+inline std::u16string_view NameOrder::nameOf(const ObjectNode* node) { return node->name; }
 
 /// Whether an object can have the name: it can be part of a path and be read back from a file.
 bool isAddressable(std::u16string_view name);
@@ -88,7 +104,7 @@ public:
     const ObjectNode& aboveRoot() const { return aboveRoot_; }
     ObjectNode& aboveRoot() { return aboveRoot_; }
     /// The topmost object; null if there is none yet.
-    ObjectNode* root() const { return aboveRoot_.children.empty() ? nullptr : aboveRoot_.children.front(); }
+    ObjectNode* root() const { return aboveRoot_.children.empty() ? nullptr : *aboveRoot_.children.begin(); }
 
     std::optional<PropertyId> findProperty(std::u16string_view name) const;
     /// Null if there is none.
