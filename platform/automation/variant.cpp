@@ -43,7 +43,7 @@ HRESULT VariantCopy(VARIANT* target, const VARIANT* source) {
             source->punkVal->AddRef();
         }
     }
-    (void)VariantClear(target);
+    if (target->vt != VT_EMPTY) (void)VariantClear(target);
     *target = copy;
     return S_OK;
 }
