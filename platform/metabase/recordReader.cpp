@@ -37,6 +37,7 @@ private:
     bool className(const ClassDefinition*& definition);
     bool aboveRecord();
     bool addObject(ObjectNode*& node);
+    bool objectRecord();
     bool existingObject(ObjectNode*& node);
     bool value();
     bool change();
@@ -70,7 +71,7 @@ bool RecordReader::record(std::string_view line) {
     } else {
         const std::string_view kind = lexer_.word();
         if (kind == "object") {
-            parsed = addObject(current_);
+            parsed = objectRecord();
         } else if (kind == "property") {
             parsed = property();
         } else if (kind == "class") {
@@ -200,6 +201,14 @@ bool RecordReader::addObject(ObjectNode*& node) {
     if (const std::string_view reason = tree_.whyNotAddable(*parent, name); !reason.empty())
         return fail(reason);
     node = &tree_.addObject(*parent, name, *definition);
+    return true;
+}
+
+bool RecordReader::objectRecord() {
+    // Most objects have as many values as the one before.
+    const std::size_t usualCount = current_ == nullptr ? 0 : current_->values.size();
+    if (!addObject(current_)) return false;
+    current_->values.reserve(usualCount);
     return true;
 }
 
