@@ -1,9 +1,12 @@
 #include "automation/safearray.h"
 
+#include "com/text.h"
+
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <new>
+#include <string>
 
 namespace {
 
@@ -21,6 +24,11 @@ std::size_t elementCount(const SAFEARRAY& array) {
     std::size_t count = 1;
     for (UINT i = 0; i < array.cDims; ++i) count *= array.rgsabound[i].cElements;
     return count;
+}
+
+HRESULT failBadIndex(std::string_view reason) {
+    setStatusDetail(DISP_E_BADINDEX, "Invalid index: " + std::string(reason));
+    return DISP_E_BADINDEX;
 }
 
 } // namespace
@@ -93,7 +101,7 @@ HRESULT SafeArrayGetVartype(const SAFEARRAY* array, VARTYPE* type) {
 
 HRESULT SafeArrayGetLBound(const SAFEARRAY* array, UINT dimension, LONG* bound) {
     if (array == nullptr) return E_INVALIDARG;
-    if (dimension == 0 || dimension > array->cDims) return DISP_E_BADINDEX;
+    if (dimension == 0 || dimension > array->cDims) return failBadIndex("the list has no such dimension");
     *bound = array->rgsabound[dimension - 1].lLbound;
     return S_OK;
 }
@@ -111,7 +119,9 @@ HRESULT SafeArrayGetElement(const SAFEARRAY* array, const LONG* indices, void* e
     for (UINT i = 0; i < array->cDims; ++i) {
         const SAFEARRAYBOUND& bound = array->rgsabound[i];
         const std::int64_t index = static_cast<std::int64_t>(indices[i]) - bound.lLbound;
-        if (index < 0 || index >= bound.cElements) return DISP_E_BADINDEX;
+        if (index < 0 || index >= bound.cElements) {
+            return failBadIndex(bound.cElements == 0 ? "the list is empty" : "the list has fewer elements");
+        }
         offset += static_cast<std::size_t>(index) * stride;
         stride *= bound.cElements;
     }
