@@ -59,15 +59,18 @@ public:
         while (at_ != end_ && !byteIsIn(*at_, wordEnd)) ++at_;
         return textSince(begin);
     }
+    /// Parses a word that must be `expected`.
+    bool keyword(std::string_view expected) {
+        const std::string_view found = word();
+        return found == expected || failExpected(std::string(expected), found);
+    }
     /// Parses the symbol if it follows; sets no error.
     bool optionalSymbol(char expected) {
         if (!nextIs(expected)) return false;
         ++at_;
         return true;
     }
-    bool symbol(char expected) {
-        return optionalSymbol(expected) || fail(std::string("expected '") + expected + "'");
-    }
+    bool symbol(char expected) { return optionalSymbol(expected) || failExpected({'"', expected, '"'}); }
     /// Parses a name, bare or as a string. `name` is valid until the next call of name or string.
     bool name(std::u16string_view& name);
     /// Parses a string in quotes. `text` is valid until the next call of name or string.
@@ -81,8 +84,14 @@ public:
         error_ = message;
         return false;
     }
+    /// Fails: `what` was expected, and not `found` or, if that is empty, the next token.
+    bool failExpected(const std::string& what, std::string_view found = {});
+    /// The next token, as a message quotes it.
+    std::string nextToken();
 
 private:
+    bool failCharacter(const char* at);
+    bool failUnclosed(const char* quote);
     void skipBlanks() {
         while (at_ != end_ && byteIsIn(*at_, blank)) ++at_;
     }
@@ -92,6 +101,10 @@ private:
     std::string error_;
     std::u16string decoded_;
 };
+
+/// A name and a string as a message quotes them: as the file has them, shortened.
+std::string shownName(std::u16string_view name);
+std::string shownString(std::u16string_view text);
 
 /// Appends a name, without quotes if Lexer::name then parses it.
 void formatName(std::string& out, std::u16string_view name);
