@@ -1,7 +1,5 @@
 #include "automation/safearray.h"
 
-#include "com/text.h"
-
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -26,9 +24,8 @@ std::size_t elementCount(const SAFEARRAY& array) {
     return count;
 }
 
-HRESULT failBadIndex(std::string_view reason) {
+[[gnu::cold]] void explainBadIndex(std::string_view reason) {
     setStatusDetail(DISP_E_BADINDEX, "Invalid index: " + std::string(reason));
-    return DISP_E_BADINDEX;
 }
 
 } // namespace
@@ -101,7 +98,10 @@ HRESULT SafeArrayGetVartype(const SAFEARRAY* array, VARTYPE* type) {
 
 HRESULT SafeArrayGetLBound(const SAFEARRAY* array, UINT dimension, LONG* bound) {
     if (array == nullptr) return E_INVALIDARG;
-    if (dimension == 0 || dimension > array->cDims) return failBadIndex("the list has no such dimension");
+    if (dimension == 0 || dimension > array->cDims) {
+        explainBadIndex("the list has no such dimension");
+        return DISP_E_BADINDEX;
+    }
     *bound = array->rgsabound[dimension - 1].lLbound;
     return S_OK;
 }
@@ -120,7 +120,8 @@ HRESULT SafeArrayGetElement(const SAFEARRAY* array, const LONG* indices, void* e
         const SAFEARRAYBOUND& bound = array->rgsabound[i];
         const std::int64_t index = static_cast<std::int64_t>(indices[i]) - bound.lLbound;
         if (index < 0 || index >= bound.cElements) {
-            return failBadIndex(bound.cElements == 0 ? "the list is empty" : "the list has fewer elements");
+            explainBadIndex(bound.cElements == 0 ? "the list is empty" : "the list has fewer elements");
+            return DISP_E_BADINDEX;
         }
         offset += static_cast<std::size_t>(index) * stride;
         stride *= bound.cElements;

@@ -1,7 +1,6 @@
 #include "automation/excerpt.h"
 #include "automation/scalarText.h"
 #include "com/characters.h"
-#include "com/text.h"
 
 #include <optional>
 #include <string>

@@ -3,7 +3,6 @@
 #include "automation/callResults.h"
 #include "automation/excerpt.h"
 #include "automation/safearray.h"
-#include "com/text.h"
 #include "valueSyntax.h"
 
 #include <algorithm>
@@ -50,7 +49,7 @@ private:
 };
 
 /// Fails for a value that the property can't hold.
-HRESULT failToStore(const PropertyDefinition& definition, const VARIANT& value) {
+[[gnu::cold]] HRESULT failToStore(const PropertyDefinition& definition, const VARIANT& value) {
     constexpr HRESULT status = E_ADS_CANT_CONVERT_DATATYPE;
     std::string text;
     const bool hasText = formatValue(text, ValueForm::plain, value) == S_OK;

@@ -120,8 +120,8 @@ bool Lexer::stringToken(StringToken& token) {
     return true;
 }
 
-bool Lexer::failExpected(const std::string& what, std::string_view found) {
-    return fail("expected " + what + ", not " + (found.empty() ? nextToken() : excerpt(found)));
+bool Lexer::failExpected(std::string_view what, std::string_view found) {
+    return fail("expected " + std::string(what) + ", not " + (found.empty() ? nextToken() : excerpt(found)));
 }
 
 std::string Lexer::nextToken() {
@@ -133,6 +133,8 @@ std::string Lexer::nextToken() {
     }
     return shownToken(textSince(begin));
 }
+
+bool Lexer::failSymbol(char expected) { return failExpected(std::string("\"") + expected + '"'); }
 
 /// Fails for the text at `at`, which can't be in a string.
 bool Lexer::failCharacter(const char* at) {

@@ -62,7 +62,7 @@ public:
     /// Parses a word that must be `expected`.
     bool keyword(std::string_view expected) {
         const std::string_view found = word();
-        return found == expected || failExpected(std::string(expected), found);
+        return found == expected || failExpected(expected, found);
     }
     /// Parses the symbol if it follows; sets no error.
     bool optionalSymbol(char expected) {
@@ -70,7 +70,7 @@ public:
         ++at_;
         return true;
     }
-    bool symbol(char expected) { return optionalSymbol(expected) || failExpected({'"', expected, '"'}); }
+    bool symbol(char expected) { return optionalSymbol(expected) || failSymbol(expected); }
     /// Parses a name, bare or as a string. `name` is valid until the next call of name or string.
     bool name(std::u16string_view& name);
     /// Parses a string in quotes. `text` is valid until the next call of name or string.
@@ -85,13 +85,14 @@ public:
         return false;
     }
     /// Fails: `what` was expected, and not `found` or, if that is empty, the next token.
-    bool failExpected(const std::string& what, std::string_view found = {});
+    [[gnu::cold]] bool failExpected(std::string_view what, std::string_view found = {});
     /// The next token, as a message quotes it.
     std::string nextToken();
 
 private:
-    bool failCharacter(const char* at);
-    bool failUnclosed(const char* quote);
+    [[gnu::cold]] bool failSymbol(char expected);
+    [[gnu::cold]] bool failCharacter(const char* at);
+    [[gnu::cold]] bool failUnclosed(const char* quote);
     void skipBlanks() {
         while (at_ != end_ && byteIsIn(*at_, blank)) ++at_;
     }

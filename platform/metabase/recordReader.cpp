@@ -22,7 +22,8 @@ public:
 
 private:
     bool fail(std::string_view message) { return lexer_.fail(message); }
-    bool failPath(std::string_view fault, std::u16string_view path);
+    [[gnu::cold]] bool failName(std::string_view kind, std::u16string_view name, std::string_view fault);
+    [[gnu::cold]] bool failPath(std::string_view fault, std::u16string_view path);
 
     bool headLine(std::string_view line);
     bool property();
@@ -115,14 +116,14 @@ bool RecordReader::property() {
     if (!oneOf("single", "list", definition.single)) return false;
     if (!oneOf("inheritable", "local", definition.inheritable)) return false;
     if (!valueText(definition.form, definition.defaultText)) return false;
-    return tree_.addProperty(definition) || fail("the property " + shownName(name) + " is defined already");
+    return tree_.addProperty(definition) || failName("the property ", name, " is defined already");
 }
 
 bool RecordReader::propertyName(PropertyId& property) {
     std::u16string_view name;
     if (!lexer_.name(name)) return false;
     const std::optional<PropertyId> found = tree_.findProperty(name);
-    if (!found) return fail("the property " + shownName(name) + " isn't defined");
+    if (!found) return failName("the property ", name, " isn't defined");
     property = *found;
     return true;
 }
@@ -152,7 +153,7 @@ bool RecordReader::classRecord() {
     std::u16string_view read;
     if (!lexer_.name(read)) return false;
     const std::u16string name(read);
-    if (!isAddressable(name)) return fail(shownName(name) + " can't be the name of a class");
+    if (!isAddressable(name)) return failName("", name, " can't be the name of a class");
     definition.name = name;
     std::string keyTypeText;
     formatString(keyTypeText, name);
@@ -160,21 +161,24 @@ bool RecordReader::classRecord() {
     if (!oneOf("container", "leaf", definition.container)) return false;
     if (!oneOf("deleteops", "nodeleteops", definition.deleteOps)) return false;
     if (!propertyList(definition.mandatory) || !propertyList(definition.optional)) return false;
-    return tree_.addClass(std::move(definition)) ||
-           fail("the class " + shownName(name) + " is defined already");
+    return tree_.addClass(std::move(definition)) || failName("the class ", name, " is defined already");
 }
 
 bool RecordReader::className(const ClassDefinition*& definition) {
     std::u16string_view name;
     if (!lexer_.name(name)) return false;
     definition = tree_.findClass(name);
-    return definition != nullptr || fail("the class " + shownName(name) + " isn't defined");
+    return definition != nullptr || failName("the class ", name, " isn't defined");
 }
 
 bool RecordReader::aboveRecord() {
     if (tree_.root() != nullptr) return fail("above must come before the first object");
     current_ = &tree_.aboveRoot();
     return true;
+}
+
+bool RecordReader::failName(std::string_view kind, std::u16string_view name, std::string_view fault) {
+    return fail(std::string(kind) + shownName(name) + std::string(fault));
 }
 
 /// Fails for a path that no object has.

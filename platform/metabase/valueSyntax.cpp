@@ -53,7 +53,7 @@ private:
     bool string(Bstr* out);
     bool scalar(Variant* out);
     bool scalarWord(Variant* out);
-    bool failScalar(HRESULT status, std::string_view token);
+    [[gnu::cold]] bool failScalar(HRESULT status, std::string_view token);
     bool bytes(std::string_view digits, Variant* out);
     bool list(Variant* out);
     bool mimeMap(Variant* out);
@@ -115,9 +115,15 @@ bool ValueParser::scalarWord(Variant* out) {
 
 /// Fails for a word that isn't a scalar.
 bool ValueParser::failScalar(HRESULT status, std::string_view token) {
-    if (status == DISP_E_OVERFLOW) return lexer_.fail(excerpt(token) + " is out of the range of its type");
-    const std::string found = token.empty() ? lexer_.nextToken() : excerpt(token);
-    return lexer_.fail("expected a value, not " + found + "; a value looks like \"text\", 12, true or ui4:5");
+    if (status == DISP_E_OVERFLOW) {
+        const std::size_t colon = token.find(':');
+        const std::string type(colon == std::string_view::npos ? "i4" : token.substr(0, colon));
+        return lexer_.fail(excerpt(token) + " is out of the range of " + type);
+    }
+    lexer_.failExpected("a value", token);
+    const bool isDate = token.starts_with("date:");
+    return lexer_.fail(lexer_.error() + (isDate ? "; a date looks like date:1998-07-14T08:30:00"
+                                                : "; a value looks like \"text\", 12, true or ui4:5"));
 }
 
 bool ValueParser::bytes(std::string_view digits, Variant* out) {

@@ -2,7 +2,6 @@
 
 #include "automation/excerpt.h"
 #include "automation/utf8.h"
-#include "com/text.h"
 #include "domList.h"
 #include "query.h"
 
