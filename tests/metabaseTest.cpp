@@ -108,6 +108,11 @@ TEST(Metabase, readsBackWhatItWritesAndRefusesAllElse) {
     folder.write("metabase.txt", tree + "x\n");
     const std::string printed = runHere(folder, {"-backup", "-file", "f"}).err;
     EXPECT_NE(printed.find("(metabase.txt, line 16: expected property"), std::string::npos) << printed;
+    std::filesystem::remove(folder.path("metabase.txt"));
+    std::filesystem::create_symlink("none", folder.path("metabase.txt"));
+    const std::string dangling = runHere(folder, {"-backup", "-file", "f"}).err;
+    EXPECT_NE(dangling.find("(metabase.txt: is a link to none, which doesn't"), std::string::npos)
+        << dangling;
 }
 
 TEST(Metabase, showsTheValueOfTheObjectOrOneAboveItOrTheDefault) {
