@@ -4,6 +4,10 @@
 //     makeMetabase flat [CHILDREN [SEED]]               many children below one object, 20000
 //     makeMetabase deep [LEVELS [SEED]]                 a chain of objects, 200
 //     makeMetabase long [VALUES [SEED]]                 few objects with long lists, 10000 values each
+//     makeMetabase wide-children [CHILDREN]             small children below one object, 20000
+//     makeMetabase wide-mime [ENTRIES]                  a MIME map of 20000 entries
+//     makeMetabase wide-list [VALUES]                   a list of 20000 values
+//     makeMetabase wide-class [PROPERTIES]              a class of 20000 properties, one object with all
 //     makeMetabase random [SEED]                        a small one with everything that there is
 
 #include "tools/generator/randomMetabase.h"
@@ -139,6 +143,54 @@ private:
     std::vector<Property> properties_;
 };
 
+// ---- Metabases with one wide thing and nothing else
+
+/// Returns `count` pieces with `separator` between them. Each is `format` with the piece's number for %u, at
+/// most twice.
+std::string numbered(unsigned count, const char* separator, const char* format) {
+    std::string result;
+    for (unsigned i = 0; i < count; ++i) {
+        char piece[100];
+        std::snprintf(piece, sizeof piece, format, i, i);
+        if (i > 0) result += separator;
+        result += piece;
+    }
+    return result;
+}
+
+/// Prints a schema of the given properties (lines) and one class that lists them by name, and the topmost
+/// object with its value lines.
+void putWide(const std::string& properties, const std::string& names, const std::string& values) {
+    std::printf("metabase 1\n\nproperty KeyType string single local \"\"\n%s\n"
+                "class IIsComputer container nodeleteops (KeyType) (%s)\n"
+                "class IIsWebVirtualDir container deleteops (KeyType) ()\n"
+                "class IIsWebDirectory container deleteops (KeyType) ()\n\n"
+                "object \"localhost\" IIsComputer\n  KeyType \"IIsComputer\"\n%s",
+                properties.c_str(), names.c_str(), values.c_str());
+}
+
+void putWideChildren(unsigned count) {
+    putWide("", "", "");
+    const std::string children = numbered(
+        count, "", "object \"localhost/child%07u\" IIsWebVirtualDir\n  KeyType \"IIsWebVirtualDir\"\n");
+    std::fputs(children.c_str(), stdout);
+}
+
+void putWideMime(unsigned count) {
+    putWide("property MimeMap mime list inheritable mime()\n", "MimeMap",
+            "  MimeMap mime(" + numbered(count, ", ", "\".x%u\" \"type/x%u\"") + ")\n");
+}
+
+void putWideList(unsigned count) {
+    putWide("property HttpErrors string list local []\n", "HttpErrors",
+            "  HttpErrors [" + numbered(count, ", ", "\"value%u\"") + "]\n");
+}
+
+void putWideClass(unsigned count) {
+    putWide(numbered(count, "", "property Property%u i4 single local 0\n"),
+            numbered(count, ", ", "Property%u"), numbered(count, "", "  Property%u %u\n"));
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -167,11 +219,21 @@ int main(int argc, char** argv) {
     } else if (shape == "long") {
         metabase.schema();
         for (unsigned i = 0; i < 3; ++i) metabase.directory(top + std::to_string(i), number(2, 10000));
+    } else if (shape == "wide-children") {
+        putWideChildren(number(2, 20000));
+    } else if (shape == "wide-mime") {
+        putWideMime(number(2, 20000));
+    } else if (shape == "wide-list") {
+        putWideList(number(2, 20000));
+    } else if (shape == "wide-class") {
+        putWideClass(number(2, 20000));
     } else if (shape == "random") {
         Random random(number(2, 1));
         std::fputs(RandomMetabase(random).tree().c_str(), stdout);
     } else {
-        std::fputs("Usage: makeMetabase wide|flat|deep|long|random [SIZE...] [SEED]\n", stderr);
+        std::fputs("Usage: makeMetabase wide|flat|deep|long|random [SIZE...] [SEED]\n"
+                   "       makeMetabase wide-children|wide-mime|wide-list|wide-class [SIZE]\n",
+                   stderr);
         return 1;
     }
     return 0;

@@ -3,7 +3,8 @@
 #
 #     bench/run.sh [ROUNDS]
 #
-# Each round (5) runs every command once; the tables give medians. Everything happens in build/bench.
+# Each round (5) runs every command once; the tables give medians. Everything happens in build/bench. bench/growth.sh
+# measures how the cost grows with the width of an object.
 set -eu
 cd "$(dirname "$0")/.."
 . tools/packages.sh
@@ -15,6 +16,7 @@ need_presets bench
 need libxml2-utils xmllint --version
 need expat xmlwf -v
 need time test -x /usr/bin/time
+need valgrind valgrind --version
 install_needed
 
 build bench
@@ -80,9 +82,27 @@ while [ "$round" -le "$rounds" ]; do
     timed W cp cp backup.xml copy.xml
     timed W xmllint xmllint --noout backup.xml
     timed W xmlwf xmlwf backup.xml
+    timed W latin1 "$built/bench/loadPugixml" backup.xml latin1
+    timed W utf8 "$built/bench/loadPugixml" backup.xml
     timed W load "$built/bench/loadBackup" backup.xml
     for form in W W10 Wx3 flat deep long; do timed_restores "$form"; done
     round=$((round + 1))
 done
 
-awk -f bench/tables.awk "$work/forms" "$work/times"
+# counted FORM NAME COMMAND...: runs a command in the form's folder and notes its instructions.
+counted() {
+    form=$1
+    name=$2
+    shift 2
+    (cd "$work/$form" && valgrind --tool=callgrind --callgrind-out-file=/dev/null "$@" 2>counts >/dev/null)
+    awk -v name="$name" '/Collected/ { print name, $4 }' "$work/$form/counts" >>"$work/instructions"
+}
+
+echo "Counting instructions"
+counted W10 load "$built/bench/loadBackup" backup.xml
+counted W10 backup "$program" -backup -file again.xml
+counted W10 same "$program" -restore -n -file backup.xml
+cp "$work/W10/changed.txt" "$work/W10/metabase.txt"
+counted W10 changed "$program" -restore -file backup.xml
+
+awk -f bench/tables.awk "$work/forms" "$work/times" "$work/instructions"

@@ -1,6 +1,7 @@
 # The tables of run.sh: reads its list of forms (name, objects, metabase bytes, backup bytes, changes), then its
-# list of times (form, name, elapsed, user, system seconds, peak in kB).
+# list of times (form, name, elapsed, user, system seconds, peak in kB) and its list of instructions (name, number).
 
+NF == 2 { instructions[$1] = $2; next }
 NF == 5 { objects[$1] = $2; metabaseSize[$1] = $3; backupSize[$1] = $4; changes[$1] = $5; form[++forms] = $1; next }
 
 {
@@ -43,7 +44,13 @@ END {
     row("xmlwf", "W xmlwf")
     row("-backup : xmllint", "W backup", "W xmllint")
     row("-restore -n, no difference : xmllint", "W same", "W xmllint")
+    row("pugixml", "W utf8")
+    row("pugixml, decoding Latin-1", "W latin1")
     row("loadXML alone : xmlwf", "W load", "W xmlwf")
+    row("loadXML alone : pugixml", "W load", "W utf8")
+    row("loadXML alone : pugixml, decoding Latin-1", "W load", "W latin1")
+    row("-backup : xmlwf", "W backup", "W xmlwf")
+    row("-restore -n, no difference : xmlwf", "W same", "W xmlwf")
     row("-restore, " changes["W"] " changes : no difference", "W changed", "W same")
 
     printf "\nPeak of a backup to the size of the metabase: %.2f; peak of a restore to that of xmllint: %.2f\n",
@@ -61,5 +68,18 @@ END {
             printf " %.0f | %.2f |", perObject(name, form[i]), perObject(name, form[i]) / perObject(name, "W")
         }
         print ""
+    }
+
+    printf "\nA change takes %.1f microseconds more than no difference.\n",
+        (median(cpu, "W changed") - median(cpu, "W same")) * 1e6 / changes["W"]
+
+    print "\nInstructions on W10, counted by callgrind.\n"
+    print "| run | millions | for each object |"
+    print "|---|---|---|"
+    split("load backup same changed", names, " ")
+    split("loadXML alone|-backup|-restore -n, no difference|-restore, changed", texts, "|")
+    for (j = 1; j <= 4; j++) {
+        number = instructions[names[j]]
+        printf "| %s | %.0f | %.0f |\n", texts[j], number / 1e6, number / objects["W10"]
     }
 }

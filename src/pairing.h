@@ -1,17 +1,17 @@
 // The pairing of keys with the entries of a list, one to one.
 #pragma once
 
-#include <cstddef>
-#include <map>
-#include <span>
-#include <utility>
+#include "keyIndex.h"
 
-/// Pairs each key with the first entry that has it and isn't paired yet. An entry has `key()`, which is
-/// ordered, `hasKey(key)`, and a flag that `paired` names, which is set when it is paired. The cost of a key
+#include <cstddef>
+#include <span>
+
+/// Pairs each key with the first entry that has it and isn't paired yet. An entry has `key()` as in
+/// KeyIndex, `hasKey(key)`, and a flag that `paired` names, which is set when it is paired. The cost of a key
 /// grows at most with the logarithm of the number of entries, in any order and with any number of equal ones.
 template <class Entry, bool Entry::*paired> class Pairing {
 public:
-    using Key = decltype(std::declval<const Entry&>().key());
+    using Key = typename KeyIndex<Entry>::Key;
 
     /// Borrows the entries, none of which is paired yet.
     explicit Pairing(std::span<Entry> entries) : first_(entries.data()), end_(first_ + entries.size()) {}
@@ -41,19 +41,14 @@ private:
 
     /// Searches the entries beyond those, through an index that is built at the first such search.
     Entry* findInIndex(const Key& key) {
-        if (!indexed_) {
-            for (Entry* entry = first_ + nearby; entry != end_; ++entry) index_.emplace(entry->key(), entry);
-            indexed_ = true;
-        }
-        auto at = index_.lower_bound(key);
-        while (at != index_.end() && at->first == key && at->second->*paired) at = index_.erase(at);
-        return at != index_.end() && at->first == key ? at->second : nullptr;
+        if (!indexed_) index_ = KeyIndex<Entry>(std::span(first_ + nearby, end_));
+        indexed_ = true;
+        return index_.find(key, [](const Entry& entry) { return entry.*paired; });
     }
 
     /// All entries before it are paired.
     Entry* first_;
     Entry* end_;
-    /// Equal keys are in the order of their entries.
-    std::multimap<Key, Entry*> index_;
+    KeyIndex<Entry> index_;
     bool indexed_ = false;
 };

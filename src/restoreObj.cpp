@@ -1,12 +1,11 @@
 #include "restoreObj.h"
 
 #include "childWalk.h"
+#include "keyIndex.h"
 #include "objInfo.h"
 #include "restore.h"
 #include "xmlUtils.h"
 
-#include <algorithm>
-#include <span>
 #include <vector>
 
 namespace {
@@ -20,23 +19,15 @@ struct ChildEntry {
     /// Whether an `obj` element of the file has been reconciled with this child; if not, it is deleted at the
     /// end.
     bool matched = false;
+
+    std::u16string_view key() const { return view(name); }
 };
 
-/// The live children sorted by name; those with one name in the order of their entries, which are borrowed.
-using ChildIndex = std::vector<std::pair<std::u16string_view, ChildEntry*>>;
-
-ChildIndex indexByName(std::span<ChildEntry> entries) {
-    ChildIndex index;
-    index.reserve(entries.size());
-    for (ChildEntry& entry : entries) index.emplace_back(view(entry.name), &entry);
-    std::ranges::sort(index);
-    return index;
-}
+using ChildIndex = KeyIndex<ChildEntry>;
 
 /// Returns the first entry with a name, or null.
-ChildEntry* findChild(const ChildIndex& index, std::u16string_view name) {
-    const auto found = std::ranges::lower_bound(index, name, {}, &ChildIndex::value_type::first);
-    return found != index.end() && found->first == name ? found->second : nullptr;
+ChildEntry* findChild(ChildIndex& index, std::u16string_view name) {
+    return index.find(name, [](const ChildEntry&) { return false; });
 }
 
 /// One `obj` element of the file.
@@ -167,7 +158,7 @@ Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
     return S_OK;
 }
 
-Status reconcileChild(IADs& parent, const FileObject& object, const ChildIndex& children) {
+Status reconcileChild(IADs& parent, const FileObject& object, ChildIndex& children) {
     ChildEntry* entry = findChild(children, view(object.name));
     if (entry == nullptr) return createMissing(parent, object);
     if (entry->matched) {
@@ -181,7 +172,7 @@ Status reconcileChild(IADs& parent, const FileObject& object, const ChildIndex& 
 }
 
 /// Reconciles the `obj` elements of the file in document order.
-Status reconcileFileObjects(IADs& object, IXMLDOMNode& childrenNode, const ChildIndex& children) {
+Status reconcileFileObjects(IADs& object, IXMLDOMNode& childrenNode, ChildIndex& children) {
     ComPtr<IXMLDOMNodeList> nodes;
     if (Status status = xmlGetChildNodes(childrenNode, nodes); status < 0) return reported(status);
     for (;;) {
@@ -218,7 +209,7 @@ Status reconcileChildren(IADs& object, IXMLDOMNode& childrenNode) {
     if (Status status = countChildren(*container, count); status < 0) return status;
     std::vector<ChildEntry> entries(count);
     if (Status status = readChildren(*container, entries); status < 0) return status;
-    if (Status status = reconcileFileObjects(object, childrenNode, indexByName(entries)); status < 0)
-        return status;
+    ChildIndex children(entries);
+    if (Status status = reconcileFileObjects(object, childrenNode, children); status < 0) return status;
     return deleteLeftovers(entries);
 }

@@ -6,10 +6,12 @@
 #include "directory/iis.h"
 #include "metabase/records.h"
 #include "metabase/valueSyntax.h"
+#include "tests/support/errorLines.h"
 #include "tests/support/processes.h"
 #include "tests/support/tables.h"
 
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -87,7 +89,12 @@ TEST(Metabase, readsBackWhatItWritesAndRefusesAllElse) {
     const Folder folder;
     folder.write("metabase.txt", tree + "x\n");
     const std::string printed = runHere(folder, {"-backup", "-file", "f"}).err;
-    EXPECT_NE(printed.find("(metabase.txt, line 16: expected a property"), std::string::npos) << printed;
+    EXPECT_NE(printed.find("(metabase.txt, line 16: expected property"), std::string::npos) << printed;
+    std::filesystem::remove(folder.path("metabase.txt"));
+    std::filesystem::create_symlink("none", folder.path("metabase.txt"));
+    const std::string dangling = runHere(folder, {"-backup", "-file", "f"}).err;
+    EXPECT_NE(dangling.find("(metabase.txt: is a link to none, which doesn't"), std::string::npos)
+        << dangling;
 }
 
 TEST(Metabase, showsClassesAndTheirPropertiesAlone) {
@@ -164,6 +171,46 @@ TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
     EXPECT_EQ(text.substr(0, head.size() + 10), head + "metabase 1");
     EXPECT_EQ(text.substr(text.find("object")), "object \"localhost\" Box\nobject \"localhost/a\" Box\n  "
                                                 "KeyType \"Box\"\nobject \"localhost/x\" Leaf\n");
+}
+
+// A text that was set by a failure that was passed over doesn't appear for a later one of the same status.
+TEST(Metabase, setsTheTextOfEachFailure) {
+    const Live live(tree);
+    const auto leaf = open(u"IIS://localhost/x");
+    const auto box = open(u"IIS://localhost/b/c");
+    ComPtr<IADsContainer> root;
+    ASSERT_EQ(query(*open(u"IIS://localhost"), root), S_OK);
+    ASSERT_EQ(root->Delete(Bstr(u"Bin"), Bstr(u"b")), S_OK);
+    ComPtr<IADsContainer> none;
+    ComPtr<IDispatch> created;
+    Variant value;
+    VARIANT vector{};
+    vector.vt = VT_VECTOR;
+    SafeArray list(1);
+    const LONG second = 1;
+    const std::pair<std::function<HRESULT()>, std::string> failures[] = {
+        {[&] { return bindObject(u"IIS://localhost/none", none); }, "IIS://localhost/none doesn't exist"},
+        {[&] { return query(*leaf, none); }, "No such interface supported"},
+        {[&] { return leaf->GetEx(Bstr(u"Title"), value.out()); }, "The class Leaf has no property Title"},
+        {[&] { return put(*open(u"IIS://localhost"), u"MimeMap", u"\xFC\x20AC\n"); },
+         "A value of this kind can't be stored in MimeMap, which has the type mime: \"\xFC?\\n\""},
+        {[&] { return box->SetInfo(); }, "IIS://localhost/b/c has been deleted"},
+        {[&] { return root->Delete(Bstr(u"Box"), Bstr(u"x")); },
+         "IIS://localhost has no child x of the class Box"},
+        {[&] { return root->Create(Bstr(u"No"), Bstr(u"n"), created.out()); }, "The schema has no class No"},
+        {[&] { return root->Create(Bstr(u"Box"), Bstr(u"x"), created.out()); },
+         "IIS://localhost/x: the object exists already"},
+        {[&] { return VariantCopy(value.out(), &vector); },
+         "Bad variable type: no value can have type=\"4096\""},
+        {[&] { return VariantClear(&vector); }, "Bad variable type: no value can have type=\"4096\""},
+        {[&] { return SafeArrayGetElement(list.get(), &second, value.out()); },
+         "Invalid index: the list has fewer elements"}};
+    for (const auto& [fail, text] : failures) {
+        const HRESULT status = fail();
+        setStatusDetail(status, "an earlier one");
+        EXPECT_EQ(fail(), status);
+        EXPECT_EQ(statusText(status), text);
+    }
 }
 
 TEST(Metabase, rewritesTheFileOfALinkWithItsMode) {

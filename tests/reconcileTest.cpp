@@ -90,10 +90,12 @@ TEST(RestoreProperties, ofLongMapsArePairedEntryByEntry) {
 
 TEST(RestoreProperties, thatCannotBeParsedEndTheRun) {
     const std::string before = metabaseWith("IIsWebServer");
-    for (const TableCase& test : Table("unparsable-props.txt", {{"props", "prints"}, {"status"}})) {
+    for (const TableCase& test : Table("unparsable-props.txt", {{"props", "prints"}, {"status", "text"}})) {
         SCOPED_TRACE(test);
         const Restored run = restore(before, backupFile("", test["props"]));
         EXPECT_EQ(folded(run.out, test.get("status", "80004005")), test["prints"]);
+        for (const ErrorLine& line : errorChain(run.out).lines)
+            EXPECT_EQ(line.text, test.get("text", line.text));
         EXPECT_EQ(run.exitCode, 2);
         EXPECT_EQ(run.metabase, before);
     }

@@ -20,7 +20,10 @@ need_presets() {
         test | sanitized | clang | coverage) need libgtest-dev test -e /usr/include/gtest/gtest.h ;;
         esac
         case $preset in
-        clang | bench) need libbenchmark-dev test -e /usr/include/benchmark/benchmark.h ;;
+        clang | bench)
+            need libbenchmark-dev test -e /usr/include/benchmark/benchmark.h
+            need libpugixml-dev test -e /usr/include/pugixml.hpp
+            ;;
         esac
         case $preset in
         clang | fuzz) need clang clang++ --version ;;

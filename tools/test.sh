@@ -12,6 +12,7 @@
 #     tidy        the sources are clean under clang-tidy
 #     pages       the manual page and the schema of the backup file are true, the completion offers what it should
 #     valgrind    the demo is clean under valgrind
+#     growth      the work for an item doesn't grow with the number of items
 #     fuzz        each fuzz target runs for a minute
 #     sanitized   the tests under AddressSanitizer, LeakSanitizer and UndefinedBehaviorSanitizer
 #
@@ -21,7 +22,7 @@ cd "$(dirname "$0")/.."
 . tools/packages.sh
 . tools/build.sh
 
-stages="format shell tests clang tidy pages valgrind fuzz sanitized"
+stages="format shell tests clang tidy pages valgrind growth fuzz sanitized"
 [ $# -gt 0 ] || set -- tests
 # shellcheck disable=SC2086 # one word for each stage
 [ "$*" != "--all" ] || set -- $stages
@@ -96,6 +97,13 @@ need_valgrind() {
     need valgrind valgrind --version
 }
 stage_valgrind() { quietly sh tools/demo.sh --valgrind; }
+
+need_growth() {
+    need_presets bench
+    need time test -x /usr/bin/time
+    need valgrind valgrind --version
+}
+stage_growth() { quietly sh bench/growth.sh --check; }
 
 need_fuzz() { need_presets fuzz; }
 stage_fuzz() { sh tools/fuzz.sh 60; }

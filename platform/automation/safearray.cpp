@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <string>
 
 namespace {
 
@@ -21,6 +22,10 @@ std::size_t elementCount(const SAFEARRAY& array) {
     std::size_t count = 1;
     for (UINT i = 0; i < array.cDims; ++i) count *= array.rgsabound[i].cElements;
     return count;
+}
+
+[[gnu::cold]] void explainBadIndex(std::string_view reason) {
+    setStatusDetail(DISP_E_BADINDEX, "Invalid index: " + std::string(reason));
 }
 
 } // namespace
@@ -93,7 +98,10 @@ HRESULT SafeArrayGetVartype(const SAFEARRAY* array, VARTYPE* type) {
 
 HRESULT SafeArrayGetLBound(const SAFEARRAY* array, UINT dimension, LONG* bound) {
     if (array == nullptr) return E_INVALIDARG;
-    if (dimension == 0 || dimension > array->cDims) return DISP_E_BADINDEX;
+    if (dimension == 0 || dimension > array->cDims) {
+        explainBadIndex("the list has no such dimension");
+        return DISP_E_BADINDEX;
+    }
     *bound = array->rgsabound[dimension - 1].lLbound;
     return S_OK;
 }
@@ -111,7 +119,10 @@ HRESULT SafeArrayGetElement(const SAFEARRAY* array, const LONG* indices, void* e
     for (UINT i = 0; i < array->cDims; ++i) {
         const SAFEARRAYBOUND& bound = array->rgsabound[i];
         const std::int64_t index = static_cast<std::int64_t>(indices[i]) - bound.lLbound;
-        if (index < 0 || index >= bound.cElements) return DISP_E_BADINDEX;
+        if (index < 0 || index >= bound.cElements) {
+            explainBadIndex(bound.cElements == 0 ? "the list is empty" : "the list has fewer elements");
+            return DISP_E_BADINDEX;
+        }
         offset += static_cast<std::size_t>(index) * stride;
         stride *= bound.cElements;
     }

@@ -28,6 +28,11 @@ char* encode(char32_t character, char* out) {
 bool decodeCharacter(const char*& at, const char* end, char32_t& character) {
     const auto byte = [at](int index) { return static_cast<unsigned char>(at[index]); };
     const unsigned char lead = byte(0);
+    if (lead < 0x80) {
+        character = lead;
+        ++at;
+        return true;
+    }
     const int more = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
     if (lead < 0xC2 || lead > 0xF4 || end - at <= more) return false;
     character = lead & (0x3Fu >> more);

@@ -3,8 +3,21 @@
 #include "automation/safearray.h"
 
 #include <bit>
+#include <string>
 
 static_assert(sizeof(VARIANT) == sizeof(DECIMAL));
+
+namespace {
+
+bool isHeld(VARTYPE type) { return (type & (VT_VECTOR | VT_RESERVED)) == 0; }
+
+[[gnu::cold]] HRESULT failBadType(VARTYPE type) {
+    setStatusDetail(DISP_E_BADVARTYPE,
+                    "Bad variable type: no value can have type=\"" + std::to_string(type) + '"');
+    return DISP_E_BADVARTYPE;
+}
+
+} // namespace
 
 DECIMAL decimalOf(const VARIANT& value) { return std::bit_cast<DECIMAL>(value); }
 
@@ -16,7 +29,7 @@ void setDecimal(VARIANT& value, DECIMAL number) {
 void VariantInit(VARIANT* value) { *value = VARIANT{}; }
 
 HRESULT VariantClear(VARIANT* value) {
-    if ((value->vt & (VT_VECTOR | VT_RESERVED)) != 0) return DISP_E_BADVARTYPE;
+    if (!isHeld(value->vt)) return failBadType(value->vt);
     if ((value->vt & VT_BYREF) == 0) {
         if ((value->vt & VT_ARRAY) != 0) {
             (void)SafeArrayDestroy(value->parray);
@@ -32,7 +45,7 @@ HRESULT VariantClear(VARIANT* value) {
 
 HRESULT VariantCopy(VARIANT* target, const VARIANT* source) {
     if (target == source) return S_OK;
-    if ((source->vt & (VT_VECTOR | VT_RESERVED)) != 0) return DISP_E_BADVARTYPE;
+    if (!isHeld(source->vt)) return failBadType(source->vt);
     VARIANT copy = *source;
     if ((source->vt & VT_BYREF) == 0) {
         if ((source->vt & VT_ARRAY) != 0) {
@@ -43,7 +56,7 @@ HRESULT VariantCopy(VARIANT* target, const VARIANT* source) {
             source->punkVal->AddRef();
         }
     }
-    (void)VariantClear(target);
+    if (target->vt != VT_EMPTY) (void)VariantClear(target);
     *target = copy;
     return S_OK;
 }

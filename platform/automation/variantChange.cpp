@@ -1,3 +1,4 @@
+#include "automation/excerpt.h"
 #include "automation/scalarText.h"
 #include "com/characters.h"
 
@@ -36,13 +37,16 @@ HRESULT convertToString(const VARIANT& value, Variant& result) {
     return S_OK;
 }
 
-/// The text without the white space around it, as bytes. A unit beyond ASCII, which is in no scalar's text,
-/// becomes a question mark.
-std::string trimmedAscii(std::u16string_view text) {
+/// The text without the white space around it.
+std::u16string_view trimmed(std::u16string_view text) {
     constexpr std::u16string_view blanks = u" \t\r\n";
     const std::size_t first = text.find_first_not_of(blanks);
     if (first == std::u16string_view::npos) return {};
-    text = text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+/// The text as bytes. A unit beyond ASCII, which is in no scalar's text, becomes a question mark.
+std::string asciiOf(std::u16string_view text) {
     std::string ascii;
     ascii.reserve(text.size());
     for (const char16_t unit : text) ascii.push_back(unit < 0x80 ? static_cast<char>(unit) : '?');
@@ -56,7 +60,7 @@ HRESULT convertFromString(std::u16string_view text, VARTYPE type, Variant& resul
         value.vt = type;
     } else if (!isScalar(type)) {
         return DISP_E_TYPEMISMATCH;
-    } else if (HRESULT status = parseScalar(trimmedAscii(text), type, value); status < 0) {
+    } else if (HRESULT status = parseScalar(asciiOf(trimmed(text)), type, value); status < 0) {
         return status;
     }
     result = Variant::adopt(value);
@@ -85,28 +89,67 @@ std::optional<bool> truthOf(const VARIANT& value) {
     }
 }
 
+HRESULT convert(const VARIANT& source, VARTYPE type, Variant& result) {
+    if (!isType(source.vt)) return DISP_E_BADVARTYPE;
+    if ((type & ~VT_TYPEMASK) == VT_ARRAY) return DISP_E_TYPEMISMATCH;
+    if (!isType(type)) return DISP_E_BADVARTYPE;
+    if (type == VT_BSTR) return convertToString(source, result);
+    if (source.vt == VT_BSTR) return convertFromString(view(source.bstrVal), type, result);
+    const std::optional<bool> truth = type == VT_BOOL ? truthOf(source) : std::nullopt;
+    if (!truth) return DISP_E_TYPEMISMATCH;
+    result = Variant::ofBool(*truth);
+    return S_OK;
+}
+
+/// A string in double quotes, as a document has it between two tags.
+std::string quoted(std::u16string_view text) {
+    std::string out = "\"";
+    for (const char c : excerpt(text)) {
+        if (c == '&') {
+            out += "&amp;";
+        } else if (c == '<' || c == '>') {
+            out += c == '<' ? "&lt;" : "&gt;";
+        } else {
+            out.push_back(c);
+        }
+    }
+    return out + '"';
+}
+
+/// The type as an attribute of a document has it.
+std::string typeAttribute(VARTYPE type) { return "type=\"" + std::to_string(type) + '"'; }
+
+/// What a conversion of `source` to `type` failed at.
+std::string reasonOf(HRESULT status, const VARIANT& source, VARTYPE type) {
+    const std::string wanted = typeAttribute(type);
+    if (source.vt != VT_BSTR)
+        return "a value of " + typeAttribute(source.vt) + " can't become one of " + wanted;
+    const std::u16string_view text = view(source.bstrVal);
+    if (isNothing(type)) return quoted(text) + " isn't empty, as " + wanted + " requires";
+    const std::string value = quoted(trimmed(text));
+    if (status == DISP_E_OVERFLOW) return value + " is out of the range of " + wanted;
+    if (!isScalar(type)) return value + " can't become a value of " + wanted;
+    if (type == VT_BOOL) return value + " isn't true or false, as " + wanted + " requires";
+    if (type == VT_DATE)
+        return value + " isn't a date such as 1998-07-14T08:30:00, as " + wanted + " requires";
+    return value + " isn't a number of " + wanted;
+}
+
+std::string_view beginningOf(HRESULT status) {
+    if (status == DISP_E_OVERFLOW) return "Out of present range: ";
+    return status == DISP_E_BADVARTYPE ? "Bad variable type: " : "Type mismatch: ";
+}
+
 } // namespace
 
 HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, WORD flags, VARTYPE type) {
     if (flags != 0) return E_INVALIDARG;
-    if (!isType(source->vt)) return DISP_E_BADVARTYPE;
-    if (source->vt == type) return VariantCopy(target, source);
-    if ((type & ~VT_TYPEMASK) == VT_ARRAY) return DISP_E_TYPEMISMATCH;
-    if (!isType(type)) return DISP_E_BADVARTYPE;
-
+    if (source->vt == type && isType(type)) return VariantCopy(target, source);
     Variant result;
-    HRESULT status = DISP_E_TYPEMISMATCH;
-    if (type == VT_BSTR) {
-        status = convertToString(*source, result);
-    } else if (source->vt == VT_BSTR) {
-        status = convertFromString(view(source->bstrVal), type, result);
-    } else if (type == VT_BOOL) {
-        if (const std::optional<bool> truth = truthOf(*source)) {
-            result = Variant::ofBool(*truth);
-            status = S_OK;
-        }
+    if (HRESULT status = convert(*source, type, result); status < 0) {
+        setStatusDetail(status, std::string(beginningOf(status)) + reasonOf(status, *source, type));
+        return status;
     }
-    if (status < 0) return status;
     (void)VariantClear(target);
     *target = result.detach();
     return S_OK;

@@ -4,6 +4,7 @@
 #include "os/transfer.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -43,13 +44,20 @@ HRESULT ChangeLog::failAltered() const {
     return fail(HRESULT_FROM_WIN32(ERROR_FILE_INVALID), "has been changed by someone else since it was read");
 }
 
+HRESULT ChangeLog::failMissing() const {
+    constexpr HRESULT notFound = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
+    char target[PATH_MAX];
+    if (const ssize_t length = ::readlink(path_, target, sizeof target); length > 0) {
+        return fail(notFound, "is a link to " + std::string(target, static_cast<std::size_t>(length)) +
+                                  ", which doesn't exist");
+    }
+    setStatusDetail(notFound, "There is no " + std::string(path_) + " in the working directory.");
+    return notFound;
+}
+
 HRESULT ChangeLog::readSnapshot(Snapshot& snapshot) {
     const Descriptor file(::open(path_, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (!file.isOpen() && errno == ENOENT) {
-        constexpr HRESULT notFound = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
-        setStatusDetail(notFound, "There is no " + std::string(path_) + " in the working directory.");
-        return notFound;
-    }
+    if (!file.isOpen() && errno == ENOENT) return failMissing();
     if (!file.isOpen()) return failSystem(errno, "can't be opened", ERROR_READ_FAULT);
 
     // A state that is the same before and after the reading is the best. If a writer never pauses, a file

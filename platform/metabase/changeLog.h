@@ -57,6 +57,7 @@ private:
     HRESULT lock();
     HRESULT checkUnaltered() const;
     HRESULT failAltered() const;
+    HRESULT failMissing() const;
     HRESULT cutTornLine();
     HRESULT writeLine(std::string_view line);
     HRESULT fail(HRESULT status, std::string_view what) const;

@@ -1,6 +1,7 @@
 #include "directoryObject.h"
 
 #include "automation/callResults.h"
+#include "automation/excerpt.h"
 #include "automation/safearray.h"
 #include "valueSyntax.h"
 
@@ -17,7 +18,7 @@ constexpr DISPID dispatchId = 1;
 class ChildList final : public ComObject<IEnumVARIANT> {
 public:
     ChildList(const ComPtr<LiveMetabase>& metabase, const ObjectNode& parent)
-        : metabase_(metabase), nodes_(parent.children) {}
+        : metabase_(metabase), nodes_(parent.children.begin(), parent.children.end()) {}
 
     HRESULT Next(ULONG count, VARIANT* elements, ULONG* fetched) override {
         *fetched = 0;
@@ -46,6 +47,17 @@ public:
 private:
     VARIANT_BOOL inherited_;
 };
+
+/// Fails for a value that the property can't hold.
+[[gnu::cold]] HRESULT failToStore(const PropertyDefinition& definition, const VARIANT& value) {
+    constexpr HRESULT status = E_ADS_CANT_CONVERT_DATATYPE;
+    std::string text;
+    const bool hasText = formatValue(text, ValueForm::plain, value) == S_OK;
+    setStatusDetail(status, "A value of this kind can't be stored in " + excerpt(definition.nameText) +
+                                ", which has the type " + excerpt(definition.typeWord) +
+                                (hasText ? ": " + excerpt(text) : ""));
+    return status;
+}
 
 } // namespace
 
@@ -132,11 +144,10 @@ HRESULT DirectoryObject::SetInfo() {
 HRESULT DirectoryObject::Put(BSTR name, const VARIANT& value) {
     PropertyId property = 0;
     if (HRESULT status = findProperty(name, property); status < 0) return status;
+    const PropertyDefinition& definition = definitionOf(property);
     PendingValue pending{property, {}};
-    if (HRESULT status = formatValue(pending.text, definitionOf(property).form, value); status < 0) {
-        return failWithDetail(status,
-                              u"A value of this kind can't be stored in " + std::u16string(view(name)));
-    }
+    if (HRESULT status = formatValue(pending.text, definition.form, value); status < 0)
+        return status == E_ADS_CANT_CONVERT_DATATYPE ? failToStore(definition, value) : status;
     std::erase_if(pending_, [property](const PendingValue& earlier) { return earlier.property == property; });
     pending_.push_back(std::move(pending));
     return S_OK;

@@ -1,5 +1,6 @@
 #include "lexer.h"
 
+#include "automation/excerpt.h"
 #include "automation/utf8.h"
 
 #include <algorithm>
@@ -46,6 +47,13 @@ void appendUtf8(std::string& out, char32_t character) {
     out.append(bytes, utf8::encode(character, bytes));
 }
 
+/// A token as a message quotes it. A string that is shortened keeps its closing quote.
+std::string shownToken(std::string_view token) {
+    std::string shown = excerpt(token);
+    if (shown.starts_with('"') && shown.ends_with("...")) shown.push_back('"');
+    return shown;
+}
+
 } // namespace
 
 void decodeString(const StringToken& token, char16_t* out) {
@@ -73,10 +81,10 @@ void decodeString(const StringToken& token, char16_t* out) {
 bool Lexer::name(std::u16string_view& name) {
     if (nextIs('"')) return string(name);
     const char* const begin = at_;
-    if (begin == end_ || !byteIsIn(*begin, nameStart)) return fail("expected a name");
+    if (begin == end_ || !byteIsIn(*begin, nameStart)) return failExpected("a name");
     const char* at = begin;
     while (at != end_ && byteIsIn(*at, nameMore)) ++at;
-    if (at != end_ && !byteIsIn(*at, wordEnd)) return fail("expected a name");
+    if (at != end_ && !byteIsIn(*at, wordEnd)) return failExpected("a name");
     at_ = at;
     decoded_.resize(static_cast<std::size_t>(at - begin));
     widen(textSince(begin), decoded_.data());
@@ -94,23 +102,75 @@ bool Lexer::string(std::u16string_view& text) {
 }
 
 bool Lexer::stringToken(StringToken& token) {
-    if (!optionalSymbol('"')) return fail("expected a string in double quotes");
+    if (!optionalSymbol('"')) return failExpected("a string in double quotes");
     token.begin = at_;
     token.units = 0;
     for (;;) {
         const char* const start = at_;
         while (at_ != end_ && byteIsIn(*at_, plain)) ++at_;
         token.units += static_cast<std::size_t>(at_ - start);
-        if (at_ == end_) return fail("a string without its closing quote");
+        if (at_ == end_) return failUnclosed(token.begin - 1);
         if (*at_ == '"') break;
         char32_t character = 0;
-        if (!readCharacter(at_, end_, character)) {
-            return fail("a string with a wrong escape, a control character or no valid UTF-8");
-        }
+        const char* const at = at_;
+        if (!readCharacter(at_, end_, character)) return failCharacter(at);
         token.units += character >= 0x10000 ? 2 : 1;
     }
     token.end = at_++;
     return true;
+}
+
+bool Lexer::failExpected(std::string_view what, std::string_view found) {
+    return fail("expected " + std::string(what) + ", not " + (found.empty() ? nextToken() : excerpt(found)));
+}
+
+std::string Lexer::nextToken() {
+    if (atEnd()) return "the end of the line";
+    const char* const begin = at_;
+    if (word().empty()) {
+        StringToken token{};
+        if (*begin != '"' || !stringToken(token)) at_ = begin + 1;
+    }
+    return shownToken(textSince(begin));
+}
+
+bool Lexer::failSymbol(char expected) { return failExpected(std::string("\"") + expected + '"'); }
+
+/// Fails for the text at `at`, which can't be in a string.
+bool Lexer::failCharacter(const char* at) {
+    if (*at == '\\') {
+        const std::string_view rest(at, static_cast<std::size_t>(end_ - at));
+        const bool isUnit = rest.starts_with("\\u");
+        return fail(excerpt(rest.substr(0, isUnit ? 6 : 2)) + " is no escape; write a backslash as \\\\");
+    }
+    std::string digits;
+    const unsigned byte = static_cast<unsigned char>(*at);
+    char32_t character = 0;
+    if (!utf8::decodeCharacter(at, end_, character)) {
+        formatHex(digits, byte, 2);
+        return fail("the byte " + digits + " is no UTF-8; save the file in UTF-8");
+    }
+    formatHex(digits, character, 4);
+    return fail("a control character in a string; write it as \\u" + digits);
+}
+
+/// Fails for a string that begins at `quote`.
+bool Lexer::failUnclosed(const char* quote) {
+    const std::string_view text = textSince(quote);
+    return fail("the string " + excerpt(text) + " has no closing quote" +
+                (text.ends_with("\\\"") ? "; \\\" is a quote inside it, write a backslash as \\\\" : ""));
+}
+
+std::string shownName(std::u16string_view name) {
+    std::string token;
+    formatName(token, name);
+    return shownToken(token);
+}
+
+std::string shownString(std::u16string_view text) {
+    std::string token;
+    formatString(token, text);
+    return shownToken(token);
 }
 
 void formatHex(std::string& out, unsigned number, int digits) {

@@ -59,14 +59,26 @@ public:
         while (at_ != end_ && !byteIsIn(*at_, wordEnd)) ++at_;
         return textSince(begin);
     }
+    /// Parses a word that must be `expected`.
+    bool keyword(std::string_view expected) {
+        const std::string_view found = word();
+        return found == expected || failExpected(expected, found);
+    }
     /// Parses the symbol if it follows; sets no error.
     bool optionalSymbol(char expected) {
         if (!nextIs(expected)) return false;
         ++at_;
         return true;
     }
-    bool symbol(char expected) {
-        return optionalSymbol(expected) || fail(std::string("expected '") + expected + "'");
+    bool symbol(char expected) { return optionalSymbol(expected) || failSymbol(expected); }
+    /// Parses a name if it follows as `text`; sets no error.
+    bool optionalName(std::string_view text) {
+        skipBlanks();
+        const std::string_view rest(at_, static_cast<std::size_t>(end_ - at_));
+        if (!rest.starts_with(text)) return false;
+        if (rest.size() > text.size() && !byteIsIn(rest[text.size()], wordEnd)) return false;
+        at_ += text.size();
+        return true;
     }
     /// Parses a name, bare or as a string. `name` is valid until the next call of name or string.
     bool name(std::u16string_view& name);
@@ -81,8 +93,15 @@ public:
         error_ = message;
         return false;
     }
+    /// Fails: `what` was expected, and not `found` or, if that is empty, the next token.
+    [[gnu::cold]] bool failExpected(std::string_view what, std::string_view found = {});
+    /// The next token, as a message quotes it.
+    std::string nextToken();
 
 private:
+    [[gnu::cold]] bool failSymbol(char expected);
+    [[gnu::cold]] bool failCharacter(const char* at);
+    [[gnu::cold]] bool failUnclosed(const char* quote);
     void skipBlanks() {
         while (at_ != end_ && byteIsIn(*at_, blank)) ++at_;
     }
@@ -92,6 +111,10 @@ private:
     std::string error_;
     std::u16string decoded_;
 };
+
+/// A name and a string as a message quotes them: as the file has them, shortened.
+std::string shownName(std::u16string_view name);
+std::string shownString(std::u16string_view text);
 
 /// Appends a name, without quotes if Lexer::name then parses it.
 void formatName(std::string& out, std::u16string_view name);

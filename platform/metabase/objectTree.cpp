@@ -1,5 +1,6 @@
 #include "objectTree.h"
 
+#include "automation/bstr.h"
 #include "com/characters.h"
 
 #include <algorithm>
@@ -7,14 +8,6 @@
 namespace metabase {
 
 namespace {
-
-auto placeOfChild(const ObjectNode& parent, std::u16string_view name) {
-    const auto before = [](const ObjectNode* child, std::u16string_view wanted) {
-        return child->name < wanted;
-    };
-    if (parent.children.empty() || before(parent.children.back(), name)) return parent.children.end();
-    return std::lower_bound(parent.children.begin(), parent.children.end(), name, before);
-}
 
 template <class Values> auto placeOfValue(Values& values, PropertyId property) {
     if (values.empty() || values.back().property < property) return values.end();
@@ -42,18 +35,27 @@ bool isAddressable(std::u16string_view name) {
 }
 
 std::optional<PropertyId> ObjectTree::findProperty(std::u16string_view name) const {
-    const auto found = propertyIds_.find(name);
-    return found == propertyIds_.end() ? std::nullopt : std::optional(found->second);
+    PropertyId id = askedFor_.expected();
+    if (id >= properties_.size() || !equal(properties_[id].name, name)) {
+        id = propertyNames_.find(name);
+        if (id == NameTable::none) return std::nullopt;
+    }
+    askedFor_.came(id);
+    return id;
 }
 
 const ClassDefinition* ObjectTree::findClass(std::u16string_view name) const {
-    const auto found = classesByName_.find(name);
-    return found == classesByName_.end() ? nullptr : found->second;
+    const NameTable::Number found = classNames_.find(name);
+    return found == NameTable::none ? nullptr : &classes_[found];
 }
 
 ObjectNode* ObjectTree::findChild(const ObjectNode& parent, std::u16string_view name) {
-    const auto place = placeOfChild(parent, name);
-    return place != parent.children.end() && (*place)->name == name ? *place : nullptr;
+    if (parent.children.empty()) return nullptr;
+    // A file has its objects in the order of their names, so that the last child is wanted most often.
+    ObjectNode* last = *parent.children.rbegin();
+    if (const int order = last->name.compare(name); order <= 0) return order == 0 ? last : nullptr;
+    const auto found = parent.children.find(name);
+    return found == parent.children.end() ? nullptr : *found;
 }
 
 ObjectNode* ObjectTree::findObject(std::u16string_view path) const {
@@ -91,21 +93,20 @@ EffectiveValue ObjectTree::effectiveValue(const ObjectNode& node, PropertyId pro
 }
 
 bool ObjectTree::addProperty(PropertyDefinition definition) {
-    if (findProperty(definition.name)) return false;
-    definition.name = propertyNames_.emplace_back(definition.name);
-    propertyIds_.emplace(definition.name, static_cast<PropertyId>(properties_.size()));
+    const PropertyId id = propertyNames_.add(definition.name);
+    if (id < properties_.size()) return false;
+    definition.name = propertyNames_[id];
     properties_.push_back(definition);
     return true;
 }
 
 bool ObjectTree::addClass(ClassDefinition definition) {
-    if (findClass(definition.name) != nullptr) return false;
+    if (classNames_.add(definition.name) < classes_.size()) return false;
     definition.listed.resize(properties_.size());
     for (const auto& list : {definition.mandatory, definition.optional}) {
         for (const PropertyId property : list) definition.listed[property] = true;
     }
-    const ClassDefinition& added = classes_.emplace_back(std::move(definition));
-    classesByName_.emplace(added.name, &added);
+    classes_.push_back(std::move(definition));
     return true;
 }
 
@@ -128,7 +129,7 @@ ObjectNode& ObjectTree::addObject(ObjectNode& parent, std::u16string_view name,
     node.parent = &parent;
     node.definition = &definition;
     node.depth = parent.depth + 1;
-    parent.children.insert(placeOfChild(parent, name), &node);
+    parent.children.insert(parent.children.end(), &node);
     return node;
 }
 
@@ -145,7 +146,7 @@ void ObjectTree::remove(ObjectNode& node) {
         removed->deleted = true;
         left.insert(left.end(), removed->children.begin(), removed->children.end());
     }
-    node.parent->children.erase(placeOfChild(*node.parent, node.name));
+    node.parent->children.erase(&node);
 }
 
 bool ObjectTree::setValue(ObjectNode& node, PropertyId property, std::string_view text) {

@@ -3,19 +3,19 @@
 // A value is kept as the text that the metabase file has for it, and parsed when a caller asks for it.
 #pragma once
 
-#include "automation/bstr.h"
+#include "com/nameTable.h"
 #include "valueForm.h"
 
 #include <deque>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace metabase {
 
-using PropertyId = std::uint32_t;
+using PropertyId = NameTable::Number;
 
 /// The texts must outlive the tree.
 struct PropertyDefinition {
@@ -51,19 +51,34 @@ struct StoredValue {
     std::string_view view() const { return {text, length}; }
 };
 
+struct ObjectNode;
+
+/// The order of children: by name, unit by unit.
+struct NameOrder {
+    using is_transparent = void;
+    template <class Left, class Right> bool operator()(const Left& left, const Right& right) const {
+        return nameOf(left) < nameOf(right);
+    }
+
+private:
+    static std::u16string_view nameOf(std::u16string_view name) { return name; }
+    static std::u16string_view nameOf(const ObjectNode* node);
+};
+
 /// An object, or the place above the topmost object, which has no class.
 struct ObjectNode {
     std::u16string name;
     ObjectNode* parent = nullptr;
     const ClassDefinition* definition = nullptr;
-    /// Sorted by name, unit by unit.
-    std::vector<ObjectNode*> children;
+    std::set<ObjectNode*, NameOrder> children;
     /// Sorted by PropertyId.
     std::vector<StoredValue> values;
     std::uint32_t depth = 0;
     /// Whether the object was removed from the tree.
     bool deleted = false;
 };
+
+inline std::u16string_view NameOrder::nameOf(const ObjectNode* node) { return node->name; }
 
 /// Whether an object can have the name: it can be part of a path and be read back from a file.
 bool isAddressable(std::u16string_view name);
@@ -73,13 +88,6 @@ struct EffectiveValue {
     std::string_view text;
     bool inherited;
 };
-
-/// Compares the keys of a table of names: by bytes, which costs less than unit by unit.
-struct NamesEqual {
-    bool operator()(std::u16string_view left, std::u16string_view right) const { return equal(left, right); }
-};
-template <class Value>
-using NameMap = std::unordered_map<std::u16string_view, Value, std::hash<std::u16string_view>, NamesEqual>;
 
 class ObjectTree {
 public:
@@ -96,7 +104,7 @@ public:
     const ObjectNode& aboveRoot() const { return aboveRoot_; }
     ObjectNode& aboveRoot() { return aboveRoot_; }
     /// The topmost object; null if there is none yet.
-    ObjectNode* root() const { return aboveRoot_.children.empty() ? nullptr : aboveRoot_.children.front(); }
+    ObjectNode* root() const { return aboveRoot_.children.empty() ? nullptr : *aboveRoot_.children.begin(); }
 
     std::optional<PropertyId> findProperty(std::u16string_view name) const;
     /// Null if there is none.
@@ -129,11 +137,13 @@ public:
     static bool setValue(ObjectNode& node, PropertyId property, std::string_view text);
 
 private:
+    // A property or class has the number of its name.
+    NameTable propertyNames_;
+    /// The properties that were asked for. The results of findProperty don't depend on it.
+    mutable NameSequence askedFor_;
     std::vector<PropertyDefinition> properties_;
-    std::deque<std::u16string> propertyNames_;
+    NameTable classNames_;
     std::deque<ClassDefinition> classes_;
-    NameMap<PropertyId> propertyIds_;
-    NameMap<const ClassDefinition*> classesByName_;
     std::deque<ObjectNode> nodes_;
     std::deque<std::string> texts_;
     ObjectNode aboveRoot_;

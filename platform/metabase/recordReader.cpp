@@ -1,3 +1,4 @@
+#include "automation/excerpt.h"
 #include "lexer.h"
 #include "records.h"
 #include "valueSyntax.h"
@@ -17,15 +18,12 @@ public:
     bool record(std::string_view line);
     /// Whether the version line is still to come.
     bool isHead() const { return !versionSeen_; }
-    std::string& error() { return error_; }
+    const std::string& error() const { return lexer_.error(); }
 
 private:
-    bool fail(std::string_view message) {
-        error_ = message;
-        return false;
-    }
-    /// Fails with the error of the lexer.
-    bool failLexer() { return fail(lexer_.error()); }
+    bool fail(std::string_view message) { return lexer_.fail(message); }
+    [[gnu::cold]] bool failName(std::string_view kind, std::u16string_view name, std::string_view fault);
+    [[gnu::cold]] bool failPath(std::string_view fault, std::u16string_view path);
 
     bool headLine(std::string_view line);
     bool property();
@@ -37,6 +35,7 @@ private:
     bool className(const ClassDefinition*& definition);
     bool aboveRecord();
     bool addObject(ObjectNode*& node);
+    bool objectRecord();
     bool existingObject(ObjectNode*& node);
     bool value();
     bool change();
@@ -44,14 +43,14 @@ private:
 
     ObjectTree& tree_;
     Lexer lexer_;
+    NameSequence propertyNames_;
     /// The object that value lines belong to; null if there is none.
     ObjectNode* current_ = nullptr;
     bool versionSeen_ = false;
-    std::string error_;
 };
 
 bool RecordReader::record(std::string_view line) {
-    if (line.size() > std::numeric_limits<std::uint32_t>::max()) return fail("a line too long");
+    if (line.size() > std::numeric_limits<std::uint32_t>::max()) return fail("the line is longer than 4 GB");
     lexer_.start(line);
     if (!versionSeen_) return headLine(line);
     if (lexer_.atEnd()) return true;
@@ -65,11 +64,11 @@ bool RecordReader::record(std::string_view line) {
         current_ = nullptr;
         parsed = change();
     } else if (first == '#') {
-        return fail("a comment can stand only at the head of the file");
+        return fail("a comment is possible only before the version line");
     } else {
         const std::string_view kind = lexer_.word();
         if (kind == "object") {
-            parsed = addObject(current_);
+            parsed = objectRecord();
         } else if (kind == "property") {
             parsed = property();
         } else if (kind == "class") {
@@ -77,32 +76,36 @@ bool RecordReader::record(std::string_view line) {
         } else if (kind == "above") {
             parsed = aboveRecord();
         } else {
-            return fail(
-                "expected a property, a class, above, an object, a value behind a blank, or a change");
+            return lexer_.failExpected("property, class, above, object, a change, or a blank before a value",
+                                       kind);
         }
     }
-    return parsed && (lexer_.atEnd() || fail("more text than the line can have"));
+    return parsed && (lexer_.atEnd() || lexer_.failExpected("the end of the line"));
 }
 
 bool RecordReader::headLine(std::string_view line) {
     if (lexer_.atEnd() || line.front() == '#') return true;
-    if (line.starts_with("\xEF\xBB\xBF")) return fail("a byte order mark, which the file can't begin with");
+    if (line.starts_with("\xEF\xBB\xBF"))
+        return fail("the file begins with a byte order mark; save it without");
+    const bool hasNul = line.find('\0') != std::string_view::npos;
+    if (hasNul || line.starts_with("\xFF\xFE") || line.starts_with("\xFE\xFF"))
+        return fail("the file is in UTF-16; save it in UTF-8");
     versionSeen_ = lexer_.word() == "metabase" && lexer_.word() == "1" && lexer_.atEnd();
-    return versionSeen_ || fail("expected the version line \"metabase 1\"");
+    return versionSeen_ || fail("expected the version line \"metabase 1\", not \"" + excerpt(line) + '"');
 }
 
 /// Parses one of two words.
 bool RecordReader::oneOf(std::string_view yes, std::string_view no, bool& isYes) {
     const std::string_view word = lexer_.word();
     isYes = word == yes;
-    return isYes || word == no || fail("expected " + std::string(yes) + " or " + std::string(no));
+    return isYes || word == no || lexer_.failExpected(std::string(yes) + " or " + std::string(no), word);
 }
 
 bool RecordReader::property() {
     PropertyDefinition definition;
     std::u16string_view read;
-    if (!lexer_.name(read)) return failLexer();
-    if (read.empty()) return fail("a property without a name");
+    if (!lexer_.name(read)) return false;
+    if (read.empty()) return fail("the name of a property can't be empty");
     const std::u16string name(read);
     std::string nameText;
     formatName(nameText, name);
@@ -110,26 +113,33 @@ bool RecordReader::property() {
     definition.nameText = tree_.keepText(std::move(nameText));
     definition.typeWord = lexer_.word();
     const std::optional<ValueForm> form = formOfType(definition.typeWord);
-    if (!form) return fail("expected the type of a property");
+    if (!form) return lexer_.failExpected("the type of a property", definition.typeWord);
     definition.form = *form;
     if (!oneOf("single", "list", definition.single)) return false;
     if (!oneOf("inheritable", "local", definition.inheritable)) return false;
     if (!valueText(definition.form, definition.defaultText)) return false;
-    return tree_.addProperty(definition) || fail("a property that is defined already");
+    return tree_.addProperty(definition) || failName("the property ", name, " is defined already");
 }
 
 bool RecordReader::propertyName(PropertyId& property) {
+    const auto& properties = tree_.properties();
+    property = propertyNames_.expected();
+    if (property < properties.size() && lexer_.optionalName(properties[property].nameText)) {
+        propertyNames_.came(property);
+        return true;
+    }
     std::u16string_view name;
-    if (!lexer_.name(name)) return failLexer();
+    if (!lexer_.name(name)) return false;
     const std::optional<PropertyId> found = tree_.findProperty(name);
-    if (!found) return fail("a property that isn't defined");
+    if (!found) return failName("the property ", name, " isn't defined");
     property = *found;
+    propertyNames_.came(property);
     return true;
 }
 
 bool RecordReader::valueText(ValueForm form, std::string_view& text) {
     const char* const start = lexer_.tokenStart();
-    if (!checkValue(lexer_, form)) return failLexer();
+    if (!checkValue(lexer_, form)) return false;
     text = lexer_.textSince(start);
     return true;
 }
@@ -139,19 +149,20 @@ bool RecordReader::propertyAndValue(PropertyId& property, std::string_view& text
 }
 
 bool RecordReader::propertyList(std::vector<PropertyId>& list) {
-    if (!lexer_.symbol('(')) return failLexer();
+    if (!lexer_.symbol('(')) return false;
     if (lexer_.optionalSymbol(')')) return true;
     do {
         if (!propertyName(list.emplace_back())) return false;
     } while (lexer_.optionalSymbol(','));
-    return lexer_.symbol(')') || failLexer();
+    return lexer_.optionalSymbol(')') || lexer_.failExpected("\",\" or \")\"");
 }
 
 bool RecordReader::classRecord() {
     ClassDefinition definition;
-    std::u16string_view name;
-    if (!lexer_.name(name)) return failLexer();
-    if (!isAddressable(name)) return fail("this can't be the name of a class");
+    std::u16string_view read;
+    if (!lexer_.name(read)) return false;
+    const std::u16string name(read);
+    if (!isAddressable(name)) return failName("", name, " can't be the name of a class");
     definition.name = name;
     std::string keyTypeText;
     formatString(keyTypeText, name);
@@ -159,55 +170,74 @@ bool RecordReader::classRecord() {
     if (!oneOf("container", "leaf", definition.container)) return false;
     if (!oneOf("deleteops", "nodeleteops", definition.deleteOps)) return false;
     if (!propertyList(definition.mandatory) || !propertyList(definition.optional)) return false;
-    return tree_.addClass(std::move(definition)) || fail("a class that is defined already");
+    return tree_.addClass(std::move(definition)) || failName("the class ", name, " is defined already");
 }
 
 bool RecordReader::className(const ClassDefinition*& definition) {
     std::u16string_view name;
-    if (!lexer_.name(name)) return failLexer();
+    if (!lexer_.name(name)) return false;
     definition = tree_.findClass(name);
-    return definition != nullptr || fail("a class that isn't defined");
+    return definition != nullptr || failName("the class ", name, " isn't defined");
 }
 
 bool RecordReader::aboveRecord() {
-    if (tree_.root() != nullptr) return fail("above stands ahead of the objects");
+    if (tree_.root() != nullptr) return fail("above must come before the first object");
     current_ = &tree_.aboveRoot();
     return true;
+}
+
+bool RecordReader::failName(std::string_view kind, std::u16string_view name, std::string_view fault) {
+    return fail(std::string(kind) + shownName(name) + std::string(fault));
+}
+
+/// Fails for a path that no object has.
+bool RecordReader::failPath(std::string_view fault, std::u16string_view path) {
+    const bool isWhole = path == u"localhost" || path.starts_with(u"localhost/");
+    return fail(std::string(fault) + shownString(path) + (isWhole ? "" : "; paths begin with localhost"));
 }
 
 /// Parses the rest of a line that adds an object: its path and its class.
 bool RecordReader::addObject(ObjectNode*& node) {
     std::u16string_view text;
-    if (!lexer_.string(text)) return failLexer();
+    if (!lexer_.string(text)) return false;
     const std::u16string path(text);
     const ClassDefinition* definition = nullptr;
     if (!className(definition)) return false;
 
     const std::size_t slash = path.rfind(u'/');
     const bool topmost = slash == std::u16string::npos;
-    ObjectNode* parent =
-        topmost ? &tree_.aboveRoot() : tree_.findObject(std::u16string_view(path).substr(0, slash));
-    if (parent == nullptr) return fail("an object whose parent doesn't stand ahead of it");
+    const std::u16string_view parentPath = std::u16string_view(path).substr(0, slash);
+    ObjectNode* parent = topmost ? &tree_.aboveRoot() : tree_.findObject(parentPath);
+    if (parent == nullptr) return failPath("before this object there is no parent ", parentPath);
     const std::u16string name = topmost ? path : path.substr(slash + 1);
     if (const std::string_view reason = tree_.whyNotAddable(*parent, name); !reason.empty())
-        return fail(reason);
+        return fail(shownString(path) + ": " + std::string(reason));
     node = &tree_.addObject(*parent, name, *definition);
+    return true;
+}
+
+bool RecordReader::objectRecord() {
+    // Most objects have as many values as the one before.
+    const std::size_t usualCount = current_ == nullptr ? 0 : current_->values.size();
+    if (!addObject(current_)) return false;
+    current_->values.reserve(usualCount);
     return true;
 }
 
 bool RecordReader::existingObject(ObjectNode*& node) {
     std::u16string_view path;
-    if (!lexer_.string(path)) return failLexer();
+    if (!lexer_.string(path)) return false;
     node = tree_.findObject(path);
-    return node != nullptr || fail("an object that doesn't exist");
+    return node != nullptr || failPath("no object ", path);
 }
 
 bool RecordReader::value() {
-    if (current_ == nullptr) return fail("a value without an object");
+    if (current_ == nullptr) return fail("the value of " + lexer_.nextToken() + " has no object before it");
     PropertyId property = 0;
     std::string_view text;
     if (!propertyAndValue(property, text)) return false;
-    return ObjectTree::setValue(*current_, property, text) || fail("a second value for the property");
+    if (ObjectTree::setValue(*current_, property, text)) return true;
+    return fail("a second value for the property " + excerpt(tree_.properties()[property].nameText));
 }
 
 bool RecordReader::change() {
@@ -224,7 +254,7 @@ bool RecordReader::change() {
         ObjectTree::remove(*node);
         return true;
     }
-    if (kind != "+set") return fail("expected +set, +create or +delete");
+    if (kind != "+set") return lexer_.failExpected("+set, +create or +delete", kind);
     if (!existingObject(node)) return false;
     do {
         PropertyId property = 0;
@@ -257,7 +287,7 @@ bool readMetabase(std::string_view text, ObjectTree& tree, MetabaseText& result,
     }
     result.size = at;
     if (!reader.isHead()) return true;
-    error = "line " + std::to_string(number + 1) + ": the file ends ahead of its version line";
+    error = "line " + std::to_string(number + 1) + ": the file ends before its version line \"metabase 1\"";
     return false;
 }
 

@@ -1,5 +1,6 @@
 #include "valueSyntax.h"
 
+#include "automation/excerpt.h"
 #include "automation/scalarText.h"
 #include "automation/variantArray.h"
 #include "valueObjects.h"
@@ -52,6 +53,7 @@ private:
     bool string(Bstr* out);
     bool scalar(Variant* out);
     bool scalarWord(Variant* out);
+    [[gnu::cold]] bool failScalar(HRESULT status, std::string_view token);
     bool bytes(std::string_view digits, Variant* out);
     bool list(Variant* out);
     bool mimeMap(Variant* out);
@@ -106,17 +108,29 @@ bool ValueParser::scalarWord(Variant* out) {
     } else {
         status = parseScalar(text, VT_I4, value);
     }
-    if (status == DISP_E_OVERFLOW) return lexer_.fail("a number out of its type's range");
-    if (status < 0) return lexer_.fail("expected a value");
+    if (status < 0) return failScalar(status, token);
     if (out != nullptr) *out = Variant::adopt(value);
     return true;
+}
+
+/// Fails for a word that isn't a scalar.
+bool ValueParser::failScalar(HRESULT status, std::string_view token) {
+    if (status == DISP_E_OVERFLOW) {
+        const std::size_t colon = token.find(':');
+        const std::string type(colon == std::string_view::npos ? "i4" : token.substr(0, colon));
+        return lexer_.fail(excerpt(token) + " is out of the range of " + type);
+    }
+    lexer_.failExpected("a value", token);
+    const bool isDate = token.starts_with("date:");
+    return lexer_.fail(lexer_.error() + (isDate ? "; a date looks like date:1998-07-14T08:30:00"
+                                                : "; a value looks like \"text\", 12, true or ui4:5"));
 }
 
 bool ValueParser::bytes(std::string_view digits, Variant* out) {
     const auto valueOf = [](char c) { return hexDigitValue(static_cast<unsigned char>(c)); };
     if (digits.size() % 2 != 0 ||
         !std::ranges::all_of(digits, [&](char c) { return valueOf(c) != noHexDigit; })) {
-        return lexer_.fail("bytes are pairs of hexadecimal digits");
+        return lexer_.failExpected("pairs of hexadecimal digits", "bytes:" + std::string(digits));
     }
     if (out == nullptr) return true;
     const SAFEARRAYBOUND bound{static_cast<ULONG>(digits.size() / 2), 0};
@@ -136,7 +150,7 @@ template <class Item> bool ValueParser::items(char close, Item item) {
     do {
         if (!item()) return false;
     } while (lexer_.optionalSymbol(','));
-    return lexer_.symbol(close);
+    return lexer_.optionalSymbol(close) || lexer_.failExpected(std::string("\",\" or \"") + close + '"');
 }
 
 bool ValueParser::list(Variant* out) {
@@ -150,8 +164,8 @@ bool ValueParser::list(Variant* out) {
 
 /// The word and the bracket at the beginning of an object.
 bool ValueParser::head(std::string_view word) {
-    if (lexer_.word() != word)
-        return lexer_.fail("expected " + std::string(word) + "(, the form of this property's values");
+    if (const std::string_view found = lexer_.word(); found != word)
+        return lexer_.failExpected(std::string(word) + "(...), the form of this property's values", found);
     return lexer_.symbol('(');
 }
 
@@ -177,14 +191,15 @@ bool ValueParser::ipSecurity(Variant* out) {
     const auto rules = makeObject<IpSecurityObject>();
 
     Variant grant;
-    if (lexer_.word() != "GrantByDefault") return lexer_.fail("expected GrantByDefault");
-    if (!scalar(&grant)) return false;
-    if (grant.type() != VT_BOOL) return lexer_.fail("GrantByDefault is true or false");
+    if (!lexer_.keyword("GrantByDefault")) return false;
+    const char* const start = lexer_.tokenStart();
+    if (!scalar(&grant) || grant.type() != VT_BOOL)
+        return lexer_.failExpected("true or false", lexer_.textSince(start));
     (void)rules->put_GrantByDefault(grant->boolVal);
     for (const IpSecurityList& part : ipSecurityLists) {
         Variant values;
         if (!lexer_.symbol(',')) return false;
-        if (lexer_.word() != part.name) return lexer_.fail("expected " + std::string(part.name));
+        if (!lexer_.keyword(part.name)) return false;
         if (!list(&values)) return false;
         (void)(rules.get()->*part.put)(values.get());
     }

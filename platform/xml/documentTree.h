@@ -1,7 +1,7 @@
 // The tree of a parsed document: its nodes in one array, in document order.
 #pragma once
 
-#include "nameTable.h"
+#include "com/nameTable.h"
 #include "pool.h"
 
 namespace xml {

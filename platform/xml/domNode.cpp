@@ -1,5 +1,6 @@
 #include "domNode.h"
 
+#include "automation/excerpt.h"
 #include "automation/utf8.h"
 #include "domList.h"
 #include "query.h"
@@ -123,11 +124,17 @@ HRESULT DomNode::getAttribute(BSTR name, VARIANT* value) {
     return S_OK;
 }
 
+HRESULT DomNode::failNoElement() const {
+    setStatusDetail(E_NOINTERFACE, "No such interface supported: " + excerpt(nodeName(tree(), node_)) +
+                                       " \"" + excerpt(tree().textOf(node_)) + "\" isn't an element");
+    return E_NOINTERFACE;
+}
+
 HRESULT DomNode::QueryInterface(const IID& wanted, void** out) {
     if (wanted != IXMLDOMElement::iid) return NodeObject::QueryInterface(wanted, out);
     const bool isElement = tree().nodes[node_].kind == NodeKind::element;
     *out = isElement ? static_cast<IXMLDOMElement*>(this) : nullptr;
-    if (!isElement) return E_NOINTERFACE;
+    if (!isElement) return failNoElement();
     AddRef();
     return S_OK;
 }

@@ -49,6 +49,9 @@ public:
     /// Only an element offers IXMLDOMElement. It is checked first, as most queries are for it.
     HRESULT QueryInterface(const IID& wanted, void** out) override;
     HRESULT getAttribute(BSTR name, VARIANT* value) override;
+
+private:
+    HRESULT failNoElement() const;
 };
 
 /// Returns an object for the node at an index below `end`: S_OK; S_FALSE with null for any other index.

@@ -6,6 +6,7 @@
 #include "xmlDeclaration.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -62,7 +63,7 @@ private:
     bool instruction();
     bool reference();
     bool characterReference();
-    NameTable::Number name();
+    NameTable::Number name(NameSequence& sequence);
 
     template <UnitClass plain> char16_t copy(char lineEnd);
     bool copyUntil(std::u16string_view terminator);
@@ -80,6 +81,10 @@ private:
     /// The innermost open element, 0 outside of the root. Until its end tag the link of an element is the
     /// index of its parent.
     NodeIndex open_ = 0;
+    /// The attributes of an element follow its tag.
+    NameSequence tags_;
+    NameSequence attributes_;
+    NameSequence targets_;
     /// For each name the last element that had an attribute of that name.
     std::vector<NodeIndex> lastElementWith_;
 
@@ -110,7 +115,9 @@ bool Parser::accept(char16_t unit) {
 }
 
 bool Parser::accept(std::u16string_view markup) {
-    if (rest().size() < markup.size() || !std::equal(markup.begin(), markup.end(), at_)) return false;
+    if (rest().size() < markup.size() ||
+        std::memcmp(at_, markup.data(), markup.size() * sizeof(char16_t)) != 0)
+        return false;
     at_ += markup.size();
     return true;
 }
@@ -161,9 +168,10 @@ bool Parser::content() {
 bool Parser::startTag() {
     endRun(false);
     ++at_;
-    const NameTable::Number tag = name();
+    const NameTable::Number tag = name(tags_);
     if (tag == NameTable::none) return false;
     const NodeIndex element = addNode(NodeKind::element, tag);
+    attributes_.continueAfter(tag);
     for (;;) {
         const bool isSeparate = skipWhite();
         if (*at_ == u'>' || *at_ == u'/') break;
@@ -194,7 +202,7 @@ bool Parser::endTag() {
 }
 
 bool Parser::attribute(NodeIndex element) {
-    const NameTable::Number number = name();
+    const NameTable::Number number = name(attributes_);
     if (number == NameTable::none) return false;
     if (number >= lastElementWith_.size()) lastElementWith_.resize(number + 1);
     if (std::exchange(lastElementWith_[number], element) == element) return false;
@@ -282,7 +290,7 @@ bool Parser::cdata() {
 
 bool Parser::instruction() {
     at_ += 2;
-    const NameTable::Number target = name();
+    const NameTable::Number target = name(targets_);
     if (target == NameTable::none || isXmlTarget(tree_.names[target])) return false;
     addNode(NodeKind::instruction, target);
     if (!skipWhite() && !rest().starts_with(u"?>")) return false;
@@ -317,11 +325,19 @@ bool Parser::characterReference() {
     return true;
 }
 
-NameTable::Number Parser::name() {
+NameTable::Number Parser::name(NameSequence& sequence) {
+    const NameTable::Number expected = sequence.expected();
     const char16_t* const start = at_;
-    at_ = nameEnd(start);
-    if (at_ == start) return NameTable::none;
-    return tree_.names.add({start, static_cast<std::size_t>(at_ - start)});
+    NameTable::Number number = NameTable::none;
+    if (tree_.names.contains(expected) && accept(tree_.names[expected]) && restOfNameEnd(at_) == at_) {
+        number = expected;
+    } else {
+        at_ = nameEnd(start);
+        if (at_ == start) return NameTable::none;
+        number = tree_.names.add({start, static_cast<std::size_t>(at_ - start)});
+    }
+    sequence.came(number);
+    return number;
 }
 
 /// Copies units of the class `plain`, other characters beyond ASCII, and line ends as `lineEnd`. Returns the

@@ -45,14 +45,18 @@ inline bool isNamePair(const char16_t* at) {
     return isHighHalf(at[0]) && at[0] < highHalfOf(0xF0000) && isLowHalf(at[1]);
 }
 
-/// The end of the name that begins at `at`, or `at` itself if there is no name. The text must end in a 0.
-inline const char16_t* nameEnd(const char16_t* at) {
-    if (!hasClass(*at, nameStart) && !isNamePair(at)) return at;
+/// The end of the name that `at` is in, after its start. The text must end in a 0.
+inline const char16_t* restOfNameEnd(const char16_t* at) {
     for (;;) {
         while (hasClass(*at, nameChar)) ++at;
         if (!isNamePair(at)) return at;
         at += 2;
     }
+}
+
+/// The end of the name that begins at `at`, or `at` itself if there is no name. The text must end in a 0.
+inline const char16_t* nameEnd(const char16_t* at) {
+    return hasClass(*at, nameStart) || isNamePair(at) ? restOfNameEnd(at) : at;
 }
 
 } // namespace xml

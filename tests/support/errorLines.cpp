@@ -1,5 +1,7 @@
 #include "tests/support/errorLines.h"
 
+#include "com/text.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <utility>
@@ -49,6 +51,15 @@ std::string folded(const std::string& text, const std::string& usual) {
         all.append(before).append("{").append(status).append(line.stem).append("}");
     });
     return all + rest;
+}
+
+std::string statusText(HRESULT status) {
+    char* buffer = nullptr;
+    const DWORD length = FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,
+                                        static_cast<DWORD>(status), LOCALE_USER_DEFAULT, &buffer, 0, nullptr);
+    std::string text(buffer, length);
+    LocalFree(buffer);
+    return text.substr(0, text.find('\r'));
 }
 
 std::string hex(HRESULT status) {

@@ -27,5 +27,8 @@ ErrorChain errorChain(const std::string& printed);
 /// The text with a stem in braces in place of each "Error" line, after the status unless that is `usual`.
 std::string folded(const std::string& text, const std::string& usual = "80070005");
 
+/// The system's text of a status, without its line end.
+std::string statusText(HRESULT status);
+
 /// A status as an "Error" line prints it.
 std::string hex(HRESULT status);

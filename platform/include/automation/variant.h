@@ -126,7 +126,8 @@ HRESULT VariantCopy(VARIANT* target, const VARIANT* source);
 ///
 /// DISP_E_OVERFLOW: a number out of the type's range. DISP_E_TYPEMISMATCH: a text that isn't a value of the
 /// type, and types that have no text. DISP_E_BADVARTYPE: VT_VARIANT, VT_CLSID and numbers that aren't a type
-/// of a VARIANT.
+/// of a VARIANT. Each of the three sets a text (setStatusDetail) that quotes a string and the type as a
+/// backup file has them.
 HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, WORD flags, VARTYPE type);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 using BYTE = std::uint8_t;
 using WORD = std::uint16_t;
@@ -64,3 +65,10 @@ constexpr DWORD ERROR_FILE_INVALID = 1006;
 constexpr HRESULT HRESULT_FROM_WIN32(DWORD error) {
     return error == 0 ? S_OK : makeStatus(0x80070000 | error);
 }
+
+/// Sets the text that FormatMessageA (com/text.h) returns for `status` until the next call of this function,
+/// in place of the table's; an empty text restores the table's. Control characters become question marks.
+///
+/// A call that fails with a status sets its text, even if only to the empty one, if any call sets a text for
+/// that status. So the text of a failure that was passed over never appears for a later one.
+void setStatusDetail(HRESULT status, std::string_view text);

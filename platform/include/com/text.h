@@ -3,8 +3,6 @@
 
 #include "com/unknown.h"
 
-#include <string_view>
-
 constexpr DWORD FORMAT_MESSAGE_ALLOCATE_BUFFER = 0x100;
 constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
 
@@ -29,7 +27,3 @@ void* LocalFree(void* memory);
 int MultiByteToWideChar(UINT codePage, DWORD flags, const char* bytes, int length, OLECHAR* wide,
                         int wideLength);
 }
-
-/// Sets the text that FormatMessageA returns for `status` until the next call of this function, in place of
-/// the table's. Control characters become question marks.
-void setStatusDetail(HRESULT status, std::string_view text);

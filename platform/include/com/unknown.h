@@ -146,9 +146,12 @@ public:
 
     HRESULT QueryInterface(const IID& wanted, void** out) override {
         *out = nullptr;
-        if (!offers(wanted)) return E_NOINTERFACE;
-        if (!((*out = as<Interfaces>(wanted)) || ...) && !((*out = asBase<Interfaces>(wanted)) || ...))
+        const bool found = offers(wanted) && (((*out = as<Interfaces>(wanted)) || ...) ||
+                                              ((*out = asBase<Interfaces>(wanted)) || ...));
+        if (!found) {
+            setStatusDetail(E_NOINTERFACE, {});
             return E_NOINTERFACE;
+        }
         ++references_;
         return S_OK;
     }

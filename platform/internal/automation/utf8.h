@@ -19,8 +19,8 @@ constexpr std::size_t maxBytesOfUnit = 3;
 /// any other character, so that it equals no part of a well-formed text.
 char* encode(char32_t character, char* out);
 
-/// Decodes one character that isn't ASCII at `at`, which must be below `end`, and moves `at` to its end.
-/// False, with `at` unchanged, for bytes that are no such character.
+/// Decodes one character at `at`, which must be below `end`, and moves `at` to its end. False, with `at`
+/// unchanged, for bytes that are no UTF-8.
 bool decodeCharacter(const char*& at, const char* end, char32_t& character);
 
 /// The number of 16-bit units of a well-formed text.
