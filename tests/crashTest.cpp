@@ -30,26 +30,25 @@ std::string stateOf(const Folder& folder) {
 
 /// A server and a backup of another one, in a folder of their own.
 struct Server : Folder {
-    explicit Server(const std::string& text = metabase, const std::string& file = backup)
-        : Folder(Place::inMemory) {
+    explicit Server(const std::string& text = metabase) : Folder(Place::inMemory) {
         write("metabase.txt", text);
-        write("f", file);
-    }
-    /// The metabase file after a restore that can't rewrite it, and so leaves a line for each change.
-    std::string metabaseWithChangeLines() const {
-        std::filesystem::create_directory(path(".metabase.txt.rewrite"));
-        EXPECT_EQ(runHere(*this, restoring).exitCode, 0);
-        return read("metabase.txt");
+        write("f", backup);
     }
 };
 
 /// The restore that nothing interferes with.
 struct Undisturbed {
-    std::string metabaseText = Server().metabaseWithChangeLines();
+    /// The metabase file with a line for each change.
+    std::string metabaseText;
     /// The server's states before the first change and after each.
     std::vector<std::string> states;
 
     Undisturbed() {
+        const Server server;
+        // In the place of the file's replacement, so that the file keeps the lines of the changes.
+        std::filesystem::create_directory(server.path(".metabase.txt.rewrite"));
+        EXPECT_EQ(runHere(server, restoring).exitCode, 0);
+        metabaseText = server.read("metabase.txt");
         for (std::size_t end = metabase.size(); end <= metabaseText.size(); ++end) {
             if (metabaseText[end - 1] == '\n') states.push_back(stateOf(Server(metabaseText.substr(0, end))));
         }

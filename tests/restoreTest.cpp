@@ -30,12 +30,15 @@ TEST(RestoreFiles, ofOtherFormsAreReadTheSameAndNoOthers) {
 }
 
 TEST(RestoreFiles, withAStartTagTooLongForTheMessageAreRefused) {
-    const std::string tag = "<obj path=\"IIS://localhost\" a=\"" + std::string(8100, 'x') + "\"";
-    expectNoChange("<x version=\"1\">" + tag + " b=\"" + std::string(200, 'y') +
-                       "\" c=\"z\"><children/></obj></x>",
-                   "Node " + tag + "> must have exactly one \"props\" child node; it has has 0\n" +
-                       "{80004005 restore}{80004005 restore}",
-                   "", 2);
+    const std::string tag = "<obj path=\"IIS://localhost\"";
+    for (const std::size_t length : {8190U, 8191U}) {
+        const std::string whole = tag + " a=\"" + std::string(length - tag.size() - 5, 'x') + "\"";
+        expectNoChange("<x version=\"1\">" + whole + " b=\"\"><children/></obj></x>",
+                       "Node " + (length == 8190 ? whole : tag) +
+                           "> must have exactly one \"props\" child node; it has has 0\n" +
+                           "{80004005 restore}{80004005 restore}",
+                       "", 2);
+    }
 }
 
 TEST(RestoreFiles, thatCannotBeReadAreNamed) {

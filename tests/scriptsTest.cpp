@@ -18,7 +18,8 @@ Outcome shell(const Folder& folder, const std::string& line, const std::string& 
     const char* inherited = std::getenv("PATH");
     const std::string path = "PATH=" + folder.path("bin") + ":" + programFolder + ":" +
                              (inherited != nullptr ? inherited : "/usr/bin:/bin");
-    return runCommand(folder, {"sh", "-c", line}, {path, "HOME=" + folder.path("home"), "LC_ALL=" + locale});
+    return runCommand(folder,
+                      {"env", path, "HOME=" + folder.path("home"), "LC_ALL=" + locale, "sh", "-c", line});
 }
 
 /// A server with values of its own and with a site that inherits them.
@@ -173,7 +174,7 @@ std::string trickyServer() {
 
 Outcome graft(const Folder& folder, const std::string& fresh, const std::string& old,
               const std::string& path) {
-    return runCommand(folder, {SKEINKEEP_SAMPLES "/graft-object", fresh, old, path}, {"LC_ALL=C.UTF-8"});
+    return runCommand(folder, {"env", "LC_ALL=C.UTF-8", SKEINKEEP_SAMPLES "/graft-object", fresh, old, path});
 }
 
 TEST(Graft, bringsBackOneObjectAndNothingElse) {

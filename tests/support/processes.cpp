@@ -4,11 +4,9 @@
 #include "platform.h"
 #include "src/skeinKeep.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <iostream>
 #include <spawn.h>
@@ -63,17 +61,6 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     return pointers;
 }
 
-std::vector<std::string> environmentWith(const std::vector<std::string>& variables) {
-    std::vector<std::string> all = variables;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string name(*entry, std::strcspn(*entry, "=") + 1);
-        const bool isReplaced =
-            std::ranges::any_of(variables, [&](const std::string& one) { return one.starts_with(name); });
-        if (!isReplaced) all.emplace_back(*entry);
-    }
-    return all;
-}
-
 /// The standard streams of this process lead into sinks for as long as this lives.
 class Capture {
 public:
@@ -124,21 +111,18 @@ Outcome runProgram(const Folder& folder, const Arguments& arguments, const std::
 }
 
 // Makes no copy of this process, which takes long where the process is large.
-Outcome runCommand(const Folder& folder, const Arguments& command,
-                   const std::vector<std::string>& variables) {
+Outcome runCommand(const Folder& folder, Arguments command) {
     const Sinks sinks;
     posix_spawn_file_actions_t actions;
     ::posix_spawn_file_actions_init(&actions);
     ::posix_spawn_file_actions_adddup2(&actions, sinks.out.descriptor(), STDOUT_FILENO);
     ::posix_spawn_file_actions_adddup2(&actions, sinks.err.descriptor(), STDERR_FILENO);
     ::posix_spawn_file_actions_addchdir_np(&actions, folder.path().c_str());
-    Arguments words = command;
-    std::vector<std::string> environment = environmentWith(variables);
     pid_t child = 0;
-    errno = ::posix_spawnp(&child, words[0].c_str(), &actions, nullptr, pointersTo(words).data(),
-                           pointersTo(environment).data());
+    errno =
+        ::posix_spawnp(&child, command[0].c_str(), &actions, nullptr, pointersTo(command).data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);
-    if (child == 0) fail(words[0].c_str());
+    if (child == 0) fail(command[0].c_str());
     return outcomeOf(child, sinks);
 }
 

@@ -32,10 +32,8 @@ using Arguments = std::vector<std::string>;
 Outcome runProgram(const Folder& folder, const Arguments& arguments,
                    const std::string& shellLine = R"(exec "$0" "$@")");
 
-/// Runs another command in a folder, found as the shell finds it. `variables` are set in its environment,
-/// each as NAME=VALUE.
-Outcome runCommand(const Folder& folder, const Arguments& command,
-                   const std::vector<std::string>& variables = {});
+/// Runs another command in a folder, found as the shell finds it.
+Outcome runCommand(const Folder& folder, Arguments command);
 
 /// Runs `body` in a child process in a folder; its result is the exit code. Needed where a run may end the
 /// process, or changes something of it that can't be changed back.
