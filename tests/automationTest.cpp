@@ -74,14 +74,11 @@ void expectSame(const VARIANT& value) {
     expectSameThroughFile(value);
 }
 
-struct Width {
-    VARTYPE type;
-    unsigned bytes;
-};
-constexpr Width plainTypes[] = {{VT_I1, 1},    {VT_UI1, 1},     {VT_I2, 2},   {VT_UI2, 2},
-                                {VT_I4, 4},    {VT_UI4, 4},     {VT_INT, 4},  {VT_UINT, 4},
-                                {VT_ERROR, 4}, {VT_HRESULT, 4}, {VT_R4, 4},   {VT_I8, 8},
-                                {VT_UI8, 8},   {VT_CY, 8},      {VT_DATE, 8}, {VT_R8, 8}};
+/// With the number of bytes.
+constexpr std::pair<VARTYPE, unsigned> plainTypes[] = {
+    {VT_I1, 1},  {VT_UI1, 1},  {VT_I2, 2},    {VT_UI2, 2},     {VT_I4, 4}, {VT_UI4, 4},
+    {VT_INT, 4}, {VT_UINT, 4}, {VT_ERROR, 4}, {VT_HRESULT, 4}, {VT_R4, 4}, {VT_I8, 8},
+    {VT_UI8, 8}, {VT_CY, 8},   {VT_DATE, 8},  {VT_R8, 8}};
 
 void expectSame(VARTYPE type, double number) {
     expectSame(ofType(type, std::bit_cast<std::uint64_t>(number)));

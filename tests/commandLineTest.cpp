@@ -41,18 +41,15 @@ TEST(CommandLine, takesOptionsInAnyOrderAndOperandsAsTheyAre) {
     const Folder plain;
     plain.write("metabase.txt", sampleMetabase());
     runLine(plain, "-backup -file f");
-    struct Case {
-        const char* line;
-        const char* file;
-        bool isWhole;
-    };
-    const Case cases[] = {{"-file f -backup", "f", true},
-                          {"-file -n -backup", "-n", true},
-                          {"-file g -backup -file f", "f", true},
-                          {"-n -n -force -log l -backup -file f", "f", true},
-                          {"-backup -file f -root ''", "f", true},
-                          {"-backup -file f -root IIS://localhost/W3SVC/1", "f", false},
-                          {"-debug 6 -debug 2 -backup -noinherit -file f", "f", false}};
+    // The last is whether the backup has the whole server.
+    const std::tuple<const char*, const char*, bool> cases[] = {
+        {"-file f -backup", "f", true},
+        {"-file -n -backup", "-n", true},
+        {"-file g -backup -file f", "f", true},
+        {"-n -n -force -log l -backup -file f", "f", true},
+        {"-backup -file f -root ''", "f", true},
+        {"-backup -file f -root IIS://localhost/W3SVC/1", "f", false},
+        {"-debug 6 -debug 2 -backup -noinherit -file f", "f", false}};
     for (const auto& [line, file, isWhole] : cases) {
         SCOPED_TRACE(line);
         const Folder folder;
@@ -104,6 +101,19 @@ TEST(CommandLine, bothStreamsInOnePlaceKeepTheirOrder) {
     std::string expected;
     for (const std::size_t length : lengths) expected += "out " + std::string(2 * length, '.');
     EXPECT_EQ(run.out, expected);
+}
+
+TEST(CommandLine, linesOnATerminalAppearWhenTheyEnd) {
+    const Outcome run = runHere(Folder(), [] {
+        OutStream lines(STDOUT_FILENO, OutStream::Flush::eachLine);
+        for (const char* text : {"part of a ", "line\n", "rest"}) {
+            lines.write(text);
+            lines.printed();
+            if (::write(STDOUT_FILENO, "|", 1) != 1) return 1;
+        }
+        return 0;
+    });
+    EXPECT_EQ(run.out, "|part of a line\n||rest");
 }
 
 TEST(CommandLine, closedStreamsAndFullDisksChangeNothing) {

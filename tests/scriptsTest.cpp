@@ -2,6 +2,7 @@
 
 #include "tests/support/processes.h"
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -216,13 +217,8 @@ TEST(Graft, refusesWhatItCannotDoAndPrintsNothing) {
     const std::string old = folder.read("old.xml");
     folder.write("cut.xml", old.substr(0, old.size() - 5));
     folder.write("utf8.xml", "<?xml version=\"1.0\" encoding=\"utf-8\"?>" + old.substr(old.find('\n')));
-    struct Case {
-        const char* fresh;
-        const char* old;
-        const char* path;
-        const char* message;
-    };
-    const Case cases[] = {
+    // The fresh backup, the old one, the path and the message.
+    const std::array<std::string, 4> cases[] = {
         {"old.xml", "old.xml", "IIS://localhost/none",
          "There is no object IIS://localhost/none in old.xml.\n"},
         {"old.xml", "old.xml", "localhost/1", "There is no object localhost/1 in old.xml.\n"},
