@@ -248,15 +248,14 @@ TEST(TwoRestores, loseNoChangeWhereverOneInterruptsTheOther) {
         const Contest contest;
         Outcome ports;
         bool isInterrupted = false;
-        Outcome titles;
-        {
+        const Outcome titles = [&] {
             const SystemCallStop stop(interruptions + 1, [&](const SystemCall&) {
                 isInterrupted = true;
                 ports = runProgram(contest, {"-restore", "-file", "ports"});
                 return 0;
             });
-            titles = runHere(contest, {"-restore", "-file", "titles"});
-        }
+            return runHere(contest, {"-restore", "-file", "titles"});
+        }();
         if (!isInterrupted) break;
         SCOPED_TRACE("at call " + std::to_string(interruptions + 1));
         contest.expectAllOrNothing(titles, ports);

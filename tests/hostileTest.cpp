@@ -11,8 +11,6 @@
 
 namespace {
 
-// ---- damage
-
 const std::string damagedServer = testData("server-schema.txt") + R"(object "localhost" IIsWebServer
   Ports ["é<€", 2, r8:0.5, empty]
   MimeMap mime(".a" "b", ".c" "d")
@@ -103,8 +101,6 @@ INSTANTIATE_TEST_SUITE_P(, DamagedByte,
                                          Damage{"highBit", 0xFF, 0x80}, Damage{"nul", 0, 0},
                                          Damage{"lessThan", 0, '<'}, Damage{"quote", 0, '"'}),
                          [](const auto& test) { return std::string(test.param.name); });
-
-// ---- monsters
 
 constexpr int many = isSanitized ? 100'000 : 1'000'000;
 

@@ -122,11 +122,14 @@ TEST(Metabase, showsClassesAndTheirPropertiesAlone) {
     EXPECT_FALSE(attributes);
 }
 
-TEST(Metabase, keepsItsTopmostObject) {
+TEST(Metabase, keepsItsTopmostObjectAndMakesNoFile) {
     const Live live(schema + "object \"localhost\" Bin\n");
     ComPtr<IADsDeleteOps> top;
     ASSERT_EQ(query(*open(u"IIS://localhost"), top), S_OK);
     EXPECT_EQ(top->DeleteObject(0), E_ADS_BAD_PATHNAME);
+    std::filesystem::remove("metabase.txt");
+    EXPECT_EQ(change(*open(u"IIS://localhost")), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(live.text(), Folder::noFile);
 }
 
 TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
@@ -136,6 +139,8 @@ TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
     EXPECT_EQ(put(*box, u"Title", u"a \"b\""), S_OK);
     EXPECT_EQ(titleOf(*box), u"none");
     EXPECT_EQ(put(*box, u"Ports", u"p"), S_OK);
+    Variant note;
+    EXPECT_EQ(box->Get(Bstr(u"Note"), note.out()) | box->Put(Bstr(u"Note"), note.get()), S_OK);
     EXPECT_EQ(put(*box, u"None", u"p"), E_ADS_PROPERTY_NOT_FOUND);
     EXPECT_EQ(put(*box, u"MimeMap", u"p"), E_ADS_CANT_CONVERT_DATATYPE);
     SafeArray noEntries(1);
@@ -163,8 +168,9 @@ TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
         EXPECT_EQ(root->Create(Bstr(u"Box"), Bstr(wrong), created.out()), E_ADS_BAD_PATHNAME);
     EXPECT_EQ(root->Create(Bstr(u"None"), Bstr(u"n"), created.out()), E_ADS_SCHEMA_VIOLATION);
 
-    const std::string changes = "+set \"localhost/b/c\" Title \"a \\\"b\\\"\" Ports \"p\"\n"
-                                "+create \"localhost/a\" Box\n+delete \"localhost/b\"\n";
+    const std::string changes =
+        "+set \"localhost/b/c\" Title \"a \\\"b\\\"\" Ports \"p\" Note opaque(\"n\")\n"
+        "+create \"localhost/a\" Box\n+delete \"localhost/b\"\n";
     EXPECT_EQ(live.text(), head + tree + changes);
     live.end();
     const std::string text = live.text();
@@ -187,7 +193,7 @@ TEST(Metabase, setsTheTextOfEachFailure) {
     VARIANT vector{};
     vector.vt = VT_VECTOR;
     SafeArray list(1);
-    const LONG second = 1;
+    LONG second = 1;
     const std::pair<std::function<HRESULT()>, std::string> failures[] = {
         {[&] { return bindObject(u"IIS://localhost/none", none); }, "IIS://localhost/none doesn't exist"},
         {[&] { return query(*leaf, none); }, "No such interface supported"},
@@ -203,6 +209,8 @@ TEST(Metabase, setsTheTextOfEachFailure) {
         {[&] { return VariantCopy(value.out(), &vector); },
          "Bad variable type: no value can have type=\"4096\""},
         {[&] { return VariantClear(&vector); }, "Bad variable type: no value can have type=\"4096\""},
+        {[&] { return SafeArrayGetLBound(list.get(), 2, &second); },
+         "Invalid index: the list has no such dimension"},
         {[&] { return SafeArrayGetElement(list.get(), &second, value.out()); },
          "Invalid index: the list has fewer elements"}};
     for (const auto& [fail, text] : failures) {

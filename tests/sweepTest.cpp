@@ -63,8 +63,6 @@ SweptRun runWith(const Scenario& scenario, const FaultPlan& plan) {
     return run;
 }
 
-// ---- The chains of "Error" lines
-
 /// What is printed from the first "Error" line on, folded. The context texts come with it.
 std::string printedChain(const SweptRun& run) {
     const std::string text = folded(run.out.find("Error 0x") != std::string::npos ? run.out : run.err,
@@ -138,8 +136,6 @@ public:
 private:
     std::map<std::string, Names> reported_;
 };
-
-// ---- What the calls do
 
 /// Whether the run continues after the failed call: its result doesn't count, or a text takes its place.
 bool isPassedOver(const SweptRun& run) {

@@ -120,6 +120,8 @@ void expectConsistent(IXMLDOMNode& node, const std::vector<ComPtr<IXMLDOMNode>>&
     EXPECT_TRUE(isElement || textOf(node) == valueOf(node));
     ComPtr<IXMLDOMElement> element;
     ComPtr<IXMLDOMNodeList> list;
+    DISPID id = 0;
+    EXPECT_EQ(node.GetIDsOfNames(IID_NULL, nullptr, 0, LOCALE_SYSTEM_DEFAULT, &id), DISP_E_UNKNOWNNAME);
     EXPECT_EQ(query(node, element), isElement ? S_OK : E_NOINTERFACE);
     EXPECT_EQ(query(node, list), E_NOINTERFACE);
 }

@@ -56,6 +56,4 @@ void registerIisProvider() {
     atUninitialize([] { provider().close(); });
 }
 
-ComPtr<IADsProvider> iisProvider() { return ComPtr<IADsProvider>(&provider()); }
-
 } // namespace metabase

@@ -10,7 +10,4 @@ namespace metabase {
 /// the rest of the process: no File opens it.
 void registerIisProvider();
 
-/// The provider itself, for a provider that is registered in its place and calls it.
-ComPtr<IADsProvider> iisProvider();
-
 } // namespace metabase

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <sys/stat.h>
-#include <sys/types.h>
 #include <utility>
 
 namespace {
