@@ -208,6 +208,8 @@ TEST(Values, ofTypesThatNoProviderGivesAreRefused) {
     Variant copy;
     EXPECT_EQ(VariantCopy(copy.out(), &list.get()), DISP_E_BADVARTYPE);
     element.vt = type;
+    const VARIANT noList = ofType(VT_ARRAY | VT_VARIANT, 0);
+    EXPECT_EQ(VariantCopy(copy.out(), &noList), S_OK);
     const SAFEARRAYBOUND tooFar{2, INT32_MAX};
     EXPECT_EQ(SafeArrayCreate(VT_VARIANT, 1, &tooFar), nullptr);
     const VARIANT byReference = ofType(VT_BYREF | VT_I4, 0);
@@ -215,10 +217,11 @@ TEST(Values, ofTypesThatNoProviderGivesAreRefused) {
         {byReference, "{dispUtils}Can't handle variant with extended type 0x4000 (full type 0x4003)"},
         {square, "{dispUtils}Multidimensional SAFEARRAYs not supported"}};
     for (const auto& [value, message] : cases) {
-        const Outcome compared = runHere(Folder(), [&] { return cmpVariants(value, value); });
+        const Outcome compared = runHere(Folder(), [&value = value] { return cmpVariants(value, value); });
         EXPECT_EQ(compared.exitCode, E_UNEXPECTED);
         EXPECT_EQ(folded(compared.err, "8000FFFF"), message);
-        const Outcome print = runHere(Folder(), [&] { return printVariant(standardOutput(), value); });
+        const Outcome print =
+            runHere(Folder(), [&value = value] { return printVariant(standardOutput(), value); });
         EXPECT_EQ(print.exitCode, E_UNEXPECTED);
         EXPECT_EQ(print.out + folded(print.err, "8000FFFF"), message);
     }

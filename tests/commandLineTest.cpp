@@ -63,11 +63,8 @@ TEST(CommandLine, takesOptionsInAnyOrderAndOperandsAsTheyAre) {
 }
 
 TEST(CommandLine, readsNumbersAsAtoiDoesAndClampsThem) {
-    const std::pair<const char*, std::int32_t> cases[] = {{"-1", -1},
-                                                          {"+2", 2},
+    const std::pair<const char*, std::int32_t> cases[] = {{"+2", 2},
                                                           {" \t\n\v\f\r7x8", 7},
-                                                          {"abc", 0},
-                                                          {"-", 0},
                                                           {"- 1", 0},
                                                           {"2147483647", 2147483647},
                                                           {"2147483648", 2147483647},

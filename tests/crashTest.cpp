@@ -193,11 +193,18 @@ TEST(Restore, keepsToALimitOfTheFilesSize) {
     }
 }
 
-TEST(Backup, endsAtALimitOfTheFilesSize) {
-    const Server server(sampleMetabase());
-    const FileSizeLimit limited(4096);
-    EXPECT_EQ(runHere(server, {"-backup", "-file", "made"}).exitCode, 0);
-    EXPECT_EQ(server.read("made").size(), 4096U);
+TEST(Restore, continuesAWriteThatASignalInterrupts) {
+    const Server server;
+    const auto everySecond = [isSecond = true](const SystemCall& call) mutable {
+        if (call.name == "write") isSecond = !isSecond;
+        return call.name == "write" && !isSecond ? EINTR : 0;
+    };
+    const Outcome run = [&] {
+        const SystemCallStop stop(1, everySecond, true);
+        return runHere(server, restoring);
+    }();
+    EXPECT_EQ(run.exitCode, 0) << run;
+    EXPECT_EQ(stateOf(server), undisturbed().states.back());
 }
 
 TEST(Crash, aFileThatCannotBeCutOffIsReported) {

@@ -1,7 +1,6 @@
 // The seed of the random tests.
 #pragma once
 
-#include <cstdint>
 #include <cstdlib>
 #include <iostream>
 #include <random>
