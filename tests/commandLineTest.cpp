@@ -128,23 +128,4 @@ TEST(CommandLine, closedStreamsAndFullDisksChangeNothing) {
     EXPECT_EQ(folder.read("metabase.txt"), sampleMetabase());
 }
 
-TEST(CommandLine, outOfMemoryEndsTheRunWithAMessage) {
-    for (const char* mode : {"-backup", "-restore"}) {
-        SCOPED_TRACE(mode);
-        const Folder folder;
-        folder.write("metabase.txt", metabaseWith("IIsWebServer"));
-        folder.write("f", backupFile("", everyProperty));
-        const Outcome run = runChild(folder, [mode] {
-            FaultPlan plan;
-            plan.onRead = [](const std::u16string& property, VARIANT&) {
-                if (property == u"Ports") throw std::bad_alloc();
-            };
-            const FaultInjection injection(plan);
-            return runOnStreams({mode, "-file", "f"});
-        });
-        EXPECT_EQ(run.exitCode, 2);
-        EXPECT_EQ(run.err, "Out of memory\n");
-    }
-}
-
 } // namespace

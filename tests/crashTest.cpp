@@ -281,6 +281,42 @@ TEST(Restore, makesItsChangesWhereStandardOutputFails) {
     }
 }
 
+TEST(OutOfMemory, endsTheRunWithAMessageAndKeepsItsChanges) {
+    if (isSanitized) GTEST_SKIP() << "a sanitizer reserves the address space";
+    const std::string before = metabaseWith("IIsWebDirectory");
+    const std::string after = metabaseWith(deepestTree());
+    const Server deep(after);
+    ASSERT_EQ(runHere(deep, {"-backup", "-file", "f"}).exitCode, 0);
+    const std::string file = deep.read("f");
+    const std::string lines = Server(before, file).metabaseWithChangeLines();
+    const std::pair<std::string, std::string> runs[] = {
+        {"-backup -file b", after}, {"-restore -n -file f", before}, {"-restore -file f", before}};
+    for (const auto& [options, metabaseText] : runs) {
+        int ended = 0;
+        for (int limit = 5000, exitCode = 2; exitCode != 0; limit += 20) {
+            SCOPED_TRACE(options + " within " + std::to_string(limit) + " KB");
+            const Server server(metabaseText, file);
+            const Outcome run = runCommand(
+                server, {"sh", "-c",
+                         "ulimit -v " + std::to_string(limit) + "; exec " SKEINKEEP_PROGRAM " " + options});
+            exitCode = run.exitCode;
+            // Below the least that the program can be loaded with, the loader fails.
+            if (exitCode == 127 && ended == 0) continue;
+            ended += exitCode == 2 ? 1 : 0;
+            ASSERT_EQ(run.err, exitCode == 0 ? "" : "Out of memory\n") << exitCode;
+            const std::string left = server.metabaseText();
+            if (options != "-restore -file f") {
+                EXPECT_EQ(left, metabaseText);
+            } else {
+                EXPECT_TRUE(exitCode == 0 ? left == after
+                                          : left.starts_with(before) && lines.starts_with(left));
+            }
+        }
+        std::cout << options << " ran out of memory " << ended << " times" << std::endl;
+        EXPECT_GT(ended, 10);
+    }
+}
+
 /// A server and two backup files: one sets a property of all objects, the other another one.
 struct Contest : Folder {
     explicit Contest(int objects) : Folder(Place::inMemory), objects_(objects) {
