@@ -82,14 +82,46 @@ void expectCompletable(const Server& server) {
     EXPECT_EQ(server.state(), states.back());
 }
 
+/// The beginnings of the lines that are printed for the changes of the restore, in the order of the changes.
+constexpr const char* announcements[] = {
+    "Setting IIS://localhost:Title ",
+    "Setting IIS://localhost:Ports ",
+    "Setting IIS://localhost:MimeMap ",
+    "Setting IIS://localhost:IPSecurity ",
+    "CREATE OBJECT: IIS://localhost/N ",
+    "CREATE OBJECT: IIS://localhost/N/F ",
+    "DELETE OBJECT: IIS://localhost/R ",
+    "CREATE OBJECT: R ",
+    "Setting IIS://localhost/R:Title ",
+    // Its two children are deleted before it.
+    "DELETE OBJECT: IIS://localhost/D ",
+    "DELETE OBJECT: IIS://localhost/D ",
+    "DELETE OBJECT: IIS://localhost/D ",
+    "DELETE OBJECT: IIS://localhost/G ",
+    "DELETE OBJECT: IIS://localhost/V ",
+};
+
+/// Expects the whole line of each change that was committed in what a restore has printed.
+void expectLinesOfChanges(const Server& server, const std::string& out) {
+    ASSERT_EQ(std::size(announcements) + 1, undisturbed().states.size());
+    const std::string left = server.metabaseText();
+    const bool isRewritten = !left.starts_with(metabase);
+    const auto appended =
+        std::count(left.begin() + (isRewritten ? 0 : std::ssize(metabase)), left.end(), '\n');
+    const auto changes = isRewritten ? std::size(announcements) : static_cast<std::size_t>(appended);
+    for (std::size_t i = 0; i < changes; ++i)
+        EXPECT_NE(out.find('\n', out.find(announcements[i])), std::string::npos) << announcements[i] << "\n"
+                                                                                 << out;
+}
+
 /// Writes the first half of what a write is to write, as a full disk or a kill does.
 void writeHalf(const SystemCall& call) {
     if (call.name == "write") (void)::write(call.descriptor, call.bytes.data(), call.bytes.size() / 2);
 }
 
-/// Kills a restore before the call of a number, or within it, if it is a write. Returns the call's name and
-/// exit code; no name if there are not so many calls.
-std::pair<std::string, int> killAt(const Server& server, int number, bool withinWrite) {
+/// Kills a restore before the call of a number, or within it, if it is a write. Returns the call's name,
+/// which is empty if there are not so many calls, and what the run left.
+std::pair<std::string, Outcome> killAt(const Server& server, int number, bool withinWrite) {
     const Outcome run = runChild(server, [&] {
         const SystemCallStop stop(number, [&](const SystemCall& call) {
             server.write("reached", std::string(call.name));
@@ -102,7 +134,7 @@ std::pair<std::string, int> killAt(const Server& server, int number, bool within
         return exitCode;
     });
     const std::string reached = server.read("reached");
-    return {reached == Folder::noFile ? "" : reached, run.exitCode};
+    return {reached == Folder::noFile ? "" : reached, run};
 }
 
 TEST(Crash, leavesTheChangesThatWereMadeWhereverItHappens) {
@@ -110,11 +142,12 @@ TEST(Crash, leavesTheChangesThatWereMadeWhereverItHappens) {
         int kills = 0;
         for (int number = 1;; ++number) {
             const Server server;
-            const auto [call, exitCode] = killAt(server, number, withinWrite);
+            const auto [call, run] = killAt(server, number, withinWrite);
             if (call.empty()) break;
             SCOPED_TRACE((withinWrite ? "within " : "before ") + call + ", call " + std::to_string(number));
-            EXPECT_EQ(exitCode, withinWrite && call != "write" ? 0 : -SIGKILL);
-            kills += exitCode == -SIGKILL ? 1 : 0;
+            EXPECT_EQ(run.exitCode, withinWrite && call != "write" ? 0 : -SIGKILL);
+            kills += run.exitCode == -SIGKILL ? 1 : 0;
+            expectLinesOfChanges(server, run.out);
             expectCompletable(server);
         }
         std::cout << "killed " << (withinWrite ? "within " : "before ") << kills << " calls" << std::endl;

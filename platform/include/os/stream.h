@@ -10,7 +10,7 @@
 class OutStream {
 public:
     /// When printed text is written to the descriptor: only when the buffer is full, or also after each
-    /// print, or after each print that ends a line.
+    /// print, or after each print that ends a line. A line that fits into the buffer is thus one write.
     enum class Flush { whenFull, eachPrint, eachLine };
 
     /// Writes to `descriptor`, which stays the caller's. Each write of this stream flushes `flushedFirst`
@@ -46,6 +46,7 @@ public:
         if (policy_ != Flush::whenFull) flushAfterPrint();
     }
     void flush();
+    void setFlush(Flush policy) { policy_ = policy; }
 
 private:
     static constexpr std::size_t capacity = 1 << 15;
