@@ -16,6 +16,7 @@
 #include <iostream>
 #include <random>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -311,6 +312,53 @@ TEST(Restore, makesItsChangesWhereStandardOutputFails) {
         });
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_EQ(server.state(), undisturbed().states.back());
+    }
+}
+
+/// What the descriptor of a sync leads to.
+std::string syncTarget(const SystemCall& call, ino_t metabaseFile) {
+    struct stat info {};
+    EXPECT_EQ(::fstat(call.descriptor, &info), 0);
+    if (call.name == "syncfs") return " file system";
+    return S_ISDIR(info.st_mode) ? " folder" : info.st_ino == metabaseFile ? " metabase" : " new";
+}
+
+TEST(Restore, endsWithItsChangesOnTheDisk) {
+    struct Case {
+        /// The call that fails, after the one before it.
+        std::string failing;
+        std::string synced;
+    };
+    const Case cases[] = {{"none", " new folder"},
+                          {"a second name", " metabase"},
+                          {"unlink open", " metabase"},
+                          {"fstat fchmod", " metabase"},
+                          {"fchmod fsync", " metabase"},
+                          {"stat rename", " new metabase"},
+                          {"rename open", " new file system"}};
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.failing);
+        const Server server;
+        if (test.failing == "a second name")
+            std::filesystem::create_hard_link(server.path("metabase.txt"), server.path("second"));
+        struct stat info {};
+        ASSERT_EQ(::stat(server.path("metabase.txt").c_str(), &info), 0);
+        std::string before;
+        std::string synced;
+        const SystemCallStop stop(
+            1,
+            [&](const SystemCall& call) {
+                const std::string calls = before + " " + std::string(call.name);
+                before = call.name;
+                if (calls == test.failing) return EIO;
+                // What is written after a sync needs another one.
+                if (call.bytes.starts_with('+')) synced.clear();
+                if (call.name.find("sync") != std::string::npos) synced += syncTarget(call, info.st_ino);
+                return 0;
+            },
+            true);
+        EXPECT_EQ(runHere(server, restoring).exitCode, 0);
+        EXPECT_EQ(synced, test.synced);
     }
 }
 
