@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 #include <iterator>
-#include <new>
 #include <sstream>
 #include <unistd.h>
 
