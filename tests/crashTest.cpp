@@ -1,6 +1,7 @@
 // A restore that is killed, or that the operating system, another restore or an editor interferes with, at
 // every moment that there is: what was committed stays, and the next restore completes it.
 
+#include "src/skeinKeep.h"
 #include "tests/support/servers.h"
 #include "tests/support/systemCalls.h"
 
@@ -120,15 +121,13 @@ void writeHalf(const SystemCall& call) {
     if (call.name == "write") (void)::write(call.descriptor, call.bytes.data(), call.bytes.size() / 2);
 }
 
-/// Kills a restore before the call of a number, or within it, if it is a write. Returns the call's name,
-/// which is empty if there are not so many calls, and what the run left.
-std::pair<std::string, Outcome> killAt(const Server& server, int number, bool withinWrite) {
+/// Runs a restore that `end` may end at the call of a number. Returns the call's name, which is empty if
+/// there are not so many calls, and what the run left.
+std::pair<std::string, Outcome> endAt(const Server& server, int number, const SystemCallAction& end) {
     const Outcome run = runChild(server, [&] {
         const SystemCallStop stop(number, [&](const SystemCall& call) {
             server.write("reached", std::string(call.name));
-            if (withinWrite && call.name != "write") return 0;
-            if (withinWrite) writeHalf(call);
-            return std::raise(SIGKILL);
+            return end(call);
         });
         const int exitCode = runOnStreams(restoring);
         flushAllStreams();
@@ -139,20 +138,37 @@ std::pair<std::string, Outcome> killAt(const Server& server, int number, bool wi
 }
 
 TEST(Crash, leavesTheChangesThatWereMadeWhereverItHappens) {
-    for (const bool withinWrite : {false, true}) {
-        int kills = 0;
+    struct Ending {
+        const char* name;
+        int exitCode;
+        int fewest;
+        SystemCallAction end;
+    };
+    const Ending endings[] = {
+        {"killed before", -SIGKILL, 50, [](const auto&) { return std::raise(SIGKILL); }},
+        {"killed within", -SIGKILL, 10,
+         [](const SystemCall& call) {
+             if (call.name != "write") return 0;
+             writeHalf(call);
+             return std::raise(SIGKILL);
+         }},
+        {"out of memory before", 2, 50, [](const auto&) -> int { endOutOfMemory(); }}};
+    for (const Ending& ending : endings) {
+        int ended = 0;
         for (int number = 1;; ++number) {
             const Server server;
-            const auto [call, run] = killAt(server, number, withinWrite);
+            const auto [call, run] = endAt(server, number, ending.end);
             if (call.empty()) break;
-            SCOPED_TRACE((withinWrite ? "within " : "before ") + call + ", call " + std::to_string(number));
-            EXPECT_EQ(run.exitCode, withinWrite && call != "write" ? 0 : -SIGKILL);
-            kills += run.exitCode == -SIGKILL ? 1 : 0;
+            SCOPED_TRACE(ending.name + (" " + call) + ", call " + std::to_string(number));
+            if (run.exitCode != 0) {
+                EXPECT_EQ(run.exitCode, ending.exitCode);
+                ++ended;
+            }
             expectLinesOfChanges(server, run.out);
             expectCompletable(server);
         }
-        std::cout << "killed " << (withinWrite ? "within " : "before ") << kills << " calls" << std::endl;
-        EXPECT_GT(kills, withinWrite ? 10 : 50);
+        std::cout << ending.name << " " << ended << " calls" << std::endl;
+        EXPECT_GT(ended, ending.fewest);
     }
 }
 
