@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr std::size_t stackSize = 192 << 10;
+constexpr std::size_t stackSize = 256 << 10;
 
 /// The system grows the stack down to the lowest byte that is written to. Not inlined: the caller's own frame
 /// would be as large.
