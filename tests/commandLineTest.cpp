@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 #include <iterator>
-#include <new>
 #include <sstream>
 #include <unistd.h>
 
@@ -126,25 +125,6 @@ TEST(CommandLine, closedStreamsAndFullDisksChangeNothing) {
     folder.write("metabase.txt", sampleMetabase() + "+set \"localhost/W3SVC\" DefaultDoc \"x\"\n");
     EXPECT_EQ(runProgram(folder, {"-restore", "-debug", "6", "-file", "open"}, {1, 2}).exitCode, 0);
     EXPECT_EQ(folder.read("metabase.txt"), sampleMetabase());
-}
-
-TEST(CommandLine, outOfMemoryEndsTheRunWithAMessage) {
-    for (const char* mode : {"-backup", "-restore"}) {
-        SCOPED_TRACE(mode);
-        const Folder folder;
-        folder.write("metabase.txt", metabaseWith("IIsWebServer"));
-        folder.write("f", backupFile("", everyProperty));
-        const Outcome run = runChild(folder, [mode] {
-            FaultPlan plan;
-            plan.onRead = [](const std::u16string& property, VARIANT&) {
-                if (property == u"Ports") throw std::bad_alloc();
-            };
-            const FaultInjection injection(plan);
-            return runOnStreams({mode, "-file", "f"});
-        });
-        EXPECT_EQ(run.exitCode, 2);
-        EXPECT_EQ(run.err, "Out of memory\n");
-    }
 }
 
 } // namespace

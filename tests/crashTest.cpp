@@ -1,6 +1,7 @@
 // A restore that is killed, or that the operating system, another restore or an editor interferes with, at
 // every moment that there is: what was committed stays, and the next restore completes it.
 
+#include "src/skeinKeep.h"
 #include "tests/support/servers.h"
 #include "tests/support/systemCalls.h"
 
@@ -15,7 +16,9 @@
 #include <gtest/gtest.h>
 #include <iostream>
 #include <random>
+#include <span>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -82,43 +85,90 @@ void expectCompletable(const Server& server) {
     EXPECT_EQ(server.state(), states.back());
 }
 
+/// The beginnings of the lines that are printed for the changes of the restore, in the order of the changes.
+constexpr const char* announcements[] = {
+    "Setting IIS://localhost:Title ",
+    "Setting IIS://localhost:Ports ",
+    "Setting IIS://localhost:MimeMap ",
+    "Setting IIS://localhost:IPSecurity ",
+    "CREATE OBJECT: IIS://localhost/N ",
+    "CREATE OBJECT: IIS://localhost/N/F ",
+    "DELETE OBJECT: IIS://localhost/R ",
+    "CREATE OBJECT: R ",
+    "Setting IIS://localhost/R:Title ",
+    // Its two children are deleted before it.
+    "DELETE OBJECT: IIS://localhost/D ",
+    "DELETE OBJECT: IIS://localhost/D ",
+    "DELETE OBJECT: IIS://localhost/D ",
+    "DELETE OBJECT: IIS://localhost/G ",
+    "DELETE OBJECT: IIS://localhost/V ",
+};
+
+/// Expects the whole line of each committed change in what a restore has printed.
+void expectLinesOfChanges(const Server& server, const std::string& out) {
+    const std::string& allLines = undisturbed().metabaseText;
+    ASSERT_EQ(std::ssize(announcements),
+              std::count(allLines.begin() + std::ssize(metabase), allLines.end(), '\n'));
+    const std::string left = server.metabaseText();
+    const std::string& lines = left.starts_with(metabase) ? left : allLines;
+    const auto changes = std::count(lines.begin() + std::ssize(metabase), lines.end(), '\n');
+    for (const char* line : std::span(announcements).first(static_cast<std::size_t>(changes)))
+        EXPECT_NE(out.find('\n', out.find(line)), std::string::npos) << line << "\n" << out;
+}
+
 /// Writes the first half of what a write is to write, as a full disk or a kill does.
 void writeHalf(const SystemCall& call) {
     if (call.name == "write") (void)::write(call.descriptor, call.bytes.data(), call.bytes.size() / 2);
 }
 
-/// Kills a restore before the call of a number, or within it, if it is a write. Returns the call's name and
-/// exit code; no name if there are not so many calls.
-std::pair<std::string, int> killAt(const Server& server, int number, bool withinWrite) {
+/// Runs a restore that `end` may end at the call of a number. Returns the call's name, which is empty if
+/// there are not so many calls, and what the run left.
+std::pair<std::string, Outcome> endAt(const Server& server, int number, const SystemCallAction& end) {
     const Outcome run = runChild(server, [&] {
         const SystemCallStop stop(number, [&](const SystemCall& call) {
             server.write("reached", std::string(call.name));
-            if (withinWrite && call.name != "write") return 0;
-            if (withinWrite) writeHalf(call);
-            return std::raise(SIGKILL);
+            return end(call);
         });
         const int exitCode = runOnStreams(restoring);
         flushAllStreams();
         return exitCode;
     });
     const std::string reached = server.read("reached");
-    return {reached == Folder::noFile ? "" : reached, run.exitCode};
+    return {reached == Folder::noFile ? "" : reached, run};
 }
 
 TEST(Crash, leavesTheChangesThatWereMadeWhereverItHappens) {
-    for (const bool withinWrite : {false, true}) {
-        int kills = 0;
+    struct Ending {
+        const char* name;
+        int exitCode;
+        int fewest;
+        SystemCallAction end;
+    };
+    const Ending endings[] = {
+        {"killed before", -SIGKILL, 50, [](const auto&) { return std::raise(SIGKILL); }},
+        {"killed within", -SIGKILL, 10,
+         [](const SystemCall& call) {
+             if (call.name != "write") return 0;
+             writeHalf(call);
+             return std::raise(SIGKILL);
+         }},
+        {"out of memory before", 2, 50, [](const auto&) -> int { endOutOfMemory(); }}};
+    for (const Ending& ending : endings) {
+        int ended = 0;
         for (int number = 1;; ++number) {
             const Server server;
-            const auto [call, exitCode] = killAt(server, number, withinWrite);
+            const auto [call, run] = endAt(server, number, ending.end);
             if (call.empty()) break;
-            SCOPED_TRACE((withinWrite ? "within " : "before ") + call + ", call " + std::to_string(number));
-            EXPECT_EQ(exitCode, withinWrite && call != "write" ? 0 : -SIGKILL);
-            kills += exitCode == -SIGKILL ? 1 : 0;
+            SCOPED_TRACE(ending.name + (" " + call) + ", call " + std::to_string(number));
+            if (run.exitCode != 0) {
+                EXPECT_EQ(run.exitCode, ending.exitCode);
+                ++ended;
+            }
+            expectLinesOfChanges(server, run.out);
             expectCompletable(server);
         }
-        std::cout << "killed " << (withinWrite ? "within " : "before ") << kills << " calls" << std::endl;
-        EXPECT_GT(kills, withinWrite ? 10 : 50);
+        std::cout << ending.name << " " << ended << " calls" << std::endl;
+        EXPECT_GT(ended, ending.fewest);
     }
 }
 
@@ -278,6 +328,89 @@ TEST(Restore, makesItsChangesWhereStandardOutputFails) {
         });
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_EQ(server.state(), undisturbed().states.back());
+    }
+}
+
+/// What the descriptor of a sync leads to.
+std::string syncTarget(const SystemCall& call, ino_t metabaseFile) {
+    struct stat info {};
+    EXPECT_EQ(::fstat(call.descriptor, &info), 0);
+    if (call.name == "syncfs") return " file system";
+    return S_ISDIR(info.st_mode) ? " folder" : info.st_ino == metabaseFile ? " metabase" : " new";
+}
+
+TEST(Restore, endsWithItsChangesOnTheDisk) {
+    struct Case {
+        /// The call that fails, after the one before it.
+        std::string failing;
+        std::string synced;
+    };
+    const Case cases[] = {{"none", " new folder"},
+                          {"a second name", " metabase"},
+                          {"unlink open", " metabase"},
+                          {"fstat fchmod", " metabase"},
+                          {"fchmod fsync", " metabase"},
+                          {"stat rename", " new metabase"},
+                          {"rename open", " new file system"}};
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.failing);
+        const Server server;
+        if (test.failing == "a second name")
+            std::filesystem::create_hard_link(server.path("metabase.txt"), server.path("second"));
+        struct stat info {};
+        ASSERT_EQ(::stat(server.path("metabase.txt").c_str(), &info), 0);
+        std::string before;
+        std::string synced;
+        const SystemCallStop stop(
+            1,
+            [&](const SystemCall& call) {
+                const std::string calls = before + " " + std::string(call.name);
+                before = call.name;
+                if (calls == test.failing) return EIO;
+                // What is written after a sync needs another one.
+                if (call.bytes.starts_with('+')) synced.clear();
+                if (call.name.find("sync") != std::string::npos) synced += syncTarget(call, info.st_ino);
+                return 0;
+            },
+            true);
+        EXPECT_EQ(runHere(server, restoring).exitCode, 0);
+        EXPECT_EQ(synced, test.synced);
+    }
+}
+
+TEST(OutOfMemory, endsTheRunWithAMessageAndKeepsItsChanges) {
+    if (isSanitized) GTEST_SKIP() << "a sanitizer reserves the address space";
+    const std::string before = metabaseWith("IIsWebDirectory");
+    const std::string after = metabaseWith(deepestTree());
+    const Server deep(after);
+    ASSERT_EQ(runHere(deep, {"-backup", "-file", "f"}).exitCode, 0);
+    const std::string file = deep.read("f");
+    const std::string lines = Server(before, file).metabaseWithChangeLines();
+    const std::pair<std::string, std::string> runs[] = {
+        {"-backup -file b", after}, {"-restore -n -file f", before}, {"-restore -file f", before}};
+    for (const auto& [options, metabaseText] : runs) {
+        int ended = 0;
+        for (int limit = 5000, exitCode = 2; exitCode != 0; limit += 20) {
+            SCOPED_TRACE(options + " within " + std::to_string(limit) + " KB");
+            const Server server(metabaseText, file);
+            const Outcome run = runCommand(
+                server, {"sh", "-c",
+                         "ulimit -v " + std::to_string(limit) + "; exec " SKEINKEEP_PROGRAM " " + options});
+            exitCode = run.exitCode;
+            // Below the least that the program can be loaded with, the loader fails.
+            if (exitCode == 127 && ended == 0) continue;
+            ended += exitCode == 2 ? 1 : 0;
+            ASSERT_EQ(run.err, exitCode == 0 ? "" : "Out of memory\n") << exitCode;
+            const std::string left = server.metabaseText();
+            if (options != "-restore -file f") {
+                EXPECT_EQ(left, metabaseText);
+            } else {
+                EXPECT_TRUE(exitCode == 0 ? left == after
+                                          : left.starts_with(before) && lines.starts_with(left));
+            }
+        }
+        std::cout << options << " ran out of memory " << ended << " times" << std::endl;
+        EXPECT_GT(ended, 10);
     }
 }
 

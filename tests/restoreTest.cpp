@@ -80,10 +80,7 @@ TEST(RestoreFiles, thatCannotBeReadAreNamed) {
 
 TEST(Restore, ofTheDeepestTreeNeedsLittleStack) {
     const Folder folder;
-    std::string objects = "IIsWebDirectory";
-    std::string path;
-    for (int level = 2; level <= 256; ++level)
-        objects.append(" ").append(path.append(level > 2 ? "/d" : "d")).append(":IIsWebDirectory");
+    const std::string objects = deepestTree();
     const auto run = [&](const char* mode) {
         const Outcome outcome = runTool(folder, {mode, "-file", "f"}, [] {
             // A sanitizer's frames are several times as large.

@@ -64,7 +64,8 @@ WRAP(int, flock, (int descriptor, int operation)) {
 WRAP(int, ftruncate, (int descriptor, off_t size)) {
     return fails({"ftruncate"}) ? -1 : real_ftruncate(descriptor, size);
 }
-WRAP(int, fsync, (int descriptor)) { return fails({"fsync"}) ? -1 : real_fsync(descriptor); }
+WRAP(int, fsync, (int descriptor)) { return fails({"fsync", descriptor}) ? -1 : real_fsync(descriptor); }
+WRAP(int, syncfs, (int descriptor)) { return fails({"syncfs", descriptor}) ? -1 : real_syncfs(descriptor); }
 WRAP(int, fchmod, (int descriptor, mode_t mode)) {
     return fails({"fchmod"}) ? -1 : real_fchmod(descriptor, mode);
 }
