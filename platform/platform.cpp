@@ -6,8 +6,9 @@
 #include "xml/domDocument.h"
 
 void installPlatform() {
-    memory::keepFreedBlocks();
     prepareStreams();
+    memory::growStack();
+    memory::keepFreedBlocks();
     xml::registerDocumentClass();
     metabase::registerIisProvider();
 }

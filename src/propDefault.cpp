@@ -2,10 +2,10 @@
 
 namespace {
 
-const Bstr emptyText(u"");
-const Bstr markerText(u"<unsupported/>");
-const Bstr trueText(u"true");
-const Bstr falseText(u"false");
+constexpr StaticBstr emptyText(u"");
+constexpr StaticBstr markerText(u"<unsupported/>");
+constexpr StaticBstr trueText(u"true");
+constexpr StaticBstr falseText(u"false");
 
 /// Returns whether VariantChangeType makes the text of values of the type.
 bool isConverted(VARTYPE type) {
@@ -110,5 +110,5 @@ Status writeValueText(OutStream& stream, VARIANT& value) {
     } else if (value.vt == VT_BSTR) {
         text = value.bstrVal;
     }
-    return printXmlEscaped(stream, text != nullptr ? text : markerText.get());
+    return printXmlEscaped(stream, text != nullptr ? text : markerText);
 }

@@ -43,6 +43,8 @@ Status checkVersion(IXMLDOMElement& documentElement) {
 
 Status restoreMain() {
     runSettings.errStream = &standardOutput();
+    // No change is committed before its line has reached the system, whatever ends the process then.
+    if (!runSettings.dryRun) standardOutput().setFlush(OutStream::Flush::eachLine);
     ComPtr<IXMLDOMDocument> document;
     if (Status status = xmlLoadFile(runSettings.backupFile, document); status < 0) return reported(status);
     ComPtr<IXMLDOMElement> documentElement;

@@ -9,7 +9,6 @@
 
 #include <cstdlib>
 #include <memory>
-#include <new>
 
 RunSettings runSettings;
 
@@ -112,14 +111,11 @@ SystemText systemText(Status status) {
 
 } // namespace
 
-int skeinKeepMain(int argc, char** argv) {
-    const Mode mode = parseCommandLine(argc, argv);
-    try {
-        return runMode(mode);
-    } catch (const std::bad_alloc&) {
-        outPrintf(standardError(), "Out of memory\n");
-        return 2;
-    }
+int skeinKeepMain(int argc, char** argv) { return runMode(parseCommandLine(argc, argv)); }
+
+void endOutOfMemory() {
+    outPrintf(standardError(), "Out of memory\n");
+    std::_Exit(2);
 }
 
 void reportHr(Status status, std::string_view sourceFile, std::uint32_t line) {

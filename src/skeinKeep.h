@@ -45,6 +45,10 @@ extern RunSettings runSettings;
 /// Returns the exit code: 0, or 2 if the run failed. A wrong command line ends the process with exit code 1.
 int skeinKeepMain(int argc, char** argv);
 
+/// Ends the process where there is no memory: prints a message, after what standard output still holds, with
+/// exit code 2. It allocates nothing. This is the new-handler of the program.
+[[noreturn]] void endOutOfMemory();
+
 /// Prints to `stream`; see printTo for the conversions. A failed print has no result.
 template <class... Args>
 void outPrintf(OutStream& stream, const Format<Args...>& format, const Args&... arguments) {

@@ -5,15 +5,15 @@
 #include "skeinKeep.h"
 
 // The tags and attributes that are looked up in a backup file.
-inline const Bstr childrenTag(u"children");
-inline const Bstr propsTag(u"props");
-inline const Bstr classAttribute(u"class");
-inline const Bstr extensionAttribute(u"extension");
-inline const Bstr inheritedAttribute(u"inherited");
-inline const Bstr nameAttribute(u"name");
-inline const Bstr pathAttribute(u"path");
-inline const Bstr typeAttribute(u"type");
-inline const Bstr versionAttribute(u"version");
+inline constexpr StaticBstr childrenTag(u"children");
+inline constexpr StaticBstr propsTag(u"props");
+inline constexpr StaticBstr classAttribute(u"class");
+inline constexpr StaticBstr extensionAttribute(u"extension");
+inline constexpr StaticBstr inheritedAttribute(u"inherited");
+inline constexpr StaticBstr nameAttribute(u"name");
+inline constexpr StaticBstr pathAttribute(u"path");
+inline constexpr StaticBstr typeAttribute(u"type");
+inline constexpr StaticBstr versionAttribute(u"version");
 
 /// Loads a file into a new document. Returns 0, or a negative status with `document` null: E_UNEXPECTED if
 /// the file can't be read or has 2 GB or more, E_FAIL if it doesn't parse. The document ends at the file's

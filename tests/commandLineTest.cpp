@@ -7,7 +7,6 @@
 #include "tests/support/servers.h"
 
 #include <gtest/gtest.h>
-#include <new>
 #include <unistd.h>
 
 namespace {
@@ -127,25 +126,6 @@ TEST(CommandLine, closedStreamsAndFullDisksChangeNothing) {
         folder.write("metabase.txt", sampleMetabase() + "+set \"localhost/W3SVC\" DefaultDoc \"x\"\n");
         EXPECT_EQ(runProgram(folder, {"-restore", "-debug", "6", "-file", "open"}, line).exitCode, 0);
         EXPECT_EQ(folder.read("metabase.txt"), sampleMetabase());
-    }
-}
-
-TEST(CommandLine, outOfMemoryEndsTheRunWithAMessage) {
-    for (const char* mode : {"-backup", "-restore"}) {
-        SCOPED_TRACE(mode);
-        const Folder folder;
-        folder.write("metabase.txt", metabaseWith("IIsWebServer"));
-        folder.write("f", backupFile("", "<proplist name='Ports'/>"));
-        const Outcome run = runChild(folder, [mode] {
-            FaultPlan plan;
-            plan.onRead = [](const std::u16string& property, VARIANT&) {
-                if (property == u"Ports") throw std::bad_alloc();
-            };
-            const FaultInjection injection(plan);
-            return runOnStreams({mode, "-file", "f"});
-        });
-        EXPECT_EQ(run.exitCode, 2);
-        EXPECT_EQ(run.err, "Out of memory\n");
     }
 }
 

@@ -1,6 +1,7 @@
 // A restore that is killed, or that the operating system, another restore or an editor interferes with, at
 // every moment that there is: what was committed stays, and the next restore completes it.
 
+#include "src/skeinKeep.h"
 #include "tests/support/servers.h"
 #include "tests/support/systemCalls.h"
 
@@ -12,7 +13,9 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <span>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -30,25 +33,26 @@ std::string stateOf(const Folder& folder) {
 
 /// A server and a backup of another one, in a folder of their own.
 struct Server : Folder {
-    explicit Server(const std::string& text = metabase) : Folder(Place::inMemory) {
+    explicit Server(const std::string& text = metabase, const std::string& file = backup)
+        : Folder(Place::inMemory) {
         write("metabase.txt", text);
-        write("f", backup);
+        write("f", file);
+    }
+    /// The metabase file after a restore that can't rewrite it, and so leaves a line for each change.
+    std::string metabaseWithChangeLines() const {
+        std::filesystem::create_directory(path(".metabase.txt.rewrite"));
+        EXPECT_EQ(runHere(*this, restoring).exitCode, 0);
+        return read("metabase.txt");
     }
 };
 
 /// The restore that nothing interferes with.
 struct Undisturbed {
-    /// The metabase file with a line for each change.
-    std::string metabaseText;
+    std::string metabaseText = Server().metabaseWithChangeLines();
     /// The server's states before the first change and after each.
     std::vector<std::string> states;
 
     Undisturbed() {
-        const Server server;
-        // In the place of the file's replacement, so that the file keeps the lines of the changes.
-        std::filesystem::create_directory(server.path(".metabase.txt.rewrite"));
-        EXPECT_EQ(runHere(server, restoring).exitCode, 0);
-        metabaseText = server.read("metabase.txt");
         for (std::size_t end = metabase.size(); end <= metabaseText.size(); ++end) {
             if (metabaseText[end - 1] == '\n') states.push_back(stateOf(Server(metabaseText.substr(0, end))));
         }
@@ -68,38 +72,90 @@ void expectCompletable(const Server& server) {
     EXPECT_EQ(stateOf(server), states.back());
 }
 
+/// The beginnings of the lines that are printed for the changes of the restore, in the order of the changes.
+constexpr const char* announcements[] = {
+    "Setting IIS://localhost:Title ",
+    "Setting IIS://localhost:Ports ",
+    "Setting IIS://localhost:MimeMap ",
+    "Setting IIS://localhost:IPSecurity ",
+    "CREATE OBJECT: IIS://localhost/N ",
+    "CREATE OBJECT: IIS://localhost/N/F ",
+    "DELETE OBJECT: IIS://localhost/R ",
+    "CREATE OBJECT: R ",
+    "Setting IIS://localhost/R:Title ",
+    // Its two children are deleted before it.
+    "DELETE OBJECT: IIS://localhost/D ",
+    "DELETE OBJECT: IIS://localhost/D ",
+    "DELETE OBJECT: IIS://localhost/D ",
+    "DELETE OBJECT: IIS://localhost/G ",
+    "DELETE OBJECT: IIS://localhost/V ",
+};
+
+/// Expects the whole line of each committed change in what a restore has printed.
+void expectLinesOfChanges(const Server& server, const std::string& out) {
+    const std::string& allLines = undisturbed().metabaseText;
+    ASSERT_EQ(std::ssize(announcements),
+              std::count(allLines.begin() + std::ssize(metabase), allLines.end(), '\n'));
+    const std::string left = server.read("metabase.txt");
+    const std::string& lines = left.starts_with(metabase) ? left : allLines;
+    const auto changes = std::count(lines.begin() + std::ssize(metabase), lines.end(), '\n');
+    for (const char* line : std::span(announcements).first(static_cast<std::size_t>(changes)))
+        EXPECT_NE(out.find('\n', out.find(line)), std::string::npos) << line << "\n" << out;
+}
+
 /// Writes the first half of what a write is to write, as a full disk or a kill does.
 void writeHalf(const SystemCall& call) {
     if (call.name == "write") (void)::write(call.descriptor, call.bytes.data(), call.bytes.size() / 2);
 }
 
+/// Runs a restore that `end` may end at the call of a number. Returns the call's name, which is empty if
+/// there are not so many calls, and what the run left.
+std::pair<std::string, Outcome> endAt(const Server& server, int number, const SystemCallAction& end) {
+    const Outcome run = runChild(server, [&] {
+        const SystemCallStop stop(number, [&](const SystemCall& call) {
+            server.write("reached", std::string(call.name));
+            return end(call);
+        });
+        const int exitCode = runOnStreams(restoring);
+        flushAllStreams();
+        return exitCode;
+    });
+    const std::string reached = server.read("reached");
+    return {reached == Folder::noFile ? "" : reached, run};
+}
+
 TEST(Crash, leavesTheChangesThatWereMadeWhereverItHappens) {
-    for (const bool withinWrite : {false, true}) {
-        int kills = 0;
-        std::string reached;
-        for (int number = 1; reached != Folder::noFile; ++number) {
+    struct Ending {
+        const char* name;
+        int exitCode;
+        int fewest;
+        SystemCallAction end;
+    };
+    const Ending endings[] = {
+        {"killed before", -SIGKILL, 50, [](const auto&) { return std::raise(SIGKILL); }},
+        {"killed within", -SIGKILL, 10,
+         [](const SystemCall& call) {
+             if (call.name != "write") return 0;
+             writeHalf(call);
+             return std::raise(SIGKILL);
+         }},
+        {"out of memory before", 2, 50, [](const auto&) -> int { endOutOfMemory(); }}};
+    for (const Ending& ending : endings) {
+        int ended = 0;
+        for (int number = 1;; ++number) {
             const Server server;
-            const Outcome run = runChild(server, [&] {
-                const SystemCallStop stop(number, [&](const SystemCall& call) {
-                    server.write("reached", std::string(call.name));
-                    if (withinWrite && call.name != "write") return 0;
-                    if (withinWrite) writeHalf(call);
-                    return std::raise(SIGKILL);
-                });
-                const int exitCode = runOnStreams(restoring);
-                flushAllStreams();
-                return exitCode;
-            });
-            reached = server.read("reached");
-            SCOPED_TRACE((withinWrite ? "within " : "before ") + reached + ", call " +
-                         std::to_string(number));
-            const bool isKill = reached != Folder::noFile && (!withinWrite || reached == "write");
-            EXPECT_EQ(run.exitCode, isKill ? -SIGKILL : 0);
-            kills += isKill ? 1 : 0;
+            const auto [call, run] = endAt(server, number, ending.end);
+            if (call.empty()) break;
+            SCOPED_TRACE(ending.name + (" " + call) + ", call " + std::to_string(number));
+            if (run.exitCode != 0) {
+                EXPECT_EQ(run.exitCode, ending.exitCode);
+                ++ended;
+            }
+            expectLinesOfChanges(server, run.out);
             expectCompletable(server);
         }
-        std::cout << "killed " << (withinWrite ? "within " : "before ") << kills << " calls" << std::endl;
-        EXPECT_GT(kills, withinWrite ? 10 : 50);
+        std::cout << ending.name << " " << ended << " calls" << std::endl;
+        EXPECT_GT(ended, ending.fewest);
     }
 }
 
@@ -216,6 +272,88 @@ TEST(Crash, aFileThatCannotBeCutOffIsReported) {
     EXPECT_NE(torn.find("(metabase.txt: can't be written: Input/output error)"), std::string::npos) << torn;
     EXPECT_EQ(runHere(server, {"-backup", "-file", "made"}).err,
               "Can't open output file \"made\": Input/output error\n");
+}
+
+/// What the descriptor of a sync leads to.
+std::string syncTarget(const SystemCall& call, ino_t metabaseFile) {
+    struct stat info {};
+    EXPECT_EQ(::fstat(call.descriptor, &info), 0);
+    if (call.name == "syncfs") return " file system";
+    return S_ISDIR(info.st_mode) ? " folder" : info.st_ino == metabaseFile ? " metabase" : " new";
+}
+
+TEST(Restore, endsWithItsChangesOnTheDisk) {
+    struct Case {
+        /// The call that fails, after the one before it.
+        std::string failing;
+        std::string synced;
+    };
+    const Case cases[] = {{"none", " new folder"},
+                          {"a second name", " metabase"},
+                          {"unlink open", " metabase"},
+                          {"fstat fchmod", " metabase"},
+                          {"fchmod fsync", " metabase"},
+                          {"stat rename", " new metabase"},
+                          {"rename open", " new file system"}};
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.failing);
+        const Server server;
+        if (test.failing == "a second name")
+            std::filesystem::create_hard_link(server.path("metabase.txt"), server.path("second"));
+        struct stat info {};
+        ASSERT_EQ(::stat(server.path("metabase.txt").c_str(), &info), 0);
+        std::string before;
+        std::string synced;
+        const SystemCallStop stop(
+            1,
+            [&](const SystemCall& call) {
+                const std::string calls = before + " " + std::string(call.name);
+                before = call.name;
+                if (calls == test.failing) return EIO;
+                // What is written after a sync needs another one.
+                if (call.bytes.starts_with('+')) synced.clear();
+                if (call.name.find("sync") != std::string::npos) synced += syncTarget(call, info.st_ino);
+                return 0;
+            },
+            true);
+        EXPECT_EQ(runHere(server, restoring).exitCode, 0);
+        EXPECT_EQ(synced, test.synced);
+    }
+}
+
+TEST(OutOfMemory, endsTheRunWithAMessageAndKeepsItsChanges) {
+    if (isSanitized) GTEST_SKIP() << "a sanitizer reserves the address space";
+    const std::string before = metabaseWith("IIsWebDirectory");
+    const std::string after = metabaseWith(deepestTree());
+    const Server deep(after);
+    ASSERT_EQ(runHere(deep, {"-backup", "-file", "f"}).exitCode, 0);
+    const std::string file = deep.read("f");
+    const std::string lines = Server(before, file).metabaseWithChangeLines();
+    const std::pair<std::string, std::string> runs[] = {
+        {"-backup -file b", after}, {"-restore -n -file f", before}, {"-restore -file f", before}};
+    for (const auto& [options, metabaseText] : runs) {
+        int ended = 0;
+        for (int limit = 5000, exitCode = 2; exitCode != 0; limit += 20) {
+            SCOPED_TRACE(options + " within " + std::to_string(limit) + " KB");
+            const Server server(metabaseText, file);
+            const Outcome run =
+                runProgram(server, {}, "ulimit -v " + std::to_string(limit) + R"(; exec "$0" )" + options);
+            exitCode = run.exitCode;
+            // Below the least that the program can be loaded with, the loader fails.
+            if (exitCode == 127 && ended == 0) continue;
+            ended += exitCode == 2 ? 1 : 0;
+            ASSERT_EQ(run.err, exitCode == 0 ? "" : "Out of memory\n") << exitCode;
+            const std::string left = server.read("metabase.txt");
+            if (options != "-restore -file f") {
+                EXPECT_EQ(left, metabaseText);
+            } else {
+                EXPECT_TRUE(exitCode == 0 ? left == after
+                                          : left.starts_with(before) && lines.starts_with(left));
+            }
+        }
+        std::cout << options << " ran out of memory " << ended << " times" << std::endl;
+        EXPECT_GT(ended, 10);
+    }
 }
 
 /// A server and two backup files: one sets a property of both objects, the other another one.

@@ -152,13 +152,9 @@ TEST(RestoreProperties, thatCannotBeParsedEndTheRun) {
 
 TEST(Restore, ofTheDeepestTreeNeedsLittleStack) {
     const Folder folder;
-    std::string objects = "IIsWebDirectory";
+    const std::string objects = deepestTree();
     std::string children;
-    std::string path;
-    for (int level = 2; level <= 256; ++level) {
-        objects.append(" ").append(path.append(level > 2 ? "/d" : "d")).append(":IIsWebDirectory");
-        children = objElement("d", "IIsWebDirectory", children);
-    }
+    for (int level = 2; level <= 256; ++level) children = objElement("d", "IIsWebDirectory", children);
     // A sanitizer's frames are several times as large.
     const std::string limited =
         isSanitized ? R"(ulimit -s 6144; exec "$0" "$@")" : R"(ulimit -s 1024; exec "$0" "$@")";

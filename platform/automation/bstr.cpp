@@ -1,7 +1,5 @@
 #include "automation/bstr.h"
 
-#include <new>
-
 namespace {
 
 // The size of the block before the units. It ends with the length and keeps the alignment of the block.
@@ -13,7 +11,7 @@ std::size_t blockSize(UINT byteLength) { return headSize + byteLength + sizeof(O
 
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length) {
     const UINT byteLength = length * static_cast<UINT>(sizeof(OLECHAR));
-    if (byteLength / sizeof(OLECHAR) != length) throw std::bad_alloc();
+    if (byteLength / sizeof(OLECHAR) != length) memory::exhausted();
     auto* block = static_cast<char*>(memory::allocate(blockSize(byteLength)));
     std::memcpy(block + headSize - sizeof byteLength, &byteLength, sizeof byteLength);
     auto* units = reinterpret_cast<BSTR>(block + headSize);

@@ -147,8 +147,9 @@ HRESULT ChangeLog::writeLine(std::string_view line) {
 
 void ChangeLog::replaceContents(const std::function<void(const WritePiece&)>& writeContents) {
     const std::string path = realPathOf(path_);
-    if (path.empty() || checkUnaltered() < 0) return;
-    replacement_ = replaceFile(path, file_, writeContents, [this] { return checkUnaltered() == S_OK; });
+    if (!path.empty() && checkUnaltered() == S_OK)
+        replacement_ = replaceFile(path, file_, writeContents, [this] { return checkUnaltered() == S_OK; });
+    if (!replacement_.isOpen()) ::fsync(file_.get());
 }
 
 } // namespace metabase

@@ -48,7 +48,7 @@ public:
     bool isChanged() const { return stage_ == Stage::changed; }
 
     /// Replaces the contents of a changed log by the pieces that `writeContents` writes (see replaceFile). If
-    /// a step fails the file stays as it is.
+    /// a step fails the file stays as it is, and its appended lines are synced to the disk.
     void replaceContents(const std::function<void(const WritePiece&)>& writeContents);
 
 private:

@@ -18,7 +18,7 @@ constexpr DISPID dispatchId = 1;
 class ChildList final : public ComObject<IEnumVARIANT> {
 public:
     ChildList(const ComPtr<LiveMetabase>& metabase, const ObjectNode& parent)
-        : metabase_(metabase), nodes_(parent.children.begin(), parent.children.end()) {}
+        : metabase_(metabase), nodes_(parent.children().begin(), parent.children().end()) {}
 
     HRESULT Next(ULONG count, VARIANT* elements, ULONG* fetched) override {
         *fetched = 0;

@@ -50,12 +50,13 @@ const ClassDefinition* ObjectTree::findClass(std::u16string_view name) const {
 }
 
 ObjectNode* ObjectTree::findChild(const ObjectNode& parent, std::u16string_view name) {
-    if (parent.children.empty()) return nullptr;
+    const ChildSet& children = parent.children();
+    if (children.empty()) return nullptr;
     // A file has its objects in the order of their names, so that the last child is wanted most often.
-    ObjectNode* last = *parent.children.rbegin();
+    ObjectNode* last = *children.rbegin();
     if (const int order = last->name.compare(name); order <= 0) return order == 0 ? last : nullptr;
-    const auto found = parent.children.find(name);
-    return found == parent.children.end() ? nullptr : *found;
+    const auto found = children.find(name);
+    return found == children.end() ? nullptr : *found;
 }
 
 ObjectNode* ObjectTree::findObject(std::u16string_view path) const {
@@ -129,7 +130,8 @@ ObjectNode& ObjectTree::addObject(ObjectNode& parent, std::u16string_view name,
     node.parent = &parent;
     node.definition = &definition;
     node.depth = parent.depth + 1;
-    parent.children.insert(parent.children.end(), &node);
+    if (!parent.childSet) parent.childSet = std::make_unique<ChildSet>();
+    parent.childSet->insert(parent.childSet->end(), &node);
     return node;
 }
 
@@ -144,9 +146,9 @@ void ObjectTree::remove(ObjectNode& node) {
         ObjectNode* removed = left.back();
         left.pop_back();
         removed->deleted = true;
-        left.insert(left.end(), removed->children.begin(), removed->children.end());
+        left.insert(left.end(), removed->children().begin(), removed->children().end());
     }
-    node.parent->children.erase(&node);
+    node.parent->childSet->erase(&node);
 }
 
 bool ObjectTree::setValue(ObjectNode& node, PropertyId property, std::string_view text) {

@@ -7,6 +7,7 @@
 #include "valueForm.h"
 
 #include <deque>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -65,17 +66,25 @@ private:
     static std::u16string_view nameOf(const ObjectNode* node);
 };
 
+using ChildSet = std::set<ObjectNode*, NameOrder>;
+
 /// An object, or the place above the topmost object, which has no class.
 struct ObjectNode {
     std::u16string name;
     ObjectNode* parent = nullptr;
     const ClassDefinition* definition = nullptr;
-    std::set<ObjectNode*, NameOrder> children;
+    /// Null for an object that never had any, as most.
+    std::unique_ptr<ChildSet> childSet;
     /// Sorted by PropertyId.
     std::vector<StoredValue> values;
     std::uint32_t depth = 0;
     /// Whether the object was removed from the tree.
     bool deleted = false;
+
+    const ChildSet& children() const {
+        static const ChildSet none;
+        return childSet ? *childSet : none;
+    }
 };
 
 inline std::u16string_view NameOrder::nameOf(const ObjectNode* node) { return node->name; }
@@ -104,7 +113,9 @@ public:
     const ObjectNode& aboveRoot() const { return aboveRoot_; }
     ObjectNode& aboveRoot() { return aboveRoot_; }
     /// The topmost object; null if there is none yet.
-    ObjectNode* root() const { return aboveRoot_.children.empty() ? nullptr : *aboveRoot_.children.begin(); }
+    ObjectNode* root() const {
+        return aboveRoot_.children().empty() ? nullptr : *aboveRoot_.children().begin();
+    }
 
     std::optional<PropertyId> findProperty(std::u16string_view name) const;
     /// Null if there is none.

@@ -71,7 +71,7 @@ void writeObject(LineWriter& out, const ObjectTree& tree, const ObjectNode& node
     formatString(out.line(), ObjectTree::pathOf(node));
     out.word(" ").name(node.definition->name).end();
     writeValues(out, tree, node);
-    for (const ObjectNode* child : node.children) writeObject(out, tree, *child);
+    for (const ObjectNode* child : node.children()) writeObject(out, tree, *child);
 }
 
 std::string changeLine(std::string_view kind, std::u16string_view path) {

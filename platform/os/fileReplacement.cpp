@@ -28,9 +28,10 @@ bool copyModeAndOwner(const Descriptor& oldFile, const Descriptor& newFile) {
            ::fchmod(newFile.get(), oldInfo.st_mode & 07777) == 0;
 }
 
-void syncFolder(const std::string& folder) {
+/// Syncs the folder of `file`; where that fails, as in a folder that can't be read, the file system.
+void syncFolder(const std::string& folder, const Descriptor& file) {
     const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (opened.isOpen()) ::fsync(opened.get());
+    if (!opened.isOpen() || ::fsync(opened.get()) != 0) ::syncfs(file.get());
 }
 
 } // namespace
@@ -57,6 +58,6 @@ Descriptor replaceFile(const std::string& path, const Descriptor& oldFile,
         ::unlink(newPath.c_str());
         return Descriptor();
     }
-    syncFolder(folder);
+    syncFolder(folder, newFile);
     return newFile;
 }

@@ -23,7 +23,7 @@ StandardStreams& standardStreams() {
 } // namespace
 
 OutStream::OutStream(int descriptor, Flush policy, OutStream* flushedFirst)
-    : descriptor_(descriptor), policy_(policy), flushedFirst_(flushedFirst), buffer_(new char[capacity]) {}
+    : descriptor_(descriptor), policy_(policy), flushedFirst_(flushedFirst) {}
 
 void OutStream::fillLarge(char c, std::size_t count) {
     for (; count > maxReserve; count -= maxReserve) fill(c, maxReserve);
@@ -31,7 +31,7 @@ void OutStream::fillLarge(char c, std::size_t count) {
 }
 
 void OutStream::flush() {
-    writeToDescriptor({buffer_.get(), used_});
+    writeToDescriptor({buffer_.data(), used_});
     used_ = 0;
 }
 

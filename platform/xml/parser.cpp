@@ -379,7 +379,7 @@ bool Parser::copyUntil(std::u16string_view terminator) {
 NodeIndex Parser::addNode(NodeKind kind, NameTable::Number name) {
     const auto node = static_cast<NodeIndex>(tree_.nodes.size());
     const auto textStart = static_cast<std::size_t>(textEnd_ - tree_.text.begin());
-    if (textStart > UINT32_MAX) throw std::bad_alloc();
+    if (textStart > UINT32_MAX) memory::exhausted();
     tree_.nodes.push(NodeRecord{kind, name, static_cast<std::uint32_t>(textStart)});
     return node;
 }

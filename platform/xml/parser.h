@@ -15,7 +15,7 @@ DocumentTree emptyTree();
 /// std::nullopt for a text that isn't accepted. Accepted are exactly the well-formed XML 1.0 documents (fifth
 /// edition) without a document type declaration; a colon in a name is a character like any other. The text is
 /// decoded already: the encoding in an XML declaration has no effect, and a byte order mark isn't accepted.
-/// More than 4 GB of text in attributes, elements and the like, as UTF-8, is std::bad_alloc.
+/// More than 4 GB of text in attributes, elements and the like, as UTF-8, ends in memory::exhausted.
 ///
 /// A run of text reaches from one tag to the next, across comments, instructions and CDATA sections; sections
 /// and references are part of it. A run of white space alone has no text nodes; every section is a node.

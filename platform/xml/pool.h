@@ -1,18 +1,18 @@
 // Pool: an array of plain records that grows at its end, for sizes of hundreds of megabytes.
 #pragma once
 
+#include "com/memory.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
-#include <new>
 #include <type_traits>
 #include <utility>
 
 namespace xml {
 
 /// Owns its records. The array grows and shrinks by realloc, in place where possible. Reserved capacity that
-/// was never written to uses no memory, so that the worst case may be reserved. Out of memory is
-/// std::bad_alloc.
+/// was never written to uses no memory, so that the worst case may be reserved.
 template <class T> class Pool {
     static_assert(std::is_trivially_copyable_v<T>);
 
@@ -45,7 +45,7 @@ public:
 private:
     void setCapacity(std::size_t capacity) {
         auto* moved = static_cast<T*>(std::realloc(records_, capacity * sizeof(T)));
-        if (moved == nullptr) throw std::bad_alloc();
+        if (moved == nullptr) memory::exhausted();
         records_ = moved;
         capacity_ = capacity;
     }

@@ -21,6 +21,14 @@ std::string metabaseWith(const std::string& objects, const std::string& values) 
     return text;
 }
 
+std::string deepestTree() {
+    std::string objects = "IIsWebDirectory";
+    std::string path;
+    for (int level = 2; level <= 256; ++level)
+        objects.append(" ").append(path.append(level > 2 ? "/d" : "d")).append(":IIsWebDirectory");
+    return objects;
+}
+
 std::string objElement(const std::string& name, const std::string& className, const std::string& children,
                        const std::string& props) {
     return "<obj name=\"" + name + "\" class=\"" + className + "\" path=\"P/" + name + "\"><props>" + props +

@@ -8,6 +8,9 @@
 /// A/B:IIsWebFile". `values` are the lines of localhost's values.
 std::string metabaseWith(const std::string& objects, const std::string& values = "");
 
+/// The objects of the deepest tree that there is: 256 levels.
+std::string deepestTree();
+
 /// An `obj` element below the topmost one.
 std::string objElement(const std::string& name, const std::string& className,
                        const std::string& children = "", const std::string& props = "");

@@ -8,7 +8,7 @@
 /// A call that is about to be made.
 struct SystemCall {
     std::string_view name;
-    /// Of a write: where, and what.
+    /// Of a write or a sync: where; of a write: what.
     int descriptor = -1;
     std::string_view bytes = {};
 };

@@ -5,6 +5,9 @@
 
 #include "com/unknown.h"
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -18,8 +21,7 @@ constexpr HRESULT VARCMP_GT{2};
 extern "C" {
 
 /// Allocates a string of `length` units, copied from `text`; if `text` is null the caller sets the units. The
-/// caller frees it with SysFreeString. Out of memory is std::bad_alloc, here and in every other automation
-/// call.
+/// caller frees it with SysFreeString.
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
 /// Frees a string, which may be null.
 void SysFreeString(BSTR text);
@@ -95,6 +97,24 @@ public:
 
 private:
     BSTR text_ = nullptr;
+};
+
+/// A BSTR in static memory, which nobody allocates, changes or frees.
+template <std::size_t size> class StaticBstr {
+public:
+    consteval explicit StaticBstr(const OLECHAR (&text)[size]) {
+        constexpr UINT byteLength{(size - 1) * sizeof(OLECHAR)};
+        const auto head = std::bit_cast<std::array<OLECHAR, headUnits>>(byteLength);
+        std::ranges::copy(text, std::ranges::copy(head, block_.begin()).out);
+    }
+    /// Lets a call borrow the string.
+    operator BSTR() const { return const_cast<BSTR>(block_.data() + headUnits); }
+
+private:
+    static constexpr std::size_t headUnits = sizeof(UINT) / sizeof(OLECHAR);
+
+    /// The length in bytes, the units and the NUL.
+    std::array<OLECHAR, headUnits + size> block_{};
 };
 
 /// Whether two texts are the same, unit by unit, with case. Most texts differ in length or in the first unit,

@@ -25,7 +25,7 @@ inline std::array<FreeBlock*, sizeClasses + 1> freeLists{};
 
 constexpr std::size_t sizeClassOf(std::size_t size) { return (size + classStep - 1) / classStep; }
 
-/// Allocates a block of at least `size` bytes; free() frees it. Out of memory is std::bad_alloc.
+/// Allocates a block of at least `size` bytes; free() frees it. Out of memory: see exhausted().
 ///
 /// A walk over a tree holds few blocks at once. A freed small block goes to the list of its size class and is
 /// the next one allocated from it, so that few blocks cost a call of the system's allocator. Small blocks
@@ -46,6 +46,15 @@ inline void free(void* block, std::size_t size) {
     if (sizeClass >= sizeClasses) return ::operator delete(block);
     freeLists[sizeClass] = new (block) FreeBlock{freeLists[sizeClass]};
 }
+
+/// Must be called where memory can't be allocated: does what operator new does, calls the new-handler, and
+/// without one throws std::bad_alloc. The program has a handler that ends the process, since an exception
+/// itself needs memory.
+[[noreturn]] void exhausted();
+
+/// Grows the stack to what the deepest tree needs, as far as the limit of its size allows. A stack that gets
+/// no memory when it must grow ends the process with a signal; here it ends in exhausted().
+void growStack();
 
 /// Makes the system's allocator keep large freed blocks for the rest of the process, where the allocator has
 /// such a setting. The bytes, the wide text and the tree of a file are allocated one after the other: each

@@ -1,16 +1,16 @@
 // Output streams: a file descriptor with a buffer.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstring>
-#include <memory>
 #include <string_view>
 
 /// An output stream. A failed write isn't reported: its text is dropped.
 class OutStream {
 public:
     /// When printed text is written to the descriptor: only when the buffer is full, or also after each
-    /// print, or after each print that ends a line.
+    /// print, or after each print that ends a line. A line that fits into the buffer is thus one write.
     enum class Flush { whenFull, eachPrint, eachLine };
 
     /// Writes to `descriptor`, which stays the caller's. Each write of this stream flushes `flushedFirst`
@@ -23,7 +23,7 @@ public:
     void write(std::string_view text) {
         if (text.empty()) return;
         if (text.size() > capacity - used_) return writeLarge(text);
-        std::memcpy(buffer_.get() + used_, text.data(), text.size());
+        std::memcpy(buffer_.data() + used_, text.data(), text.size());
         used_ += text.size();
     }
     void fill(char c, std::size_t count) {
@@ -37,7 +37,7 @@ public:
     /// that it wrote.
     char* reserve(std::size_t count) {
         if (count > capacity - used_) flush();
-        return buffer_.get() + used_;
+        return buffer_.data() + used_;
     }
     void commit(std::size_t count) { used_ += count; }
 
@@ -46,9 +46,10 @@ public:
         if (policy_ != Flush::whenFull) flushAfterPrint();
     }
     void flush();
+    void setFlush(Flush policy) { policy_ = policy; }
 
 private:
-    static constexpr std::size_t capacity = 1 << 16;
+    static constexpr std::size_t capacity = 1 << 15;
 
     void writeLarge(std::string_view text);
     void fillLarge(char c, std::size_t count);
@@ -58,7 +59,8 @@ private:
     int descriptor_;
     Flush policy_;
     OutStream* flushedFirst_;
-    std::unique_ptr<char[]> buffer_;
+    /// Part of the stream, so that the standard streams need no allocation.
+    std::array<char, capacity> buffer_;
     std::size_t used_ = 0;
 };
 
