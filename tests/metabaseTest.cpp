@@ -77,13 +77,15 @@ std::string canonical(const std::string& text, std::string& error) {
 TEST(Metabase, readsBackWhatItWritesAndRefusesAllElse) {
     const std::map<std::string, std::string> beginnings = {
         {"nothing", ""}, {"the schema", schema}, {"the tree", tree}, {"the sample", sampleMetabase()}};
-    for (const TableCase& test : Table("metabase-texts.txt", {{"text"}, {"after"}, {"error", "accepted"}})) {
+    for (const TableCase& test :
+         Table("metabase-texts.txt", {{"text"}, {"after", "written"}, {"error", "accepted"}})) {
         SCOPED_TRACE(test);
         std::string error;
         const std::string once =
             canonical(beginnings.at(test.get("after", "the tree")) + test["text"], error);
         EXPECT_EQ(error, test.get("error", ""));
         EXPECT_EQ(once.empty(), test.has("error"));
+        EXPECT_TRUE(once.ends_with(test.get("written", ""))) << once;
         EXPECT_EQ(once.empty() ? once : canonical(once, error), once) << error;
     }
     const Folder folder;

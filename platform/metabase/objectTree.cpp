@@ -151,15 +151,14 @@ void ObjectTree::remove(ObjectNode& node) {
     node.parent->childSet->erase(&node);
 }
 
-bool ObjectTree::setValue(ObjectNode& node, PropertyId property, std::string_view text) {
-    const StoredValue value{text.data(), static_cast<std::uint32_t>(text.size()), property};
+void ObjectTree::setValue(ObjectNode& node, PropertyId property, std::string_view text) {
+    const StoredValue value(property, text);
     const auto place = placeOfValue(node.values, property);
     if (place != node.values.end() && place->property == property) {
         *place = value;
-        return false;
+    } else {
+        node.values.insert(place, value);
     }
-    node.values.insert(place, value);
-    return true;
 }
 
 } // namespace metabase

@@ -45,6 +45,9 @@ struct ClassDefinition {
 };
 
 struct StoredValue {
+    StoredValue(PropertyId ofProperty, std::string_view value)
+        : text(value.data()), length(static_cast<std::uint32_t>(value.size())), property(ofProperty) {}
+
     const char* text;
     std::uint32_t length;
     PropertyId property;
@@ -144,8 +147,8 @@ public:
     void setKeyType(ObjectNode& node) const;
     /// Removes an object and all below it from the tree. The nodes stay valid, marked as deleted.
     static void remove(ObjectNode& node);
-    /// Sets a value. `text` must outlive the tree. False if it replaces a value of `node`.
-    static bool setValue(ObjectNode& node, PropertyId property, std::string_view text);
+    /// Sets a value. `text` must outlive the tree.
+    static void setValue(ObjectNode& node, PropertyId property, std::string_view text);
 
 private:
     // A property or class has the number of its name.

@@ -3,7 +3,9 @@
 #include "records.h"
 #include "valueSyntax.h"
 
+#include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace metabase {
 
@@ -16,6 +18,8 @@ public:
 
     /// Parses a line without its line end; false, with error() set, if that fails.
     bool record(std::string_view line);
+    /// Sorts the values of the object, which may come in any order. Must be called after its last one.
+    void endValues();
     /// Whether the version line is still to come.
     bool isHead() const { return !versionSeen_; }
     const std::string& error() const { return lexer_.error(); }
@@ -46,6 +50,9 @@ private:
     NameSequence propertyNames_;
     /// The object that value lines belong to; null if there is none.
     ObjectNode* current_ = nullptr;
+    bool isSorted_ = true;
+    /// For each property the last object that had a value of it.
+    std::vector<const ObjectNode*> lastNodeWith_;
     bool versionSeen_ = false;
 };
 
@@ -61,6 +68,7 @@ bool RecordReader::record(std::string_view line) {
     if (first == ' ' || first == '\t') {
         parsed = value();
     } else if (first == '+') {
+        endValues();
         current_ = nullptr;
         parsed = change();
     } else if (first == '#') {
@@ -217,6 +225,7 @@ bool RecordReader::addObject(ObjectNode*& node) {
 }
 
 bool RecordReader::objectRecord() {
+    endValues();
     // Most objects have as many values as the one before.
     const std::size_t usualCount = current_ == nullptr ? 0 : current_->values.size();
     if (!addObject(current_)) return false;
@@ -231,12 +240,23 @@ bool RecordReader::existingObject(ObjectNode*& node) {
     return node != nullptr || failPath("no object ", path);
 }
 
+void RecordReader::endValues() {
+    if (!isSorted_) std::ranges::sort(current_->values, {}, &StoredValue::property);
+    isSorted_ = true;
+}
+
 bool RecordReader::value() {
     if (current_ == nullptr) return fail("the value of " + lexer_.nextToken() + " has no object before it");
     PropertyId property = 0;
     std::string_view text;
     if (!propertyAndValue(property, text)) return false;
-    if (ObjectTree::setValue(*current_, property, text)) return true;
+    if (property >= lastNodeWith_.size()) lastNodeWith_.resize(tree_.properties().size());
+    if (std::exchange(lastNodeWith_[property], current_) != current_) {
+        std::vector<StoredValue>& values = current_->values;
+        isSorted_ = isSorted_ && (values.empty() || values.back().property < property);
+        values.emplace_back(property, text);
+        return true;
+    }
     return fail("a second value for the property " + excerpt(tree_.properties()[property].nameText));
 }
 
@@ -285,6 +305,7 @@ bool readMetabase(std::string_view text, ObjectTree& tree, MetabaseText& result,
         at = lineEnd == std::string_view::npos ? text.size() : lineEnd + 1;
         if (reader.isHead()) result.head = text.substr(0, at);
     }
+    reader.endValues();
     result.size = at;
     if (!reader.isHead()) return true;
     error = "line " + std::to_string(number + 1) + ": the file ends before its version line \"metabase 1\"";
