@@ -23,7 +23,7 @@ rm -f "$folder/errors.txt"
 # Every process of the tests adds its counts to the same files. The runtime reports a file that it can't add to.
 echo "Running the tests"
 export GCOV_ERROR_FILE="$folder/errors.txt"
-# The runtime itself crashes for lack of memory, so OutOfMemory is left out; a test of Crash reaches the same lines.
+# The runtime itself crashes for lack of memory, so OutOfMemory is left out.
 quietly ctest --preset coverage -j "$(nproc)" -E '^OutOfMemory' "$@"
 if [ -s "$folder/errors.txt" ]; then
     sort "$folder/errors.txt" | uniq -c >&2
