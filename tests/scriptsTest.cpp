@@ -147,8 +147,8 @@ TEST(Nightly, keepsThirtyBackupsWhateverTheirDates) {
 /// Names in the order of their 16-bit units: what a backup escapes, what a shell, awk or a regular expression
 /// might take for something else, and the places where other orders differ.
 std::vector<std::string> trickyNames() {
-    std::istringstream names(
-        "%s|&amp;|10|1e1|2|R&D|R<D>|\\back|a \"b\"|a=b|\xC3\xA9|\xC4\x81|\xF0\x9F\x98\x80|\xEF\xBF\xBD");
+    const std::string plain = "%s|&amp;|10|1e1|2|R&D|R<D>|\\back|a \"b\"|a=b|";
+    std::istringstream names(plain + "\xC3\xA9|\xC4\x81|\xF0\x9F\x98\x80|\xEF\xBF\xBD");
     std::vector<std::string> all;
     for (std::string name; std::getline(names, name, '|');) all.push_back(name);
     return all;
@@ -175,7 +175,8 @@ std::string trickyServer() {
 
 Outcome graft(const Folder& folder, const std::string& fresh, const std::string& old,
               const std::string& path) {
-    return runCommand(folder, {"env", "LC_ALL=C.UTF-8", SKEINKEEP_SAMPLES "/graft-object", fresh, old, path});
+    const std::string script = SKEINKEEP_SAMPLES "/graft-object";
+    return runCommand(folder, {"env", "LC_ALL=C.UTF-8", script, fresh, old, path});
 }
 
 TEST(Graft, bringsBackOneObjectAndNothingElse) {

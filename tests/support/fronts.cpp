@@ -160,8 +160,10 @@ struct MapFront final : FrontOf<IXMLDOMNamedNodeMap> {
 class EnumeratorFront final : public ComObject<IEnumVARIANT> {
 public:
     explicit EnumeratorFront(IEnumVARIANT& inner) {
-        Variant child;
-        for (ULONG fetched = 0; inner.Next(1, child.out(), &fetched) == S_OK;) {
+        for (;;) {
+            Variant child;
+            ULONG fetched = 0;
+            if (inner.Next(1, child.out(), &fetched) != S_OK) break;
             replaceByFront(&child.get());
             children_.push_back(std::move(child));
         }
