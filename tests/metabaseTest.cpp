@@ -223,6 +223,27 @@ TEST(Metabase, setsTheTextOfEachFailure) {
     }
 }
 
+TEST(Metabase, detectsEditsThatLeaveTheSize) {
+    const auto touch = [] { std::filesystem::last_write_time("metabase.txt", {}); };
+    const auto replaceWithTheSameTime = [] {
+        std::filesystem::copy("metabase.txt", "other");
+        std::filesystem::last_write_time("other", std::filesystem::last_write_time("metabase.txt"));
+        std::filesystem::rename("other", "metabase.txt");
+    };
+    for (const std::function<void()>& edit : {std::function<void()>(touch), {replaceWithTheSameTime}}) {
+        for (const bool isAfterAChange : {false, true}) {
+            Live live(tree);
+            const auto box = open(u"IIS://localhost/b/c");
+            EXPECT_TRUE(!isAfterAChange || change(*box) == S_OK);
+            edit();
+            const std::string edited = live.text();
+            EXPECT_EQ(change(*box), HRESULT_FROM_WIN32(ERROR_FILE_INVALID)) << isAfterAChange;
+            live.end();
+            EXPECT_EQ(live.text(), edited) << isAfterAChange;
+        }
+    }
+}
+
 TEST(Metabase, rewritesTheFileOfALinkWithItsMode) {
     Live live(tree);
     std::filesystem::create_directory("real");
