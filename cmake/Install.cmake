@@ -16,11 +16,12 @@ compress(cmake/changelog changelog.gz)
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/skeinkeep)
 
 # install_page FILE FOLDER: installs a page as it reads there: the samples are the folder "examples" beside the README, and
-# the README ends before what only a clone can do.
+# the README lacks what only a clone can do.
 function(install_page file folder)
   set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${file})
   file(READ ${PROJECT_SOURCE_DIR}/${file} text)
   string(REPLACE "samples" "examples" text "${text}")
+  string(REGEX REPLACE "In a clone, build it first[^\n]*\n\n[^\n]*\n\n" "" text "${text}")
   string(REGEX REPLACE "\n## Install\n.*" "" text "${text}")
   set(page ${PROJECT_BINARY_DIR}/pages/${file})
   file(WRITE ${page} "${text}")

@@ -22,7 +22,8 @@ mandoc -T html -O fragment docs/skeinKeep.1 | tr '\n' ' ' |
     awk '/^<h1/ { inside = /THE_LINES_OF_A_RESTORE|DIAGNOSTICS/ } inside && /^<dt.*"Sy"/' |
     sed 's/<i[^>]*>[^<]*<\/i>/\n/g' |
     sed 's/<[^>]*>//g; s/&lt;/</g; s/&gt;/>/g; s/&quot;/"/g; s/&#x201C;\|&#x201D;/"/g; s/&#x00A0;\|&nbsp;/ /g; s/&amp;/\&/g' |
-    tr -s ' ' | sed 's/^[: ]*\(metabase.txt[:,] \)*//; s/[: ]*$//' | grep '[a-zA-Z]\{3\}' >"$work/texts"
+    tr -s ' ' | sed 's/^\(Type mismatch\|Invalid index\): \([a-z]\)/\2/' |
+    sed 's/^[: ]*\(metabase.txt[:,] \)*//; s/[: ]*$//' | grep '[a-zA-Z]\{3\}' >"$work/texts"
 
 count=0
 missing=0

@@ -78,13 +78,13 @@ void decodeString(const StringToken& token, char16_t* out) {
     }
 }
 
-bool Lexer::name(std::u16string_view& name) {
+bool Lexer::name(std::u16string_view& name, std::string_view what) {
     if (nextIs('"')) return string(name);
     const char* const begin = at_;
-    if (begin == end_ || !byteIsIn(*begin, nameStart)) return failExpected("a name");
+    if (begin == end_ || !byteIsIn(*begin, nameStart)) return failExpected(what);
     const char* at = begin;
     while (at != end_ && byteIsIn(*at, nameMore)) ++at;
-    if (at != end_ && !byteIsIn(*at, wordEnd)) return failExpected("a name");
+    if (at != end_ && !byteIsIn(*at, wordEnd)) return failExpected(what);
     at_ = at;
     decoded_.resize(static_cast<std::size_t>(at - begin));
     widen(textSince(begin), decoded_.data());

@@ -81,7 +81,8 @@ public:
         return true;
     }
     /// Parses a name, bare or as a string. `name` is valid until the next call of name or string.
-    bool name(std::u16string_view& name);
+    /// `what` is what the error calls it.
+    bool name(std::u16string_view& name, std::string_view what);
     /// Parses a string in quotes. `text` is valid until the next call of name or string.
     bool string(std::u16string_view& text);
     /// The same without decoding it.

@@ -11,6 +11,9 @@ namespace metabase {
 
 namespace {
 
+constexpr std::string_view namePropertyText = "the name of a property";
+constexpr std::string_view nameClassText = "the name of a class";
+
 /// Parses the lines of a metabase file one after the other into a tree.
 class RecordReader {
 public:
@@ -95,9 +98,10 @@ bool RecordReader::headLine(std::string_view line) {
     if (lexer_.atEnd() || line.front() == '#') return true;
     if (line.starts_with("\xEF\xBB\xBF"))
         return fail("the file begins with a byte order mark; save it without");
-    const bool hasNul = line.find('\0') != std::string_view::npos;
-    if (hasNul || line.starts_with("\xFF\xFE") || line.starts_with("\xFE\xFF"))
+    if (line.starts_with("\xFF\xFE") || line.starts_with("\xFE\xFF"))
         return fail("the file is in UTF-16; save it in UTF-8");
+    if (line.find('\0') != std::string_view::npos)
+        return fail("the file isn't text in UTF-8; it may be in UTF-16, or compressed");
     versionSeen_ = lexer_.word() == "metabase" && lexer_.word() == "1" && lexer_.atEnd();
     return versionSeen_ || fail("expected the version line \"metabase 1\", not \"" + excerpt(line) + '"');
 }
@@ -112,7 +116,7 @@ bool RecordReader::oneOf(std::string_view yes, std::string_view no, bool& isYes)
 bool RecordReader::property() {
     PropertyDefinition definition;
     std::u16string_view read;
-    if (!lexer_.name(read)) return false;
+    if (!lexer_.name(read, namePropertyText)) return false;
     if (read.empty()) return fail("the name of a property can't be empty");
     const std::u16string name(read);
     std::string nameText;
@@ -137,9 +141,14 @@ bool RecordReader::propertyName(PropertyId& property) {
         return true;
     }
     std::u16string_view name;
-    if (!lexer_.name(name)) return false;
+    if (!lexer_.name(name, namePropertyText)) return false;
     const std::optional<PropertyId> found = tree_.findProperty(name);
-    if (!found) return failName("the property ", name, " isn't defined");
+    if (!found) {
+        const bool isObject = name == u"object";
+        return failName("the property ", name,
+                        isObject ? " isn't defined; a line that begins with a blank is a value"
+                                 : " isn't defined");
+    }
     property = *found;
     propertyNames_.came(property);
     return true;
@@ -168,7 +177,7 @@ bool RecordReader::propertyList(std::vector<PropertyId>& list) {
 bool RecordReader::classRecord() {
     ClassDefinition definition;
     std::u16string_view read;
-    if (!lexer_.name(read)) return false;
+    if (!lexer_.name(read, nameClassText)) return false;
     const std::u16string name(read);
     if (!isAddressable(name)) return failName("", name, " can't be the name of a class");
     definition.name = name;
@@ -183,7 +192,7 @@ bool RecordReader::classRecord() {
 
 bool RecordReader::className(const ClassDefinition*& definition) {
     std::u16string_view name;
-    if (!lexer_.name(name)) return false;
+    if (!lexer_.name(name, nameClassText)) return false;
     definition = tree_.findClass(name);
     return definition != nullptr || failName("the class ", name, " isn't defined");
 }
@@ -209,6 +218,7 @@ bool RecordReader::addObject(ObjectNode*& node) {
     std::u16string_view text;
     if (!lexer_.string(text)) return false;
     const std::u16string path(text);
+    if (path.ends_with(u'/')) return fail("the path " + shownString(path) + " ends in a slash");
     const ClassDefinition* definition = nullptr;
     if (!className(definition)) return false;
 
