@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <sys/auxv.h>
+#include <unistd.h>
 
 namespace {
 
@@ -17,12 +17,10 @@ std::uint64_t multiply(std::uint64_t left, std::uint64_t right) {
     return sum >= prime ? sum - prime : sum;
 }
 
-/// Random bits that the system gives each process.
-std::uint64_t randomSeed() {
-    std::uint64_t seed = 0;
-    if (const unsigned long bits = ::getauxval(AT_RANDOM); bits != 0)
-        std::memcpy(&seed, reinterpret_cast<const char*>(bits), sizeof seed);
-    return seed % prime;
+std::uint64_t randomPoint() {
+    std::uint64_t bits = 0;
+    (void)::getentropy(&bits, sizeof bits); // Lookups find the same without it.
+    return bits % prime;
 }
 
 } // namespace
@@ -35,7 +33,7 @@ bool NameTable::Same::operator()(std::u16string_view left, std::u16string_view r
 /// The value of a polynomial at a random point, modulo a prime; its coefficients are the length and the
 /// units, three at a time. Two names of n units have the same hash with a probability below n / 2^61.
 std::size_t NameTable::SeededHash::operator()(std::u16string_view name) const {
-    static const std::uint64_t point = randomSeed();
+    static const std::uint64_t point = randomPoint();
     constexpr std::size_t unitsAtATime = 3;
     std::uint64_t hash = name.size();
     while (!name.empty()) {
