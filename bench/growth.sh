@@ -95,10 +95,15 @@ make() {
     in_both "'$program' -backup -file same.xml"
 }
 
-# orders FIRST LAST: makes the backup's pieces between two patterns falling and shuffled.
-orders() {
+# reads ITEMS FIRST LAST: measures a backup, and dry runs of that backup with the pieces between two patterns in the same
+# order, falling and shuffled.
+reads() {
+    row "$1" "backup" "$program" -backup -file again.xml
     for order in falling shuffled; do
-        in_both "awk -v order=$order -v first='$1' -v last='$2' -f '$reorder' same.xml >$order.xml"
+        in_both "awk -v order=$order -v first='$2' -v last='$3' -f '$reorder' same.xml >$order.xml"
+    done
+    for order in same falling shuffled; do
+        row "$1" "dry run, $order order" "$program" -restore -n -file $order.xml
     done
 }
 
@@ -106,11 +111,7 @@ $check || echo "| items | run | time at $small | at $large | growth | instructio
 $check || echo "|---|---|---|---|---|---|---|---|"
 
 make wide-children
-orders "^      <obj " "^      </obj>"
-row children "backup" "$program" -backup -file again.xml
-for order in same falling shuffled; do
-    row children "dry run, $order order" "$program" -restore -n -file $order.xml
-done
+reads children "^      <obj " "^      </obj>"
 in_both "sed 's/IIsWebVirtualDir/IIsWebDirectory/' same.xml >replaced.xml"
 row children "replaced" "$program" -restore -file replaced.xml
 in_both "awk '/^      <obj / { out = 1 } !out; /^      <.obj>/ { out = 0 }' same.xml >none.xml"
@@ -121,11 +122,7 @@ for order in same falling shuffled; do
 done
 
 make wide-mime
-orders "<mimetype " "<mimetype "
-row "MIME entries" "backup" "$program" -backup -file again.xml
-for order in same falling shuffled; do
-    row "MIME entries" "dry run, $order order" "$program" -restore -n -file $order.xml
-done
+reads "MIME entries" "<mimetype " "<mimetype "
 
 make wide-list
 row "values" "backup" "$program" -backup -file again.xml
@@ -134,11 +131,7 @@ in_both "sed 's/>value/>other/' same.xml >other.xml"
 row "values" "restore of other values" "$program" -restore -file other.xml
 
 make wide-class
-orders "<prop name=.Property" "<prop name=.Property"
-row "properties" "backup" "$program" -backup -file again.xml
-for order in same falling shuffled; do
-    row "properties" "dry run, $order order" "$program" -restore -n -file $order.xml
-done
+reads properties "<prop name=.Property" "<prop name=.Property"
 in_both "awk -v order=shuffled -v first='^  Property' -v last='^  Property' -f '$reorder' live.txt >shuffled.txt"
 in_both "mv shuffled.txt live.txt"
 row "properties" "backup, shuffled live file" "$program" -backup -file again.xml
