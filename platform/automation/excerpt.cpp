@@ -8,8 +8,8 @@ namespace {
 constexpr std::size_t longest = 60;
 
 void appendHex(std::string& out, unsigned byte) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    out += {'\\', 'x', digits[byte >> 4 & 0xF], digits[byte & 0xF]};
+    out += "\\x";
+    formatHex(out, byte, 2);
 }
 
 void append(std::string& out, char32_t character) {

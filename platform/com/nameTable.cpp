@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::uint64_t prime = (std::uint64_t{1} << 61) - 1;
 
-/// The product modulo the prime, of factors below 2^62.
+/// The product of two factors of at most 62 bits, reduced modulo the prime to such a number.
 std::uint64_t multiply(std::uint64_t left, std::uint64_t right) {
     __extension__ using Wide = unsigned __int128;
     const Wide product = Wide{left} * right;

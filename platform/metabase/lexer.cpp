@@ -173,11 +173,6 @@ std::string shownString(std::u16string_view text) {
     return shownToken(token);
 }
 
-void formatHex(std::string& out, unsigned number, int digits) {
-    for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
-        out.push_back("0123456789ABCDEF"[number >> shift & 0xF]);
-}
-
 void formatName(std::string& out, std::u16string_view name) {
     if (!isBareName(name)) return formatString(out, name);
     for (const char16_t unit : name) out.push_back(static_cast<char>(unit));

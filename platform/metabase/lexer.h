@@ -121,7 +121,5 @@ std::string shownString(std::u16string_view text);
 void formatName(std::string& out, std::u16string_view name);
 /// Appends a string in quotes.
 void formatString(std::string& out, std::u16string_view text);
-/// Appends the low `digits` hexadecimal digits of a number.
-void formatHex(std::string& out, unsigned number, int digits);
 
 } // namespace metabase

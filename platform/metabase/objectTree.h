@@ -76,7 +76,7 @@ struct ObjectNode {
     std::u16string name;
     ObjectNode* parent = nullptr;
     const ClassDefinition* definition = nullptr;
-    /// Null for an object that never had any, as most.
+    /// Null for an object that never had children, as most objects.
     std::unique_ptr<ChildSet> childSet;
     /// Sorted by PropertyId.
     std::vector<StoredValue> values;

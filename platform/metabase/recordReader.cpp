@@ -11,8 +11,8 @@ namespace metabase {
 
 namespace {
 
-constexpr std::string_view namePropertyText = "the name of a property";
-constexpr std::string_view nameClassText = "the name of a class";
+constexpr std::string_view propertyNameTerm = "the name of a property";
+constexpr std::string_view classNameTerm = "the name of a class";
 
 /// Parses the lines of a metabase file one after the other into a tree.
 class RecordReader {
@@ -116,7 +116,7 @@ bool RecordReader::oneOf(std::string_view yes, std::string_view no, bool& isYes)
 bool RecordReader::property() {
     PropertyDefinition definition;
     std::u16string_view read;
-    if (!lexer_.name(read, namePropertyText)) return false;
+    if (!lexer_.name(read, propertyNameTerm)) return false;
     if (read.empty()) return fail("the name of a property can't be empty");
     const std::u16string name(read);
     std::string nameText;
@@ -141,7 +141,7 @@ bool RecordReader::propertyName(PropertyId& property) {
         return true;
     }
     std::u16string_view name;
-    if (!lexer_.name(name, namePropertyText)) return false;
+    if (!lexer_.name(name, propertyNameTerm)) return false;
     const std::optional<PropertyId> found = tree_.findProperty(name);
     if (!found) {
         const bool isObject = name == u"object";
@@ -177,7 +177,7 @@ bool RecordReader::propertyList(std::vector<PropertyId>& list) {
 bool RecordReader::classRecord() {
     ClassDefinition definition;
     std::u16string_view read;
-    if (!lexer_.name(read, nameClassText)) return false;
+    if (!lexer_.name(read, classNameTerm)) return false;
     const std::u16string name(read);
     if (!isAddressable(name)) return failName("", name, " can't be the name of a class");
     definition.name = name;
@@ -192,7 +192,7 @@ bool RecordReader::classRecord() {
 
 bool RecordReader::className(const ClassDefinition*& definition) {
     std::u16string_view name;
-    if (!lexer_.name(name, nameClassText)) return false;
+    if (!lexer_.name(name, classNameTerm)) return false;
     definition = tree_.findClass(name);
     return definition != nullptr || failName("the class ", name, " isn't defined");
 }

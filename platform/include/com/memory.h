@@ -52,8 +52,8 @@ inline void free(void* block, std::size_t size) {
 /// itself needs memory.
 [[noreturn]] void exhausted();
 
-/// Grows the stack to what the deepest tree needs, as far as the limit of its size allows. A stack that gets
-/// no memory when it must grow ends the process with a signal; here it ends in exhausted().
+/// Grows the stack to what the deepest tree needs, unless the limit of its size is too low. Later the system
+/// would end a process whose stack can't grow with a signal; here a lack of memory ends in exhausted().
 void growStack();
 
 /// Makes the system's allocator keep large freed blocks for the rest of the process, where the allocator has

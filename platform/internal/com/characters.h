@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <string>
 #include <string_view>
 
 /// Writes each byte of `bytes` as the 16-bit unit of the same value to `out`, which must be large enough for
@@ -19,6 +20,12 @@ constexpr unsigned hexDigitValue(char16_t unit) {
     if (unit >= u'0' && unit <= u'9') return unit - u'0';
     const unsigned lower = unit | 0x20u;
     return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : noHexDigit;
+}
+
+/// Appends the low `digits` hexadecimal digits of a number, in capitals.
+inline void formatHex(std::string& out, unsigned number, int digits) {
+    for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
+        out.push_back("0123456789ABCDEF"[number >> shift & 0xF]);
 }
 
 /// Whether a character is a control character of ASCII or of its extension to 0x9F.
