@@ -35,13 +35,12 @@ bool isAddressable(std::u16string_view name) {
 }
 
 std::optional<PropertyId> ObjectTree::findProperty(std::u16string_view name) const {
-    PropertyId id = askedFor_.expected();
-    if (id >= properties_.size() || !equal(properties_[id].name, name)) {
-        id = propertyNames_.find(name);
-        if (id == NameTable::none) return std::nullopt;
-    }
-    askedFor_.came(id);
-    return id;
+    const auto isNext = [&](PropertyId id) { return equal(properties_[id].name, name); };
+    if (const PropertyId expected = askedFor_.find(isNext); expected != NameTable::none) return expected;
+    const PropertyId found = propertyNames_.find(name);
+    if (found == NameTable::none) return std::nullopt;
+    askedFor_.came(found);
+    return found;
 }
 
 const ClassDefinition* ObjectTree::findClass(std::u16string_view name) const {

@@ -134,12 +134,9 @@ bool RecordReader::property() {
 }
 
 bool RecordReader::propertyName(PropertyId& property) {
-    const auto& properties = tree_.properties();
-    property = propertyNames_.expected();
-    if (property < properties.size() && lexer_.optionalName(properties[property].nameText)) {
-        propertyNames_.came(property);
-        return true;
-    }
+    property = propertyNames_.find(
+        [this](PropertyId next) { return lexer_.optionalName(tree_.properties()[next].nameText); });
+    if (property != NameTable::none) return true;
     std::u16string_view name;
     if (!lexer_.name(name, propertyNameTerm)) return false;
     const std::optional<PropertyId> found = tree_.findProperty(name);

@@ -6,7 +6,6 @@
 #include "xmlDeclaration.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -64,6 +63,7 @@ private:
     bool reference();
     bool characterReference();
     NameTable::Number name(NameSequence& sequence);
+    [[gnu::noinline]] NameTable::Number unexpectedName(NameSequence& sequence, const char16_t* start);
 
     template <UnitClass plain> char16_t copy(char lineEnd);
     bool copyUntil(std::u16string_view terminator);
@@ -115,10 +115,11 @@ bool Parser::accept(char16_t unit) {
 }
 
 bool Parser::accept(std::u16string_view markup) {
-    if (rest().size() < markup.size() ||
-        std::memcmp(at_, markup.data(), markup.size() * sizeof(char16_t)) != 0)
-        return false;
-    at_ += markup.size();
+    const char16_t* at = at_;
+    for (const char16_t unit : markup) {
+        if (*at++ != unit) return false;
+    }
+    at_ = at;
     return true;
 }
 
@@ -326,16 +327,19 @@ bool Parser::characterReference() {
 }
 
 NameTable::Number Parser::name(NameSequence& sequence) {
-    const NameTable::Number expected = sequence.expected();
     const char16_t* const start = at_;
-    NameTable::Number number = NameTable::none;
-    if (tree_.names.contains(expected) && accept(tree_.names[expected]) && restOfNameEnd(at_) == at_) {
-        number = expected;
-    } else {
-        at_ = nameEnd(start);
-        if (at_ == start) return NameTable::none;
-        number = tree_.names.add({start, static_cast<std::size_t>(at_ - start)});
-    }
+    const NameTable::Number expected = sequence.find([&](NameTable::Number number) {
+        at_ = start;
+        return accept(tree_.names[number]) && restOfNameEnd(at_) == at_;
+    });
+    return expected != NameTable::none ? expected : unexpectedName(sequence, start);
+}
+
+/// Parses a name that the sequence doesn't expect. Not inlined, so that name() stays small.
+NameTable::Number Parser::unexpectedName(NameSequence& sequence, const char16_t* start) {
+    at_ = nameEnd(start);
+    if (at_ == start) return NameTable::none;
+    const NameTable::Number number = tree_.names.add({start, static_cast<std::size_t>(at_ - start)});
     sequence.came(number);
     return number;
 }

@@ -31,7 +31,7 @@ public:
     const T& operator[](std::size_t index) const { return records_[index]; }
 
     void push(T record) {
-        if (size_ == capacity_) setCapacity(std::max<std::size_t>(2 * capacity_, 16));
+        if (size_ == capacity_) grow();
         records_[size_++] = record;
     }
     /// Sets the end of the array: fewer records, or more, which the caller wrote into reserved capacity.
@@ -43,6 +43,8 @@ public:
     void fit() { setCapacity(std::max<std::size_t>(size_, 1)); }
 
 private:
+    // Not inlined: push() is small without it.
+    [[gnu::noinline]] void grow() { setCapacity(std::max<std::size_t>(2 * capacity_, 16)); }
     void setCapacity(std::size_t capacity) {
         auto* moved = static_cast<T*>(std::realloc(records_, capacity * sizeof(T)));
         if (moved == nullptr) memory::exhausted();

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 /// Numbers count from 0 in the order in which the names were added.
@@ -17,7 +18,6 @@ public:
     Number add(std::u16string_view name);
     /// The number of a name; none if the table lacks it.
     Number find(std::u16string_view name) const;
-    bool contains(Number number) const { return number < names_.size(); }
     std::u16string_view operator[](Number number) const { return names_[number]; }
 
 private:
@@ -37,23 +37,38 @@ private:
     std::vector<std::u16string_view> names_;
 };
 
-/// Expects the names of a sequence in the order in which they came before: after each one, the one that
-/// followed it last. Attributes and properties come in much the same order again and again, and to compare
-/// the expected name costs a fraction of a lookup.
+/// Expects the names of a sequence in the order in which they came before: after each one, one of the two
+/// that followed it last. Attributes and properties come in much the same order again and again, and to
+/// compare an expected name costs a fraction of a lookup.
 class NameSequence {
 public:
-    /// The number of the name that is expected next; one of no meaning at first.
-    NameTable::Number expected() const { return last_ < followers_.size() ? followers_[last_] : 0; }
-    /// Notes the name that came.
+    /// Returns the expected name that `isNext(name)` is true for, and notes that it came; none if there is
+    /// no such name.
+    template <class IsNext> NameTable::Number find(IsNext isNext) {
+        if (last_ >= followers_.size()) return NameTable::none;
+        auto& [first, second] = followers_[last_];
+        if (first == NameTable::none || !isNext(first)) {
+            if (second == NameTable::none || !isNext(second)) return NameTable::none;
+            std::swap(first, second);
+        }
+        return last_ = first;
+    }
+    /// Notes that a name came which find didn't return.
     void came(NameTable::Number number) {
         if (last_ >= followers_.size()) followers_.resize(last_ + 1);
-        followers_[last_] = number;
+        Followers& followers = followers_[last_];
+        followers = {number, followers.first};
         last_ = number;
     }
     /// Continues as after a name that came in another sequence.
     void continueAfter(NameTable::Number number) { last_ = number; }
 
 private:
-    std::vector<NameTable::Number> followers_;
+    struct Followers {
+        NameTable::Number first = NameTable::none;
+        NameTable::Number second = NameTable::none;
+    };
+
+    std::vector<Followers> followers_;
     NameTable::Number last_ = 0;
 };
