@@ -107,7 +107,7 @@ bool Lexer::stringToken(StringToken& token) {
     token.units = 0;
     for (;;) {
         const char* const start = at_;
-        while (at_ != end_ && byteIsIn(*at_, plain)) ++at_;
+        skip(plain);
         token.units += static_cast<std::size_t>(at_ - start);
         if (at_ == end_) return failUnclosed(token.begin - 1);
         if (*at_ == '"') break;

@@ -103,8 +103,12 @@ private:
     [[gnu::cold]] bool failSymbol(char expected);
     [[gnu::cold]] bool failCharacter(const char* at);
     [[gnu::cold]] bool failUnclosed(const char* quote);
-    void skipBlanks() {
-        while (at_ != end_ && byteIsIn(*at_, blank)) ++at_;
+    void skipBlanks() { skip(blank); }
+    /// Moves to the next byte that is in none of the classes.
+    void skip(unsigned classes) {
+        const char* at = at_;
+        while (at != end_ && byteIsIn(*at, classes)) ++at;
+        at_ = at;
     }
 
     const char* at_ = nullptr;
