@@ -43,15 +43,16 @@ Status printArray(OutStream& stream, const VARIANT& value) {
     return S_OK;
 }
 
-/// Decodes the character at `at`, which is below `end`, and moves `at` past it. Returns U+FFFD for units that
-/// no document can hold.
-char32_t decodeCharacter(const OLECHAR*& at, const OLECHAR* end) {
+/// Decodes the character at `at`, after which there is at least a NUL, and moves `at` past it. Returns U+FFFD
+/// for units that no document can hold.
+char32_t decodeCharacter(const OLECHAR*& at) {
     const OLECHAR unit = *at++;
-    if (isHighHalf(unit) && at != end && isLowHalf(*at)) return characterOf(unit, *at++);
+    if (isHighHalf(unit) && isLowHalf(*at)) return characterOf(unit, *at++);
     return isHighHalf(unit) || isLowHalf(unit) || unit >= 0xFFFE ? char32_t{0xFFFD} : unit;
 }
 
-/// The units that are printed as they are: those below 256 without NUL and the special ones.
+/// The units that are printed as they are: those below 256 without NUL and the special ones. Each text ends
+/// with a NUL, so that a search for a unit that isn't plain needs no other end.
 class PlainUnits {
 public:
     constexpr explicit PlainUnits(std::string_view special) {
@@ -68,18 +69,28 @@ private:
 constexpr PlainUnits plainInText("&<>");
 constexpr PlainUnits plainInAttribute("&<\"");
 
-/// Prints the plain units from `at` up to the first other one. Returns the place of that one, or `end`.
-const OLECHAR* printPlainUnits(OutStream& stream, const OLECHAR* at, const OLECHAR* end) {
-    while (at != end && plainInText.contains(*at)) {
-        const std::size_t limit = std::min(static_cast<std::size_t>(end - at), OutStream::maxReserve);
-        char* out = stream.reserve(limit);
-        std::size_t count = 0;
-        for (; count < limit && plainInText.contains(at[count]); ++count)
+/// Prints the units from `at` up to the first one that isn't plain, and moves `at` to it.
+void printPlainUnits(OutStream& stream, const OLECHAR*& at, const PlainUnits& plain) {
+    std::size_t count = 0;
+    do {
+        char* out = stream.reserve(OutStream::maxReserve);
+        for (count = 0; count < OutStream::maxReserve && plain.contains(at[count]); ++count)
             out[count] = static_cast<char>(at[count]);
         stream.commit(count);
         at += count;
+    } while (count == OutStream::maxReserve);
+}
+
+/// Prints the character at `at` as a reference, a NUL as a blank, and moves `at` past it.
+void printReference(OutStream& stream, const OLECHAR*& at) {
+    switch (const char32_t character = decodeCharacter(at); character) {
+    case u'&': outPrintf(stream, "&amp;"); break;
+    case u'<': outPrintf(stream, "&lt;"); break;
+    case u'>': outPrintf(stream, "&gt;"); break;
+    case u'"': outPrintf(stream, "&quot;"); break;
+    case u'\0': outPrintf(stream, " "); break;
+    default: outPrintf(stream, "&#%d;", static_cast<std::int32_t>(character)); break;
     }
-    return at;
 }
 
 } // namespace
@@ -146,46 +157,23 @@ Status printVariant(OutStream& stream, const VARIANT& value) {
 }
 
 Status printXmlEscaped(OutStream& stream, BSTR text) {
+    if (text == nullptr) return S_OK;
     const OLECHAR* at = text;
-    const OLECHAR* end = at + SysStringLen(text);
-    while ((at = printPlainUnits(stream, at, end)) != end) {
-        switch (const char32_t character = decodeCharacter(at, end); character) {
-        case u'&': outPrintf(stream, "&amp;"); break;
-        case u'<': outPrintf(stream, "&lt;"); break;
-        case u'>': outPrintf(stream, "&gt;"); break;
-        case u'\0': outPrintf(stream, " "); break;
-        default: outPrintf(stream, "&#%d;", static_cast<std::int32_t>(character)); break;
-        }
+    const OLECHAR* const end = at + SysStringLen(text);
+    for (;;) {
+        printPlainUnits(stream, at, plainInText);
+        if (at == end) return S_OK;
+        printReference(stream, at);
     }
-    return S_OK;
 }
 
-XmlAttributeText::XmlAttributeText(const OLECHAR* text) {
-    if (text == nullptr) return;
-    const OLECHAR* at = text;
-    while (plainInAttribute.contains(*at)) ++at;
-    text_ = {text, static_cast<std::size_t>(at - text)};
-    if (*at != u'\0') escape(at);
-}
-
-/// Builds the text with references. All units before `at` are plain.
-void XmlAttributeText::escape(const OLECHAR* at) {
-    const OLECHAR* end = at + std::u16string_view(at).size();
-    escaped_ = text_;
-    while (at != end) {
-        const OLECHAR* plain = at;
-        while (plainInAttribute.contains(*at)) ++at;
-        escaped_.append(plain, at);
-        if (at == end) break;
-        switch (const char32_t character = decodeCharacter(at, end); character) {
-        case u'&': escaped_ += u"&amp;"; break;
-        case u'<': escaped_ += u"&lt;"; break;
-        case u'"': escaped_ += u"&quot;"; break;
-        default: {
-            const std::string digits = std::to_string(static_cast<std::uint32_t>(character));
-            escaped_.append(u"&#").append(digits.begin(), digits.end()).push_back(u';');
-        }
-        }
+void XmlAttributeText::print(OutStream& stream) const {
+    if (text_ == nullptr) return;
+    const OLECHAR* at = text_;
+    for (;;) {
+        printPlainUnits(stream, at, plainInAttribute);
+        if (*at == u'\0') return;
+        printReference(stream, at);
     }
 }
 

@@ -28,19 +28,14 @@ Status printVariant(OutStream& stream, const VARIANT& value);
 Status printXmlEscaped(OutStream& stream, BSTR text);
 
 /// A text as the value of an attribute, for %S: with references for `&`, `<`, `"` and the characters from
-/// U+0100 up. Borrows the text, which ends at its first NUL; null is the empty text.
+/// U+0100 up, as in printXmlEscaped. Borrows the text, which ends at its first NUL; null is the empty text.
 class XmlAttributeText {
 public:
-    explicit XmlAttributeText(const OLECHAR* text);
-    operator std::u16string_view() const { return escaped_.empty() ? text_ : escaped_; }
+    explicit XmlAttributeText(const OLECHAR* text) : text_(text) {}
+    void print(OutStream& stream) const;
 
 private:
-    void escape(const OLECHAR* at);
-
-    /// The text up to the first unit that needs a reference; the whole text if there is none.
-    std::u16string_view text_;
-    /// The whole text with references; empty if it needs none.
-    std::u16string escaped_;
+    const OLECHAR* text_;
 };
 
 /// Converts narrow text to a wide string through the thread's ANSI code page. Returns 0, or E_UNEXPECTED if

@@ -47,17 +47,11 @@ void printWide(OutStream& stream, const Piece& piece, const char16_t* text) {
         piece.precision == none ? std::u16string_view::npos : static_cast<std::size_t>(piece.precision);
     std::size_t length = 0;
     while (text != nullptr && length < limit && text[length] != u'\0') ++length;
-    printWide(stream, piece, {text, length});
-}
-
-void printWide(OutStream& stream, const Piece& piece, std::u16string_view text) {
-    if (piece.precision != none) text = text.substr(0, static_cast<std::size_t>(piece.precision));
-    pad(stream, piece, text.size());
-    while (!text.empty()) {
-        const std::size_t count = std::min(text.size(), OutStream::maxReserve);
-        std::transform(text.data(), text.data() + count, stream.reserve(count), narrowed);
+    pad(stream, piece, length);
+    for (std::size_t count = 0; length != 0; length -= count, text += count) {
+        count = std::min(length, OutStream::maxReserve);
+        std::transform(text, text + count, stream.reserve(count), narrowed);
         stream.commit(count);
-        text.remove_prefix(count);
     }
 }
 

@@ -27,9 +27,12 @@ struct Piece {
 template <class T>
 concept NarrowText = std::convertible_to<T, std::string_view>;
 template <class T>
-concept WidePointer = std::convertible_to<T, const char16_t*>;
+concept WideText = std::convertible_to<T, const char16_t*>;
+/// A text that prints itself.
 template <class T>
-concept WideText = WidePointer<T> || std::convertible_to<T, std::u16string_view>;
+concept SelfPrinting = requires(const T& text, OutStream& stream) {
+    text.print(stream);
+};
 
 template <class T> constexpr bool accepts(char conversion) {
     switch (conversion) {
@@ -38,7 +41,7 @@ template <class T> constexpr bool accepts(char conversion) {
     case 'X': return std::integral<T> && !std::same_as<T, bool> && sizeof(T) <= sizeof(int);
     case 'f': return std::floating_point<T>;
     case 's': return NarrowText<T>;
-    case 'S': return WideText<T>;
+    case 'S': return WideText<T> || SelfPrinting<T>;
     default: return false;
     }
 }
@@ -47,7 +50,6 @@ void printSigned(OutStream& stream, const Piece& piece, std::int64_t value);
 void printHex(OutStream& stream, const Piece& piece, std::uint32_t value);
 void printFloat(OutStream& stream, const Piece& piece, double value);
 void printWide(OutStream& stream, const Piece& piece, const char16_t* text);
-void printWide(OutStream& stream, const Piece& piece, std::u16string_view text);
 
 /// Prints the blanks before a text of `length` bytes.
 inline void pad(OutStream& stream, const Piece& piece, std::size_t length) {
@@ -71,10 +73,10 @@ template <class T> void printArgument(OutStream& stream, const Piece& piece, con
         }
     } else if constexpr (std::floating_point<T>) {
         printFloat(stream, piece, argument);
-    } else if constexpr (WidePointer<T>) {
-        printWide(stream, piece, static_cast<const char16_t*>(argument));
+    } else if constexpr (SelfPrinting<T>) {
+        argument.print(stream);
     } else if constexpr (WideText<T>) {
-        printWide(stream, piece, static_cast<std::u16string_view>(argument));
+        printWide(stream, piece, static_cast<const char16_t*>(argument));
     } else {
         printNarrow(stream, piece, argument);
     }
@@ -150,9 +152,10 @@ constexpr char narrowed(char16_t unit) { return unit < 0x100 ? static_cast<char>
 template <class... Args> using Format = printing::Format<std::type_identity_t<Args>...>;
 
 /// Prints to a stream. Conversions: %d (signed), %X (32 bits, capitals), %f, %s, and %S for a wide string,
-/// which is narrowed unit by unit. A pointer to units prints up to the first NUL, and nothing if it is null.
-/// Each conversion may have a width (blanks to its left; `*` takes it from the arguments), and %s and %S a
-/// precision, the most units that are printed. "%1.1S" thus prints one unit, and a blank for NUL.
+/// which is narrowed unit by unit up to its first NUL; null prints nothing. Each conversion may have a width
+/// (blanks to its left; `*` takes it from the arguments), and %s and %S a precision, the most units that are
+/// printed. "%1.1S" thus prints one unit, and a blank for NUL. %S also prints an object that has a function
+/// print(stream), without width and precision.
 template <class... Args>
 void printTo(OutStream& stream, const Format<Args...>& format, const Args&... arguments) {
     std::size_t index = 0;
