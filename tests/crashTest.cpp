@@ -13,7 +13,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
-#include <span>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -39,16 +38,19 @@ struct Server : Folder {
         write("f", file);
     }
     /// The metabase file after a restore that can't rewrite it, and so leaves a line for each change.
-    std::string metabaseWithChangeLines() const {
+    std::string metabaseWithChangeLines(std::string* out = nullptr) const {
         std::filesystem::create_directory(path(".metabase.txt.rewrite"));
-        EXPECT_EQ(runHere(*this, restoring).exitCode, 0);
+        const Outcome run = runHere(*this, restoring);
+        EXPECT_EQ(run.exitCode, 0) << run;
+        if (out != nullptr) *out = run.out;
         return read("metabase.txt");
     }
 };
 
 /// The restore that nothing interferes with.
 struct Undisturbed {
-    std::string metabaseText = Server().metabaseWithChangeLines();
+    std::string out;
+    std::string metabaseText = Server().metabaseWithChangeLines(&out);
     /// The server's states before the first change and after each.
     std::vector<std::string> states;
 
@@ -72,35 +74,19 @@ void expectCompletable(const Server& server) {
     EXPECT_EQ(stateOf(server), states.back());
 }
 
-/// The beginnings of the lines that are printed for the changes of the restore, in the order of the changes.
-constexpr const char* announcements[] = {
-    "Setting IIS://localhost:Title ",
-    "Setting IIS://localhost:Ports ",
-    "Setting IIS://localhost:MimeMap ",
-    "Setting IIS://localhost:IPSecurity ",
-    "CREATE OBJECT: IIS://localhost/N ",
-    "CREATE OBJECT: IIS://localhost/N/F ",
-    "DELETE OBJECT: IIS://localhost/R ",
-    "CREATE OBJECT: R ",
-    "Setting IIS://localhost/R:Title ",
-    // Its two children are deleted before it.
-    "DELETE OBJECT: IIS://localhost/D ",
-    "DELETE OBJECT: IIS://localhost/D ",
-    "DELETE OBJECT: IIS://localhost/D ",
-    "DELETE OBJECT: IIS://localhost/G ",
-    "DELETE OBJECT: IIS://localhost/V ",
-};
+/// The number of the line that a restore prints for each of its changes, after 0 for none: four properties
+/// and two objects; the replaced object R and its property; then D with two children, G and V are deleted.
+constexpr std::ptrdiff_t linesOfChanges[] = {0, 2, 3, 4, 5, 9, 10, 12, 13, 15, 23, 23, 23, 24, 26};
 
 /// Expects the whole line of each committed change in what a restore has printed.
 void expectLinesOfChanges(const Server& server, const std::string& out) {
-    const std::string& allLines = undisturbed().metabaseText;
-    ASSERT_EQ(std::ssize(announcements),
-              std::count(allLines.begin() + std::ssize(metabase), allLines.end(), '\n'));
+    ASSERT_EQ(std::size(linesOfChanges), undisturbed().states.size());
     const std::string left = server.read("metabase.txt");
-    const std::string& lines = left.starts_with(metabase) ? left : allLines;
-    const auto changes = std::count(lines.begin() + std::ssize(metabase), lines.end(), '\n');
-    for (const char* line : std::span(announcements).first(static_cast<std::size_t>(changes)))
-        EXPECT_NE(out.find('\n', out.find(line)), std::string::npos) << line << "\n" << out;
+    const auto changes = left.starts_with(metabase)
+                             ? std::count(left.begin() + std::ssize(metabase), left.end(), '\n')
+                             : std::ssize(linesOfChanges) - 1;
+    EXPECT_GE(std::ranges::count(out, '\n'), linesOfChanges[changes]) << out;
+    EXPECT_TRUE(undisturbed().out.starts_with(out)) << out;
 }
 
 /// Writes the first half of what a write is to write, as a full disk or a kill does.
@@ -108,20 +94,35 @@ void writeHalf(const SystemCall& call) {
     if (call.name == "write") (void)::write(call.descriptor, call.bytes.data(), call.bytes.size() / 2);
 }
 
-/// Runs a restore that `end` may end at the call of a number. Returns the call's name, which is empty if
-/// there are not so many calls, and what the run left.
-std::pair<std::string, Outcome> endAt(const Server& server, int number, const SystemCallAction& end) {
-    const Outcome run = runChild(server, [&] {
-        const SystemCallStop stop(number, [&](const SystemCall& call) {
-            server.write("reached", std::string(call.name));
-            return end(call);
-        });
-        const int exitCode = runOnStreams(restoring);
-        flushAllStreams();
-        return exitCode;
+using Runner = Outcome (*)(const Folder&, const std::function<int()>&);
+
+/// Restores `f` in a folder, with `act` before the call of a number and, if `lasting`, before all later ones.
+Outcome restoreWith(const Folder& folder, int number, const SystemCallAction& act, bool lasting = false,
+                    Runner run = runHere) {
+    return run(folder, [&] {
+        const SystemCallStop stop(number, act, lasting);
+        return runOnStreams(restoring);
     });
-    const std::string reached = server.read("reached");
-    return {reached == Folder::noFile ? "" : reached, run};
+}
+
+/// Restores new servers, with `act` (of the server and the call) before the first call, then before the
+/// second one, and so on. Has what each left checked, with the call's name and the first byte of a write.
+/// Returns the number of calls.
+template <class NewServer, class Act, class Check>
+int atEachCall(Act act, Check check, bool lasting = false, Runner run = runHere) {
+    for (int number = 1;; ++number) {
+        const NewServer server;
+        const SystemCallAction actHere = [&](const SystemCall& call) -> int {
+            if (server.read("reached") == Folder::noFile)
+                server.write("reached", std::string(call.name) + std::string(call.bytes.substr(0, 1)));
+            return act(server, call);
+        };
+        const Outcome left = restoreWith(server, number, actHere, lasting, run);
+        const std::string reached = server.read("reached");
+        if (reached == Folder::noFile) return number - 1;
+        SCOPED_TRACE(reached + ", call " + std::to_string(number));
+        check(server, left, reached);
+    }
 }
 
 TEST(Crash, leavesTheChangesThatWereMadeWhereverItHappens) {
@@ -141,19 +142,16 @@ TEST(Crash, leavesTheChangesThatWereMadeWhereverItHappens) {
          }},
         {"out of memory before", 2, 50, [](const auto&) -> int { endOutOfMemory(); }}};
     for (const Ending& ending : endings) {
+        SCOPED_TRACE(ending.name);
         int ended = 0;
-        for (int number = 1;; ++number) {
-            const Server server;
-            const auto [call, run] = endAt(server, number, ending.end);
-            if (call.empty()) break;
-            SCOPED_TRACE(ending.name + (" " + call) + ", call " + std::to_string(number));
-            if (run.exitCode != 0) {
-                EXPECT_EQ(run.exitCode, ending.exitCode);
-                ++ended;
-            }
+        const auto check = [&](const Server& server, const Outcome& run, const std::string&) {
+            EXPECT_TRUE(run.exitCode == 0 || run.exitCode == ending.exitCode) << run.exitCode;
+            ended += run.exitCode != 0 ? 1 : 0;
             expectLinesOfChanges(server, run.out);
             expectCompletable(server);
-        }
+        };
+        atEachCall<Server>([&](const auto&, const auto& call) { return ending.end(call); }, check, false,
+                           runChild);
         std::cout << ending.name << " " << ended << " calls" << std::endl;
         EXPECT_GT(ended, ending.fewest);
     }
@@ -168,79 +166,52 @@ TEST(Crash, canTearTheLastLineAnywhere) {
     }
 }
 
-/// The error that every call fails with, and what a change that can't be written is reported with.
-class SystemFailure : public testing::TestWithParam<std::pair<int, const char*>> {};
-
-TEST_P(SystemFailure, endsTheRunAtTheChangeThatCannotBeMade) {
+TEST(Restore, endsAtTheChangeThatTheSystemCannotMake) {
+    const std::pair<int, const char*> errors[] = {
+        {ENOSPC, "Error 0x80070070 (metabase.txt: can't be written: No space left on device)"},
+        {EROFS, "Error 0x80070005 (metabase.txt: can't be written: Read-only file system)"},
+        {EIO, "Error 0x8007001D (metabase.txt: can't be written: Input/output error)"}};
     int failures = 0;
-    for (const bool lasting : {false, true}) {
-        for (int number = 1;; ++number) {
-            const Server server;
-            std::string reached;
-            const Outcome run = [&] {
-                const SystemCallStop stop(
-                    number,
-                    [&](const SystemCall& call) {
-                        if (reached.empty())
-                            reached = std::string(call.name) + std::string(call.bytes.substr(0, 1));
-                        writeHalf(call);
-                        return GetParam().first;
-                    },
-                    lasting);
-                return runHere(server, restoring);
-            }();
-            if (reached.empty()) break;
-            SCOPED_TRACE(reached + ", call " + std::to_string(number));
-            ++failures;
-            const bool isComplete = stateOf(server) == undisturbed().states.back();
-            EXPECT_TRUE(run.exitCode == 2 || (run.exitCode == 0 && isComplete)) << run;
-            // A file for the replacement is removed, unless the system goes on failing.
-            const std::string left = server.read(".metabase.txt.rewrite");
-            EXPECT_EQ(lasting ? Folder::noFile : left, Folder::noFile);
-            if (reached == "write+" && !lasting) {
-                EXPECT_EQ(run.exitCode, 2);
-                EXPECT_NE(run.out.find(GetParam().second), std::string::npos) << run;
-                EXPECT_TRUE(server.read("metabase.txt").ends_with('\n'));
-            }
-            expectCompletable(server);
+    for (const auto& [error, message] : errors) {
+        for (const bool lasting : {false, true}) {
+            SCOPED_TRACE(message);
+            const auto fail = [error = error](const Server&, const SystemCall& call) {
+                writeHalf(call);
+                return error;
+            };
+            const auto check = [&, message = message](const Server& server, const Outcome& run,
+                                                      const std::string& reached) {
+                const bool isComplete = stateOf(server) == undisturbed().states.back();
+                EXPECT_TRUE(run.exitCode == 2 || (run.exitCode == 0 && isComplete)) << run;
+                // A file for the replacement is removed, unless the system continues to fail.
+                EXPECT_TRUE(lasting || server.read(".metabase.txt.rewrite") == Folder::noFile);
+                if (reached == "write+" && !lasting) {
+                    EXPECT_EQ(run.exitCode, 2);
+                    EXPECT_NE(run.out.find(message), std::string::npos) << run;
+                    EXPECT_TRUE(server.read("metabase.txt").ends_with('\n'));
+                }
+                expectCompletable(server);
+            };
+            failures += atEachCall<Server>(fail, check, lasting);
         }
     }
     std::cout << failures << " calls of the operating system failed" << std::endl;
-    EXPECT_GT(failures, 100);
+    EXPECT_GT(failures, 300);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    , SystemFailure,
-    testing::Values(
-        std::pair(ENOSPC, "Error 0x80070070 (metabase.txt: can't be written: No space left on device)"),
-        std::pair(EROFS, "Error 0x80070005 (metabase.txt: can't be written: Read-only file system)"),
-        std::pair(EIO, "Error 0x8007001D (metabase.txt: can't be written: Input/output error)")),
-    [](const auto& test) { return strerrorname_np(test.param.first); });
-
-/// The limit of a file's size, for as long as this lives.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        ::getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{bytes, before_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &before_); }
-
-private:
-    rlimit before_{};
-};
 
 TEST(Restore, keepsToALimitOfTheFilesSize) {
     for (std::size_t limit = metabase.size(); limit < undisturbed().metabaseText.size(); limit += 5) {
         SCOPED_TRACE("limit " + std::to_string(limit));
         const Server server;
-        const Outcome run = [&] {
-            const FileSizeLimit limited(limit);
-            return runHere(server, restoring);
-        }();
+        const Outcome run = runHere(server, [limit] {
+            rlimit usual{};
+            ::getrlimit(RLIMIT_FSIZE, &usual);
+            const rlimit limited{limit, usual.rlim_max};
+            ::setrlimit(RLIMIT_FSIZE, &limited);
+            const int exitCode = runOnStreams(restoring);
+            ::setrlimit(RLIMIT_FSIZE, &usual);
+            return exitCode;
+        });
         EXPECT_EQ(run.exitCode, 2);
         EXPECT_NE(run.out.find("Error 0x800700DF (metabase.txt: can't be written: File too large)"),
                   std::string::npos)
@@ -255,11 +226,7 @@ TEST(Restore, continuesAWriteThatASignalInterrupts) {
         if (call.name == "write") isSecond = !isSecond;
         return call.name == "write" && !isSecond ? EINTR : 0;
     };
-    const Outcome run = [&] {
-        const SystemCallStop stop(1, everySecond, true);
-        return runHere(server, restoring);
-    }();
-    EXPECT_EQ(run.exitCode, 0) << run;
+    EXPECT_EQ(restoreWith(server, 1, everySecond, true).exitCode, 0);
     EXPECT_EQ(stateOf(server), undisturbed().states.back());
 }
 
@@ -304,19 +271,16 @@ TEST(Restore, endsWithItsChangesOnTheDisk) {
         ASSERT_EQ(::stat(server.path("metabase.txt").c_str(), &info), 0);
         std::string before;
         std::string synced;
-        const SystemCallStop stop(
-            1,
-            [&](const SystemCall& call) {
-                const std::string calls = before + " " + std::string(call.name);
-                before = call.name;
-                if (calls == test.failing) return EIO;
-                // What is written after a sync needs another one.
-                if (call.bytes.starts_with('+')) synced.clear();
-                if (call.name.find("sync") != std::string::npos) synced += syncTarget(call, info.st_ino);
-                return 0;
-            },
-            true);
-        EXPECT_EQ(runHere(server, restoring).exitCode, 0);
+        const auto watch = [&](const SystemCall& call) {
+            const std::string calls = before + " " + std::string(call.name);
+            before = call.name;
+            if (calls == test.failing) return EIO;
+            // What is written after a sync needs another one.
+            if (call.bytes.starts_with('+')) synced.clear();
+            if (call.name.find("sync") != std::string::npos) synced += syncTarget(call, info.st_ino);
+            return 0;
+        };
+        EXPECT_EQ(restoreWith(server, 1, watch, true).exitCode, 0);
         EXPECT_EQ(synced, test.synced);
     }
 }
@@ -364,48 +328,39 @@ struct Contest : Folder {
                               objElement("B", "IIsWebServer", "", prop));
         };
         write("metabase.txt", metabaseWith("IIsComputer A:IIsWebServer B:IIsWebServer"));
-        write("titles", bothWith("<prop name=\"Title\" type=\"8\">mine</prop>"));
+        write("f", bothWith("<prop name=\"Title\" type=\"8\">mine</prop>"));
         write("ports", bothWith("<prop name=\"Ports\" type=\"3\">4711</prop>"));
-    }
-    /// A restore that succeeded has made all its changes; one that failed has reported why and made none.
-    void expectAllOrNothing(const Outcome& titles, const Outcome& ports) const {
-        EXPECT_TRUE(titles.exitCode == 0 || ports.exitCode == 0);
-        const std::string state = stateOf(*this);
-        const std::string isLocked = "Error 0x80070021 (metabase.txt: another process is changing it)";
-        const std::string isAltered =
-            "Error 0x800703EE (metabase.txt: has been changed by someone else since it was read)";
-        for (const auto& [run, mark] : {std::pair(titles, ">mine<"), std::pair(ports, ">4711<")}) {
-            const bool isFirst = state.find(mark) != std::string::npos;
-            const bool isBoth = state.find(mark) != state.rfind(mark);
-            EXPECT_TRUE(run.exitCode == 0 ? isBoth : !isFirst) << mark << "\n" << state;
-            EXPECT_TRUE(run.exitCode == 0 || run.out.find(isLocked) != std::string::npos ||
-                        run.out.find(isAltered) != std::string::npos)
-                << mark << "\n"
-                << run;
-        }
     }
 };
 
+/// A restore that succeeded has made all its changes; one that failed has reported why and made none.
+void expectAllOrNothing(const Outcome& run, const std::string& state, const std::string& mark) {
+    const bool isFirst = state.find(mark) != std::string::npos;
+    const bool isBoth = state.find(mark) != state.rfind(mark);
+    EXPECT_TRUE(run.exitCode == 0 ? isBoth : !isFirst) << mark << "\n" << state;
+    const char* isLocked = "Error 0x80070021 (metabase.txt: another process is changing it)";
+    const char* isAltered =
+        "Error 0x800703EE (metabase.txt: has been changed by someone else since it was read)";
+    EXPECT_TRUE(run.exitCode == 0 || run.out.find(isLocked) != std::string::npos ||
+                run.out.find(isAltered) != std::string::npos)
+        << mark << "\n"
+        << run;
+}
+
 TEST(TwoRestores, loseNoChangeWhereverOneInterruptsTheOther) {
-    int interruptions = 0;
     int refused = 0;
-    for (;; ++interruptions) {
-        const Contest contest;
-        Outcome ports;
-        bool isInterrupted = false;
-        const Outcome titles = [&] {
-            const SystemCallStop stop(interruptions + 1, [&](const SystemCall&) {
-                isInterrupted = true;
-                ports = runProgram(contest, {"-restore", "-file", "ports"});
-                return 0;
-            });
-            return runHere(contest, {"-restore", "-file", "titles"});
-        }();
-        if (!isInterrupted) break;
-        SCOPED_TRACE("at call " + std::to_string(interruptions + 1));
-        contest.expectAllOrNothing(titles, ports);
+    Outcome ports;
+    const auto restorePorts = [&](const Contest& contest, const SystemCall&) {
+        ports = runProgram(contest, {"-restore", "-file", "ports"});
+        return 0;
+    };
+    const auto check = [&](const Contest& contest, const Outcome& titles, const std::string&) {
+        EXPECT_TRUE(titles.exitCode == 0 || ports.exitCode == 0);
+        expectAllOrNothing(titles, stateOf(contest), ">mine<");
+        expectAllOrNothing(ports, stateOf(contest), ">4711<");
         refused += titles.exitCode + ports.exitCode > 0 ? 1 : 0;
-    }
+    };
+    const int interruptions = atEachCall<Contest>(restorePorts, check);
     std::cout << "interrupted " << interruptions << " times, one of the two refused " << refused << " times"
               << std::endl;
     EXPECT_GT(refused, 0);
@@ -414,28 +369,20 @@ TEST(TwoRestores, loseNoChangeWhereverOneInterruptsTheOther) {
 
 TEST(Restore, keepsWhatAnEditorAppendsMeanwhile) {
     int detected = 0;
-    std::string reached = "the first call";
-    for (int number = 1; !reached.empty(); ++number) {
-        const Contest contest;
-        reached.clear();
-        const Outcome run = [&] {
-            const SystemCallStop stop(number, [&](const SystemCall& call) {
-                reached = call.name;
-                // An edit between the last look at the file and its replacement can't be detected.
-                if (reached != "rename") {
-                    std::ofstream(contest.path("metabase.txt"), std::ios::app)
-                        << "+set \"localhost/A\" Ports [4711]\n";
-                }
-                return 0;
-            });
-            return runHere(contest, {"-restore", "-file", "titles"});
-        }();
-        SCOPED_TRACE(reached + ", call " + std::to_string(number));
-        const bool isKept = stateOf(contest).find(">4711<") != std::string::npos;
-        EXPECT_EQ(isKept, !reached.empty() && reached != "rename");
+    const auto edit = [](const Contest& contest, const SystemCall& call) {
+        // An edit between the last look at the file and its replacement can't be detected.
+        if (call.name != "rename") {
+            std::ofstream(contest.path("metabase.txt"), std::ios::app)
+                << "+set \"localhost/A\" Ports [4711]\n";
+        }
+        return 0;
+    };
+    const auto check = [&](const Contest& contest, const Outcome& run, const std::string& reached) {
+        EXPECT_EQ(stateOf(contest).find(">4711<") != std::string::npos, reached != "rename");
         EXPECT_TRUE(run.exitCode == 0 || run.out.find("changed by someone else") != std::string::npos) << run;
         detected += run.exitCode != 0 ? 1 : 0;
-    }
+    };
+    atEachCall<Contest>(edit, check);
     EXPECT_GT(detected, 0);
 }
 

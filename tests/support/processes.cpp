@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <iostream>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -41,10 +40,24 @@ private:
 struct Sinks {
     Sink out;
     Sink err;
+
+    /// Leads the standard streams of this process into them.
+    void connect() const {
+        ::dup2(out.descriptor(), STDOUT_FILENO);
+        ::dup2(err.descriptor(), STDERR_FILENO);
+    }
 };
 
-/// Waits for a child process and gathers what it left.
-Outcome outcomeOf(pid_t child, const Sinks& sinks) {
+/// Runs `body` in a copy of this process in a folder.
+Outcome runCopy(const Folder& folder, const std::function<int()>& body) {
+    const Sinks sinks;
+    const pid_t child = ::fork();
+    if (child < 0) fail("fork");
+    if (child == 0) {
+        sinks.connect();
+        std::filesystem::current_path(folder.path());
+        std::exit(body());
+    }
     int status = 0;
     while (::waitpid(child, &status, 0) < 0) {
         if (errno != EINTR) fail("waitpid");
@@ -66,8 +79,7 @@ class Capture {
 public:
     explicit Capture(const Sinks& sinks) {
         flushAllStreams();
-        ::dup2(sinks.out.descriptor(), STDOUT_FILENO);
-        ::dup2(sinks.err.descriptor(), STDERR_FILENO);
+        sinks.connect();
     }
     Capture(const Capture&) = delete;
     Capture& operator=(const Capture&) = delete;
@@ -110,34 +122,16 @@ Outcome runProgram(const Folder& folder, const Arguments& arguments, const std::
     return runCommand(folder, command);
 }
 
-// Makes no copy of this process, which takes long where the process is large.
 Outcome runCommand(const Folder& folder, Arguments command) {
-    const Sinks sinks;
-    posix_spawn_file_actions_t actions;
-    ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_adddup2(&actions, sinks.out.descriptor(), STDOUT_FILENO);
-    ::posix_spawn_file_actions_adddup2(&actions, sinks.err.descriptor(), STDERR_FILENO);
-    ::posix_spawn_file_actions_addchdir_np(&actions, folder.path().c_str());
-    pid_t child = 0;
-    errno =
-        ::posix_spawnp(&child, command[0].c_str(), &actions, nullptr, pointersTo(command).data(), environ);
-    ::posix_spawn_file_actions_destroy(&actions);
-    if (child == 0) fail(command[0].c_str());
-    return outcomeOf(child, sinks);
+    return runCopy(folder, [&command]() -> int {
+        ::execvp(command[0].c_str(), pointersTo(command).data());
+        fail(command[0].c_str());
+    });
 }
 
 Outcome runChild(const Folder& folder, const std::function<int()>& body) {
-    const Sinks sinks;
     flushAllStreams();
-    const pid_t child = ::fork();
-    if (child < 0) fail("fork");
-    if (child == 0) {
-        ::dup2(sinks.out.descriptor(), STDOUT_FILENO);
-        ::dup2(sinks.err.descriptor(), STDERR_FILENO);
-        std::filesystem::current_path(folder.path());
-        std::exit(body());
-    }
-    return outcomeOf(child, sinks);
+    return runCopy(folder, body);
 }
 
 int runOnStreams(const Arguments& arguments) {
@@ -147,6 +141,8 @@ int runOnStreams(const Arguments& arguments) {
     line.insert(line.end(), arguments.begin(), arguments.end());
     const int exitCode = skeinKeepMain(static_cast<int>(line.size()), pointersTo(line).data());
     runSettings = RunSettings{};
+    standardOutput().flush();
+    standardError().flush();
     return exitCode;
 }
 
