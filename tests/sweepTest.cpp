@@ -116,8 +116,8 @@ public:
     void add(const SweptRun& run) {
         std::string below(run.log.failed);
         for (const ErrorLine& line : run.errors.lines) {
-            reported_[line.place()].insert(below);
-            below = "a report of " + line.stem;
+            reported_[line.place].insert(below);
+            below = "a report of " + line.stem();
         }
     }
     void expectOneKindEach() const {
@@ -142,7 +142,8 @@ bool isPassedOver(const SweptRun& run) {
     static const Names changes = {"IADsContainer::Create", "IADsContainer::Delete",
                                   "IADsDeleteOps::DeleteObject"};
     const std::string call(run.log.failed);
-    const std::string stem = run.errors.lines.empty() ? "" : run.errors.lines[0].stem;
+    const ErrorLine first = run.errors.lines.empty() ? ErrorLine() : run.errors.lines[0];
+    const std::string stem = first.stem();
     const bool isReportedOnce = run.errors.lines.size() == 1;
     const auto prints = [&](const char* text) { return run.out.find(text) != std::string::npos; };
     return call.find("IISBaseObject") != std::string::npos || call == "VarBstrCmp" ||
@@ -153,7 +154,8 @@ bool isPassedOver(const SweptRun& run) {
            (call == "IADs::get_ADsPath" && prints("DELETE OBJECT: <unknown name: get_ADsPath failed> (")) ||
            (call == "IADs::get_Class" && prints(" (class <unknown class: get_Class failed>)\n")) ||
            (isReportedOnce && stem == "xmlUtils" && prints("Node <can't get tag.... :-(> must have")) ||
-           (isReportedOnce && stem == "dispUtils" && run.errors.before.starts_with("Setting "));
+           (isReportedOnce && stem == "dispUtils" &&
+            first.before.substr(first.before.rfind('\n') + 1).starts_with("Setting "));
 }
 
 std::string without(std::string text, const std::string& part) {

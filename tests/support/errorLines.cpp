@@ -6,51 +6,33 @@
 #include <cstdio>
 #include <utility>
 
-namespace {
-
-/// Parses "80004005 (Unspecified error) at restore:17".
-ErrorLine parseErrorLine(const std::string& line) {
-    const std::size_t statusEnd = line.find(' ');
-    const std::size_t at = line.rfind(" at ");
-    const std::size_t colon = line.rfind(':');
-    ErrorLine parsed{line.substr(0, statusEnd), "", line.substr(at + 4, colon - at - 4),
-                     line.substr(colon + 1)};
-    if (statusEnd < at) parsed.text = line.substr(statusEnd + 2, at - statusEnd - 3);
-    return parsed;
-}
-
-/// Calls `visit` with each "Error" line of a text and what comes before it. Returns what comes after the
-/// last.
-template <class Visit> std::string visitErrorLines(const std::string& text, Visit visit) {
-    const std::string begin = "Error 0x";
-    std::size_t at = 0;
-    for (std::size_t error = text.find(begin); error != std::string::npos; error = text.find(begin, at)) {
-        const std::size_t end = std::min(text.find('\n', error), text.size() - 1);
-        visit(text.substr(at, error - at),
-              parseErrorLine(text.substr(error + begin.size(), end - error - begin.size())));
-        at = end + 1;
-    }
-    return text.substr(at);
-}
-
-} // namespace
-
 ErrorChain errorChain(const std::string& printed) {
     ErrorChain chain;
-    visitErrorLines(printed, [&](const std::string& before, ErrorLine line) {
-        if (chain.lines.empty()) chain.before = before.substr(before.rfind('\n') + 1);
-        chain.lines.push_back(std::move(line));
-    });
+    const std::string begin = "Error 0x";
+    std::size_t at = 0;
+    for (std::size_t error = printed.find(begin); error != std::string::npos;
+         error = printed.find(begin, at)) {
+        const std::size_t end = std::min(printed.find('\n', error), printed.size() - 1);
+        // Such as "80004005 (Unspecified error) at restore:17".
+        const std::string line = printed.substr(error + begin.size(), end - error - begin.size());
+        const std::size_t statusEnd = line.find(' ');
+        const std::size_t placeBegin = line.rfind(" at ");
+        ErrorLine parsed{printed.substr(at, error - at), line.substr(0, statusEnd), "",
+                         line.substr(placeBegin + 4)};
+        if (statusEnd < placeBegin) parsed.text = line.substr(statusEnd + 2, placeBegin - statusEnd - 3);
+        chain.lines.push_back(std::move(parsed));
+        at = end + 1;
+    }
+    chain.after = printed.substr(at);
     return chain;
 }
 
 std::string folded(const std::string& text, const std::string& usual) {
     std::string all;
-    const std::string rest = visitErrorLines(text, [&](const std::string& before, const ErrorLine& line) {
-        const std::string status = line.status == usual ? "" : line.status + " ";
-        all.append(before).append("{").append(status).append(line.stem).append("}");
-    });
-    return all + rest;
+    const ErrorChain chain = errorChain(text);
+    for (const ErrorLine& line : chain.lines)
+        all += line.before + "{" + (line.status == usual ? "" : line.status + " ") + line.stem() + "}";
+    return all + chain.after;
 }
 
 std::string statusText(HRESULT status) {

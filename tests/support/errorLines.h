@@ -7,20 +7,21 @@
 #include <vector>
 
 struct ErrorLine {
+    /// What is printed before it, from the end of the "Error" line before.
+    std::string before;
     /// The status, as it is printed, and the status's text.
     std::string status;
     std::string text;
-    /// The place of the report: the stem of the source and its line.
-    std::string stem;
-    std::string line;
+    /// The place of the report, the stem of the source and its line: "restore:17".
+    std::string place;
 
-    std::string place() const { return stem + ":" + line; }
+    std::string stem() const { return place.substr(0, place.find(':')); }
 };
 
-/// The "Error" lines in a text, and the line before the first of them, up to it.
+/// The "Error" lines in a text, and what follows the last of them.
 struct ErrorChain {
     std::vector<ErrorLine> lines;
-    std::string before;
+    std::string after;
 };
 ErrorChain errorChain(const std::string& printed);
 

@@ -16,8 +16,6 @@ struct TableKeys {
     /// Each case has all of these.
     std::vector<std::string> required;
     std::vector<std::string> optional = {};
-    /// Each case has exactly one of these, if there are any.
-    std::vector<std::string> oneOf = {};
 };
 
 /// One case. Asking it for a key that the table doesn't declare, or for a required text as an optional one,
@@ -39,6 +37,8 @@ public:
 private:
     friend class Table;
     [[noreturn]] void fail(const std::string& message) const;
+    /// Adds a line of the table.
+    void add(const std::string& line);
     void check() const;
 
     std::string place_;
@@ -51,8 +51,8 @@ std::ostream& operator<<(std::ostream& out, const TableCase& test);
 
 class Table {
 public:
-    /// Reads tests/data/`name`. A fault of the table is an exception that names its line: an unknown key, a
-    /// key twice, a missing key, a wrong escape, or fewer than two cases.
+    /// Reads tests/data/`name`. A fault of the table is an exception that names the case: an unknown key, a
+    /// key twice, a missing key, a wrong escape; and so are fewer than two cases.
     Table(const std::string& name, TableKeys keys);
     Table(const Table&) = delete;
     Table& operator=(const Table&) = delete;
