@@ -1,6 +1,5 @@
 #include "tests/support/servers.h"
 
-#include <algorithm>
 #include <sstream>
 
 namespace {
@@ -50,20 +49,4 @@ Restored restore(const std::string& metabase, const std::string& backup, const A
     const FaultInjection injection(plan);
     const Outcome run = runHere(folder, arguments);
     return {run, folder.read("metabase.txt")};
-}
-
-std::string restorablePart(const std::string& backup) {
-    std::istringstream lines(backup);
-    std::string result;
-    for (std::string line; std::getline(lines, line);) {
-        const bool flagged = std::ranges::any_of(
-            std::initializer_list<const char*>{"KeyType", "ServerState", "AdminACL", "RelayIpList"},
-            [&](const char* name) {
-                return line.find(std::string("name=\"") + name + "\" type") != std::string::npos;
-            });
-        if (const std::size_t at = line.find(" inherited=\"true\""); at != std::string::npos)
-            line.erase(at, 17);
-        if (!flagged) result += line + "\n";
-    }
-    return result;
 }

@@ -26,7 +26,3 @@ struct Restored : Outcome {
 /// Restores a backup file on a server, under a plan of faults.
 Restored restore(const std::string& metabase, const std::string& backup, const Arguments& options = {},
                  const FaultPlan& plan = {});
-
-/// A backup without what a restore doesn't bring back: whether a value is inherited, and the properties that
-/// are never restored.
-std::string restorablePart(const std::string& backup);
