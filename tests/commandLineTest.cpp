@@ -26,19 +26,17 @@ TEST(CommandLine, printsTheUsageForAWrongLineAndTouchesNoFile) {
                              "-backup -restore -file f", "-backup -file", "-file f -backup -file",
                              "-backup -file f -root", "-backup -file f -log", "-backup -file f -debug",
                              "-backup -file f -nx", "-backup -file f -N", "-backup -file f f"}) {
-        const Folder folder;
-        folder.write("metabase.txt", sampleMetabase());
-        const Outcome run = runLine(folder, line);
+        const Server server(sampleMetabase(), "as it was");
+        const Outcome run = runLine(server, line);
         EXPECT_EQ(run.exitCode, 1) << line;
         EXPECT_EQ(run.err, usageText) << line;
         EXPECT_EQ(run.out, "") << line;
-        EXPECT_EQ(folder.read("f"), Folder::noFile) << line;
+        EXPECT_EQ(server.read("f"), "as it was") << line;
     }
 }
 
 TEST(CommandLine, takesOptionsInAnyOrderAndOperandsAsTheyAre) {
-    const Folder plain;
-    plain.write("metabase.txt", sampleMetabase());
+    const Server plain(sampleMetabase());
     runLine(plain, "-backup -file f");
     // The last is whether the backup has the whole server.
     const std::tuple<const char*, const char*, bool> cases[] = {
@@ -51,13 +49,12 @@ TEST(CommandLine, takesOptionsInAnyOrderAndOperandsAsTheyAre) {
         {"-debug 6 -debug 2 -backup -noinherit -file f", "f", false}};
     for (const auto& [line, file, isWhole] : cases) {
         SCOPED_TRACE(line);
-        const Folder folder;
-        folder.write("metabase.txt", sampleMetabase());
-        const Outcome run = runLine(folder, line);
+        const Server server(sampleMetabase(), "as it was");
+        const Outcome run = runLine(server, line);
         EXPECT_EQ(run.exitCode, 0) << run;
         EXPECT_EQ(run.out + run.err, "");
-        EXPECT_EQ(folder.read("l"), Folder::noFile);
-        EXPECT_EQ(folder.read(file) == plain.read("f"), isWhole);
+        EXPECT_EQ(server.read("l"), Folder::noFile);
+        EXPECT_EQ(server.read(file) == plain.read("f"), isWhole);
     }
 }
 
@@ -113,19 +110,18 @@ TEST(CommandLine, linesOnATerminalAppearWhenTheyEnd) {
 }
 
 TEST(CommandLine, closedStreamsAndFullDisksChangeNothing) {
-    const Folder folder;
-    folder.write("metabase.txt", sampleMetabase());
-    EXPECT_EQ(runProgram(folder, {"-backup", "-file", "/dev/full"}).exitCode, 0);
-    runProgram(folder, {"-backup", "-noinherit", "-file", "open"});
+    const Server server(sampleMetabase());
+    EXPECT_EQ(runProgram(server, {"-backup", "-file", "/dev/full"}).exitCode, 0);
+    runProgram(server, {"-backup", "-noinherit", "-file", "open"});
     const std::vector<std::string> backup = {"-backup", "-noinherit", "-debug", "6", "-file", "closed"};
-    EXPECT_EQ(runProgram(folder, backup, R"(exec "$0" "$@" <&- >&- 2>&-)").exitCode, 0);
-    EXPECT_EQ(folder.read("closed"), folder.read("open"));
+    EXPECT_EQ(runProgram(server, backup, R"(exec "$0" "$@" <&- >&- 2>&-)").exitCode, 0);
+    EXPECT_EQ(server.read("closed"), server.read("open"));
     for (const char* line : {R"(exec "$0" "$@" >&- 2>&-)", R"(exec "$0" "$@" >/dev/full)",
                              R"({ sleep 0.1; "$0" "$@"; echo $? >code; } | :; exit $(cat code))"}) {
         SCOPED_TRACE(line);
-        folder.write("metabase.txt", sampleMetabase() + "+set \"localhost/W3SVC\" DefaultDoc \"x\"\n");
-        EXPECT_EQ(runProgram(folder, {"-restore", "-debug", "6", "-file", "open"}, line).exitCode, 0);
-        EXPECT_EQ(folder.read("metabase.txt"), sampleMetabase());
+        server.write("metabase.txt", sampleMetabase() + "+set \"localhost/W3SVC\" DefaultDoc \"x\"\n");
+        EXPECT_EQ(runProgram(server, {"-restore", "-debug", "6", "-file", "open"}, line).exitCode, 0);
+        EXPECT_EQ(server.metabase(), sampleMetabase());
     }
 }
 

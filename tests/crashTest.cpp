@@ -19,8 +19,6 @@
 
 namespace {
 
-const std::string metabase = testData("sweep-metabase.txt");
-const std::string backup = testData("sweep-backup.xml");
 const Arguments restoring = {"-restore", "-file", "f"};
 
 /// The state of the server in a folder, whatever the form of its metabase file.
@@ -30,33 +28,26 @@ std::string stateOf(const Folder& folder) {
     return folder.read("state");
 }
 
-/// A server and a backup of another one, in a folder of their own.
-struct Server : Folder {
-    explicit Server(const std::string& text = metabase, const std::string& file = backup)
-        : Folder(Place::inMemory) {
-        write("metabase.txt", text);
-        write("f", file);
-    }
-    /// The metabase file after a restore that can't rewrite it, and so leaves a line for each change.
-    std::string metabaseWithChangeLines(std::string* out = nullptr) const {
-        std::filesystem::create_directory(path(".metabase.txt.rewrite"));
-        const Outcome run = runHere(*this, restoring);
-        EXPECT_EQ(run.exitCode, 0) << run;
-        if (out != nullptr) *out = run.out;
-        return read("metabase.txt");
-    }
-};
+/// The metabase file after a restore that leaves a line for each change.
+std::string restoreIntoLines(const Server& server, std::string* out = nullptr) {
+    server.keepLinesOfChanges();
+    const Outcome run = runHere(server, restoring);
+    EXPECT_EQ(run.exitCode, 0) << run;
+    if (out != nullptr) *out = run.out;
+    return server.metabase();
+}
 
 /// The restore that nothing interferes with.
 struct Undisturbed {
     std::string out;
-    std::string metabaseText = Server().metabaseWithChangeLines(&out);
+    std::string metabaseText = restoreIntoLines(SweptServer(), &out);
     /// The server's states before the first change and after each.
     std::vector<std::string> states;
 
     Undisturbed() {
-        for (std::size_t end = metabase.size(); end <= metabaseText.size(); ++end) {
-            if (metabaseText[end - 1] == '\n') states.push_back(stateOf(Server(metabaseText.substr(0, end))));
+        for (std::size_t end = sweptMetabase.size(); end <= metabaseText.size(); ++end) {
+            if (metabaseText[end - 1] == '\n')
+                states.push_back(stateOf(SweptServer(metabaseText.substr(0, end))));
         }
     }
 };
@@ -69,7 +60,7 @@ const Undisturbed& undisturbed() {
 /// Expects that the server has the first so many of the changes, and that the next restore makes the others.
 void expectCompletable(const Server& server) {
     const auto& states = undisturbed().states;
-    EXPECT_NE(std::ranges::find(states, stateOf(server)), states.end()) << server.read("metabase.txt");
+    EXPECT_NE(std::ranges::find(states, stateOf(server)), states.end()) << server.metabase();
     EXPECT_EQ(runHere(server, restoring).exitCode, 0);
     EXPECT_EQ(stateOf(server), states.back());
 }
@@ -81,9 +72,9 @@ constexpr std::ptrdiff_t linesOfChanges[] = {0, 2, 3, 4, 5, 9, 10, 12, 13, 15, 2
 /// Expects the whole line of each committed change in what a restore has printed.
 void expectLinesOfChanges(const Server& server, const std::string& out) {
     ASSERT_EQ(std::size(linesOfChanges), undisturbed().states.size());
-    const std::string left = server.read("metabase.txt");
-    const auto changes = left.starts_with(metabase)
-                             ? std::count(left.begin() + std::ssize(metabase), left.end(), '\n')
+    const std::string left = server.metabase();
+    const auto changes = left.starts_with(sweptMetabase)
+                             ? std::count(left.begin() + std::ssize(sweptMetabase), left.end(), '\n')
                              : std::ssize(linesOfChanges) - 1;
     EXPECT_GE(std::ranges::count(out, '\n'), linesOfChanges[changes]) << out;
     EXPECT_TRUE(undisturbed().out.starts_with(out)) << out;
@@ -150,8 +141,8 @@ TEST(Crash, leavesTheChangesThatWereMadeWhereverItHappens) {
             expectLinesOfChanges(server, run.out);
             expectCompletable(server);
         };
-        atEachCall<Server>([&](const auto&, const auto& call) { return ending.end(call); }, check, false,
-                           runChild);
+        atEachCall<SweptServer>([&](const auto&, const auto& call) { return ending.end(call); }, check, false,
+                                runChild);
         std::cout << ending.name << " " << ended << " calls" << std::endl;
         EXPECT_GT(ended, ending.fewest);
     }
@@ -159,8 +150,8 @@ TEST(Crash, leavesTheChangesThatWereMadeWhereverItHappens) {
 
 TEST(Crash, canTearTheLastLineAnywhere) {
     const std::string& whole = undisturbed().metabaseText;
-    for (std::size_t size = metabase.size(); size <= whole.size(); ++size) {
-        const Server server(whole.substr(0, size));
+    for (std::size_t size = sweptMetabase.size(); size <= whole.size(); ++size) {
+        const SweptServer server(whole.substr(0, size));
         SCOPED_TRACE("cut off after " + std::to_string(size) + " bytes");
         expectCompletable(server);
     }
@@ -188,11 +179,11 @@ TEST(Restore, endsAtTheChangeThatTheSystemCannotMake) {
                 if (reached == "write+" && !lasting) {
                     EXPECT_EQ(run.exitCode, 2);
                     EXPECT_NE(run.out.find(message), std::string::npos) << run;
-                    EXPECT_TRUE(server.read("metabase.txt").ends_with('\n'));
+                    EXPECT_TRUE(server.metabase().ends_with('\n'));
                 }
                 expectCompletable(server);
             };
-            failures += atEachCall<Server>(fail, check, lasting);
+            failures += atEachCall<SweptServer>(fail, check, lasting);
         }
     }
     std::cout << failures << " calls of the operating system failed" << std::endl;
@@ -200,9 +191,9 @@ TEST(Restore, endsAtTheChangeThatTheSystemCannotMake) {
 }
 
 TEST(Restore, keepsToALimitOfTheFilesSize) {
-    for (std::size_t limit = metabase.size(); limit < undisturbed().metabaseText.size(); limit += 5) {
+    for (std::size_t limit = sweptMetabase.size(); limit < undisturbed().metabaseText.size(); limit += 5) {
         SCOPED_TRACE("limit " + std::to_string(limit));
-        const Server server;
+        const SweptServer server;
         const Outcome run = runHere(server, [limit] {
             rlimit usual{};
             ::getrlimit(RLIMIT_FSIZE, &usual);
@@ -221,7 +212,7 @@ TEST(Restore, keepsToALimitOfTheFilesSize) {
 }
 
 TEST(Restore, continuesAWriteThatASignalInterrupts) {
-    const Server server;
+    const SweptServer server;
     const auto everySecond = [isSecond = true](const SystemCall& call) mutable {
         if (call.name == "write") isSecond = !isSecond;
         return call.name == "write" && !isSecond ? EINTR : 0;
@@ -231,7 +222,7 @@ TEST(Restore, continuesAWriteThatASignalInterrupts) {
 }
 
 TEST(Crash, aFileThatCannotBeCutOffIsReported) {
-    const Server server(metabase + "+set \"localhost\" Tit");
+    const SweptServer server(sweptMetabase + "+set \"localhost\" Tit");
     server.write("made", "");
     const SystemCallStop stop(
         1, [](const SystemCall& call) { return call.name == "ftruncate" ? EIO : 0; }, true);
@@ -264,7 +255,7 @@ TEST(Restore, endsWithItsChangesOnTheDisk) {
                           {"rename open", " new file system"}};
     for (const Case& test : cases) {
         SCOPED_TRACE(test.failing);
-        const Server server;
+        const SweptServer server;
         if (test.failing == "a second name")
             std::filesystem::create_hard_link(server.path("metabase.txt"), server.path("second"));
         struct stat info {};
@@ -292,7 +283,7 @@ TEST(OutOfMemory, endsTheRunWithAMessageAndKeepsItsChanges) {
     const Server deep(after);
     ASSERT_EQ(runHere(deep, {"-backup", "-file", "f"}).exitCode, 0);
     const std::string file = deep.read("f");
-    const std::string lines = Server(before, file).metabaseWithChangeLines();
+    const std::string lines = restoreIntoLines(Server(before, file));
     const std::pair<std::string, std::string> runs[] = {
         {"-backup -file b", after}, {"-restore -n -file f", before}, {"-restore -file f", before}};
     for (const auto& [options, metabaseText] : runs) {
@@ -307,7 +298,7 @@ TEST(OutOfMemory, endsTheRunWithAMessageAndKeepsItsChanges) {
             if (exitCode == 127 && ended == 0) continue;
             ended += exitCode == 2 ? 1 : 0;
             ASSERT_EQ(run.err, exitCode == 0 ? "" : "Out of memory\n") << exitCode;
-            const std::string left = server.read("metabase.txt");
+            const std::string left = server.metabase();
             if (options != "-restore -file f") {
                 EXPECT_EQ(left, metabaseText);
             } else {
@@ -321,15 +312,15 @@ TEST(OutOfMemory, endsTheRunWithAMessageAndKeepsItsChanges) {
 }
 
 /// A server and two backup files: one sets a property of both objects, the other another one.
-struct Contest : Folder {
-    Contest() : Folder(Place::inMemory) {
-        const auto bothWith = [](const std::string& prop) {
-            return backupFile(objElement("A", "IIsWebServer", "", prop) +
-                              objElement("B", "IIsWebServer", "", prop));
-        };
-        write("metabase.txt", metabaseWith("IIsComputer A:IIsWebServer B:IIsWebServer"));
-        write("f", bothWith("<prop name=\"Title\" type=\"8\">mine</prop>"));
+struct Contest : Server {
+    Contest()
+        : Server(metabaseWith("IIsComputer A:IIsWebServer B:IIsWebServer"),
+                 bothWith("<prop name=\"Title\" type=\"8\">mine</prop>")) {
         write("ports", bothWith("<prop name=\"Ports\" type=\"3\">4711</prop>"));
+    }
+    static std::string bothWith(const std::string& prop) {
+        return backupFile(objElement("A", "IIsWebServer", "", prop) +
+                          objElement("B", "IIsWebServer", "", prop));
     }
 };
 

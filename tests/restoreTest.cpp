@@ -15,7 +15,7 @@ void expectNoChange(const std::string& file, const std::string& out, const std::
     const std::string before = metabaseWith("IIsComputer A:IIsWebFile");
     const Arguments ignored = {"-root", "IIS://nowhere", "-noinherit", "-force"};
     for (const Arguments& options : {Arguments{}, Arguments{"-n"}, ignored}) {
-        const Restored run = restore(before, file, options);
+        const ServerRun run = restore(before, file, options);
         EXPECT_EQ(folded(run.out), out);
         EXPECT_EQ(run.err, err);
         EXPECT_EQ(run.exitCode, exitCode);
@@ -43,17 +43,16 @@ TEST(RestoreFiles, withAStartTagTooLongForTheMessageAreRefused) {
 }
 
 TEST(RestoreFiles, thatCannotBeReadAreNamed) {
-    const Folder folder;
-    folder.write("metabase.txt", metabaseWith("IIsComputer"));
-    std::filesystem::create_directory(folder.path("folder"));
-    folder.write("large", "");
-    std::filesystem::resize_file(folder.path("large"), std::uintmax_t{1} << 31);
+    const Server server(metabaseWith("IIsComputer"));
+    std::filesystem::create_directory(server.path("folder"));
+    server.write("large", "");
+    std::filesystem::resize_file(server.path("large"), std::uintmax_t{1} << 31);
     const std::pair<const char*, const char*> cases[] = {
         {"none", "Unexpected error opening: \"none\": No such file or directory"},
         {"folder", "Unexpected error opening: \"folder\": Is a directory"},
         {"large", "Read 0 bytes from \"large\", expected to read 2147483648"}};
     for (const auto& [name, message] : cases) {
-        const Outcome run = runProgram(folder, {"-restore", "-file", name});
+        const Outcome run = runProgram(server, {"-restore", "-file", name});
         EXPECT_EQ(folded(run.out, "8000FFFF"), std::string("{xmlUtils}") + message + "{restore}");
         EXPECT_EQ(run.exitCode, 2) << name;
     }
@@ -65,11 +64,11 @@ TEST(RestoreObjects, followTheRulesOfTheirClasses) {
         SCOPED_TRACE(test);
         const std::string before = metabaseWith(test["server"]);
         const std::string backup = backupFile(test["file"]);
-        const Restored dry = restore(before, backup, {"-n"});
+        const ServerRun dry = restore(before, backup, {"-n"});
         EXPECT_EQ(folded(dry.out), test.get("dryPrints", test["prints"]));
         EXPECT_EQ(dry.exitCode, test.number("dryExit", test.get("exit", "0").c_str()));
         EXPECT_EQ(dry.metabase, before);
-        const Restored real = restore(before, backup);
+        const ServerRun real = restore(before, backup);
         EXPECT_EQ(folded(real.out), test["prints"]);
         EXPECT_EQ(real.err, "");
         EXPECT_EQ(real.exitCode, test.number("exit", "0"));
@@ -96,7 +95,7 @@ TEST(RestoreProperties, areComparedByTheirOwnRulesAndWrittenWhereTheyDiffer) {
         const std::string className = test.get("class", "IIsWebServer");
         const std::string before = metabaseWith(className, test.get("values", ""));
         const std::string file = backupFile("", test["props"]);
-        const Restored dry = restore(before, file, {"-n", "-debug", "5"}, plan);
+        const ServerRun dry = restore(before, file, {"-n", "-debug", "5"}, plan);
         std::istringstream lines(dry.out);
         std::string printed;
         for (std::string line; std::getline(lines, line);) {
@@ -106,7 +105,7 @@ TEST(RestoreProperties, areComparedByTheirOwnRulesAndWrittenWhereTheyDiffer) {
         EXPECT_EQ(printed, test["prints"]);
         EXPECT_EQ(dry.err, test.get("stderr", ""));
         EXPECT_EQ(dry.metabase, before);
-        const Restored real = restore(before, file, {}, plan);
+        const ServerRun real = restore(before, file, {}, plan);
         EXPECT_EQ(real.out, dry.out);
         const std::string after = test.has("after") ? metabaseWith(className, test["after"]) : real.metabase;
         EXPECT_EQ(real.metabase, after);
@@ -141,7 +140,7 @@ TEST(RestoreProperties, thatCannotBeParsedEndTheRun) {
     const std::string before = metabaseWith("IIsWebServer");
     for (const TableCase& test : Table("unparsable-props.txt", {{"props", "prints"}, {"status", "text"}})) {
         SCOPED_TRACE(test);
-        const Restored run = restore(before, backupFile("", test["props"]));
+        const ServerRun run = restore(before, backupFile("", test["props"]));
         EXPECT_EQ(folded(run.out, test.get("status", "80004005")), test["prints"]);
         for (const ErrorLine& line : errorChain(run.out).lines)
             EXPECT_EQ(line.text, test.get("text", line.text));
@@ -151,31 +150,28 @@ TEST(RestoreProperties, thatCannotBeParsedEndTheRun) {
 }
 
 TEST(Restore, ofTheDeepestTreeNeedsLittleStack) {
-    const Folder folder;
-    const std::string objects = deepestTree();
+    const std::string deepest = metabaseWith(deepestTree());
     std::string children;
     for (int level = 2; level <= 256; ++level) children = objElement("d", "IIsWebDirectory", children);
     // A sanitizer's frames are several times as large.
     const std::string limited =
         isSanitized ? R"(ulimit -s 6144; exec "$0" "$@")" : R"(ulimit -s 1024; exec "$0" "$@")";
-    folder.write("metabase.txt", metabaseWith("IIsWebDirectory"));
-    folder.write("f", backupFile(children));
-    EXPECT_EQ(runProgram(folder, {"-restore", "-file", "f"}, limited).exitCode, 0);
-    EXPECT_EQ(folder.read("metabase.txt"), metabaseWith(objects));
-    EXPECT_EQ(runProgram(folder, {"-backup", "-file", "f"}, limited).exitCode, 0);
+    const Server server(metabaseWith("IIsWebDirectory"), backupFile(children));
+    EXPECT_EQ(runProgram(server, {"-restore", "-file", "f"}, limited).exitCode, 0);
+    EXPECT_EQ(server.metabase(), deepest);
+    EXPECT_EQ(runProgram(server, {"-backup", "-file", "f"}, limited).exitCode, 0);
     // One level more can't be created.
-    const Restored deeper =
-        restore(metabaseWith(objects), backupFile(objElement("d", "IIsWebDirectory", children)));
+    const ServerRun deeper = restore(deepest, backupFile(objElement("d", "IIsWebDirectory", children)));
     EXPECT_NE(deeper.out.find("Error 0x80005000"), std::string::npos) << deeper;
-    EXPECT_EQ(deeper.metabase, metabaseWith(objects));
+    EXPECT_EQ(deeper.metabase, deepest);
 }
 
 TEST(Restore, refusesALiveTreeThatChangesUnderIt) {
     const std::string before = metabaseWith("IIsComputer A:IIsWebFile B:IIsWebFile");
     for (const int enumeration : {1, 2}) {
         SCOPED_TRACE(enumeration);
-        const Restored run = restore(before, backupFile(objElement("N", "IIsWebFile")), {},
-                                     {.withoutFirstChild = enumeration});
+        const ServerRun run = restore(before, backupFile(objElement("N", "IIsWebFile")), {},
+                                      {.withoutFirstChild = enumeration});
         EXPECT_EQ(folded(run.out, "8000FFFF"), "{restoreObj}{restore}{restore}");
         EXPECT_EQ(run.metabase, before);
     }

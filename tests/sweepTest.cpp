@@ -6,7 +6,6 @@
 #include "tests/support/tables.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fnmatch.h>
 #include <gtest/gtest.h>
 #include <iostream>
@@ -21,11 +20,7 @@ namespace {
 
 using Names = std::set<std::string>;
 
-const std::string metabase = testData("sweep-metabase.txt");
-const std::string backup = testData("sweep-backup.xml");
-
-/// A run of the program on a small server with something for every handler. A restore has a file that differs
-/// from the server everywhere.
+/// A run of the program on the server of the sweeps.
 struct Scenario {
     const char* name;
     Arguments arguments;
@@ -40,27 +35,14 @@ const Scenario scenarios[] = {{"backup", {"-backup", "-file", "made"}},
                               {"dryRun", {"-restore", "-n", "-debug", "5", "-file", "f"}},
                               {"failingRestore", {"-restore", "-file", "none"}}};
 
-struct SweptRun : Outcome {
-    std::string metabase;
-    /// The backup file that was written.
-    std::string made;
-    CallLog log;
-    ErrorChain errors;
+struct SweptRun : ServerRun {
+    ErrorChain errors = errorChain(out + err);
 };
 
 SweptRun runWith(const Scenario& scenario, const FaultPlan& plan) {
-    static const Folder folder(Folder::Place::inMemory);
-    folder.write("metabase.txt", metabase);
-    folder.write("f", backup);
-    std::filesystem::remove(folder.path("made"));
-    // In the place of the file's replacement, so that the file keeps the lines of the changes.
-    std::filesystem::create_directory(folder.path(".metabase.txt.rewrite"));
-    const FaultInjection injection(plan);
-    SweptRun run{runHere(folder, scenario.arguments), {}, {}, injection.log(), {}};
-    run.metabase = folder.read("metabase.txt");
-    run.made = folder.read("made");
-    run.errors = errorChain(run.out + run.err);
-    return run;
+    const SweptServer server;
+    server.keepLinesOfChanges();
+    return {runOn(server, scenario.arguments, plan)};
 }
 
 /// What is printed from the first "Error" line on, folded. The context texts come with it.
@@ -293,7 +275,7 @@ TEST_P(Sweep, anotherSuccessThanZeroChangesNothing) {
 TEST_P(Sweep, aSuccessThatDeliversNothingIsSurvived) {
     sweep(everyCall(S_OK), [&](const SweptRun& run) {
         EXPECT_TRUE(run.exitCode == 0 || run.exitCode == 2);
-        EXPECT_TRUE(run.metabase.starts_with(metabase));
+        EXPECT_TRUE(run.metabase.starts_with(sweptMetabase));
     });
 }
 

@@ -2,11 +2,9 @@
 
 #include <sstream>
 
-namespace {
+static const std::string schema = testData("server-schema.txt");
 
-const std::string schema = testData("server-schema.txt");
-
-} // namespace
+const std::string sweptMetabase = schema + testData("sweep-objects.txt");
 
 std::string metabaseWith(const std::string& objects, const std::string& values) {
     std::istringstream words(objects);
@@ -39,14 +37,21 @@ std::string backupFile(const std::string& children, const std::string& props) {
            "</props><children>" + children + "</children></obj></metabase>";
 }
 
-Restored restore(const std::string& metabase, const std::string& backup, const Arguments& options,
-                 const FaultPlan& plan) {
-    const Folder folder(Folder::Place::inMemory);
-    folder.write("metabase.txt", metabase);
-    folder.write("f", backup);
+ServerRun runOn(const Server& server, const Arguments& arguments, const FaultPlan& plan) {
+    const FaultInjection injection(plan);
+    const Outcome run = runHere(server, arguments);
+    return {run, server.metabase(), server.read("made"), injection.log()};
+}
+
+ServerRun restore(const std::string& metabase, const std::string& backup, const Arguments& options,
+                  const FaultPlan& plan) {
     Arguments arguments = options;
     arguments.insert(arguments.end(), {"-restore", "-file", "f"});
-    const FaultInjection injection(plan);
-    const Outcome run = runHere(folder, arguments);
-    return {run, folder.read("metabase.txt")};
+    return runOn(Server(metabase, backup), arguments, plan);
+}
+
+ServerRun backUp(const std::string& metabase, const Arguments& options, const FaultPlan& plan) {
+    Arguments arguments = options;
+    arguments.insert(arguments.end(), {"-backup", "-file", "made"});
+    return runOn(Server(metabase), arguments, plan);
 }

@@ -18,11 +18,34 @@ std::string objElement(const std::string& name, const std::string& className,
 /// A backup file of localhost.
 std::string backupFile(const std::string& children, const std::string& props = "");
 
-struct Restored : Outcome {
-    /// The file metabase.txt after the run.
-    std::string metabase;
+/// A folder with the metabase of a server and a backup file `f`.
+struct Server : Folder {
+    explicit Server(const std::string& text, const std::string& backup = "") : Folder(Place::inMemory) {
+        write("metabase.txt", text);
+        write("f", backup);
+    }
+    std::string metabase() const { return read("metabase.txt"); }
+    /// Puts a folder in the place of the file's replacement, so that a run leaves a line for each change.
+    void keepLinesOfChanges() const { std::filesystem::create_directory(path(".metabase.txt.rewrite")); }
 };
 
-/// Restores a backup file on a server, under a plan of faults.
-Restored restore(const std::string& metabase, const std::string& backup, const Arguments& options = {},
-                 const FaultPlan& plan = {});
+/// A small server with something for every handler, and a backup file that differs from it everywhere.
+extern const std::string sweptMetabase;
+struct SweptServer : Server {
+    explicit SweptServer(const std::string& text = sweptMetabase)
+        : Server(text, testData("sweep-backup.xml")) {}
+};
+
+/// What a run on a server left, with the metabase and the backup file `made`.
+struct ServerRun : Outcome {
+    std::string metabase;
+    std::string made;
+    CallLog log;
+};
+
+/// Runs of the program in this process, under a plan of faults: any, a restore of a backup file, and a
+/// backup.
+ServerRun runOn(const Server& server, const Arguments& arguments, const FaultPlan& plan);
+ServerRun restore(const std::string& metabase, const std::string& backup, const Arguments& options = {},
+                  const FaultPlan& plan = {});
+ServerRun backUp(const std::string& metabase, const Arguments& options = {}, const FaultPlan& plan = {});
