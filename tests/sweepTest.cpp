@@ -60,20 +60,16 @@ std::size_t countOf(const std::string& text, const std::string& part) {
 
 /// Whether a chain is that of a row, with the levels above the object.
 bool isChainOf(const TableCase& row, const SweptRun& run, const std::string& chain) {
-    const auto isWith = [&](const std::string& above) {
-        return ::fnmatch((row["prints"] + above).c_str(), chain.c_str(), FNM_NOESCAPE) == 0;
-    };
     const std::string levels = row.get("levels", "restore");
-    if (levels == "none") return isWith("");
-    std::string above = levels == "backup" ? "{backup}" : "{restore}";
+    std::string above = levels == "none"     ? ""
+                        : levels == "backup" ? "{backup}"
+                                             : "*({restoreObj}{restore}){restore}";
     if (levels == "backup") {
         // One line for each open object, and one of the driver.
         std::size_t open = countOf(run.made, "<obj ") - countOf(run.made, "</obj>");
         for (; open > 0; --open) above += "{backup}";
-        return isWith(above);
     }
-    while (above.size() <= chain.size() && !isWith(above)) above.insert(0, "{restoreObj}{restore}");
-    return above.size() <= chain.size();
+    return ::fnmatch((row["prints"] + above).c_str(), chain.c_str(), FNM_NOESCAPE | FNM_EXTMATCH) == 0;
 }
 
 /// Expects one chain that a function which makes the call prints, with the status of the fault.
@@ -93,31 +89,28 @@ void expectChain(const SweptRun& run, HRESULT status) {
 
 /// What each place of the sources reports: the failure of a call, or one that another place has reported
 /// before. A level that doesn't report becomes visible as a place that does both.
-class ReportPlaces {
-public:
-    void add(const SweptRun& run) {
-        std::string below(run.log.failed);
-        for (const ErrorLine& line : run.errors.lines) {
-            reported_[line.place].insert(below);
-            below = "a report of " + line.stem();
-        }
-    }
-    void expectOneKindEach() const {
-        // The failure to read an attribute is first reported by the caller, that to convert it by xmlUtils.
-        const Names attribute = {"IXMLDOMElement::getAttribute", "a report of xmlUtils"};
-        // The failure to bind the topmost object is first reported by the driver.
-        const Names driver = {"ADsGetObject", "a report of restore"};
-        for (const auto& [place, kinds] : reported_) {
-            const auto reports = std::ranges::count_if(
-                kinds, [](const std::string& kind) { return kind.starts_with("a report of "); });
-            EXPECT_TRUE(reports == 0 || reports == std::ssize(kinds) || kinds == attribute || kinds == driver)
-                << place << " reports " << testing::PrintToString(kinds);
-        }
-    }
+using ReportPlaces = std::map<std::string, Names>;
 
-private:
-    std::map<std::string, Names> reported_;
-};
+void addReports(ReportPlaces& places, const SweptRun& run) {
+    std::string below(run.log.failed);
+    for (const ErrorLine& line : run.errors.lines) {
+        places[line.place].insert(below);
+        below = "a report of " + line.stem();
+    }
+}
+
+void expectOneKindEach(const ReportPlaces& places) {
+    // The failure to read an attribute is first reported by the caller, that to convert it by xmlUtils.
+    const Names attribute = {"IXMLDOMElement::getAttribute", "a report of xmlUtils"};
+    // The failure to bind the topmost object is first reported by the driver.
+    const Names driver = {"ADsGetObject", "a report of restore"};
+    for (const auto& [place, kinds] : places) {
+        const auto reports = std::ranges::count_if(
+            kinds, [](const std::string& kind) { return kind.starts_with("a report of "); });
+        EXPECT_TRUE(reports == 0 || reports == std::ssize(kinds) || kinds == attribute || kinds == driver)
+            << place << " reports " << testing::PrintToString(kinds);
+    }
+}
 
 /// Whether the run continues after the failed call: its result doesn't count, or a text takes its place.
 bool isPassedOver(const SweptRun& run) {
@@ -216,10 +209,10 @@ TEST_P(Sweep, aFailureEndsTheRunAndIsReportedAtEachLevel) {
     sweep(everyCall(), [&](const SweptRun& run) {
         expectEnd(run, good_, E_ACCESSDENIED);
         if (isPassedOver(run)) return;
-        places.add(run);
+        addReports(places, run);
         EXPECT_LE(std::exchange(done, run.metabase.size()), run.metabase.size());
     });
-    places.expectOneKindEach();
+    expectOneKindEach(places);
 }
 
 TEST_P(Sweep, aLastingFailureEndsTheRunAtTheFirstCallThatCounts) {

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-static const std::string schema = testData("server-schema.txt");
+const std::string schema = testData("server-schema.txt");
 
 const std::string sweptMetabase = schema + testData("sweep-objects.txt");
 
