@@ -7,7 +7,7 @@
 #include "metabase/records.h"
 #include "metabase/valueSyntax.h"
 #include "tests/support/errorLines.h"
-#include "tests/support/processes.h"
+#include "tests/support/servers.h"
 #include "tests/support/tables.h"
 
 #include <filesystem>
@@ -22,12 +22,11 @@ namespace {
 const std::string tree = testData("boxes.txt");
 const std::string schema = tree.substr(0, tree.find("object"));
 
-/// A folder with a metabase, which is the live one for as long as this lives.
-class Live : public Folder {
+/// A server whose metabase is the live one for as long as this lives.
+class Live : public Server {
 public:
-    explicit Live(const std::string& text) {
+    explicit Live(const std::string& text) : Server(text) {
         preparePlatform();
-        write("metabase.txt", text);
         EXPECT_EQ(CoInitializeEx(nullptr, 0), S_OK);
     }
     Live(const Live&) = delete;
@@ -37,15 +36,14 @@ public:
     void end() {
         if (!std::exchange(hasEnded_, true)) CoUninitialize();
     }
-    std::string text() const { return read("metabase.txt"); }
 
 private:
     WorkingDirectory inside_{*this};
     bool hasEnded_ = false;
 };
 
-ComPtr<IADs> open(const char16_t* path) {
-    ComPtr<IADs> object;
+template <class T = IADs> ComPtr<T> open(const char16_t* path) {
+    ComPtr<T> object;
     EXPECT_EQ(bindObject(path, object), S_OK);
     return object;
 }
@@ -87,21 +85,18 @@ TEST(Metabase, readsBackWhatItWritesAndRefusesAllElse) {
         EXPECT_TRUE(once.ends_with(test.get("written", ""))) << once;
         EXPECT_EQ(once.empty() ? once : canonical(once, error), once) << error;
     }
-    const Folder folder;
-    folder.write("metabase.txt", tree + "x\n");
-    const std::string printed = runHere(folder, {"-backup", "-file", "f"}).err;
+    const std::string printed = backUp(tree + "x\n").err;
     EXPECT_NE(printed.find("(metabase.txt, line 16: expected property"), std::string::npos) << printed;
-    std::filesystem::remove(folder.path("metabase.txt"));
+    const Folder folder;
     std::filesystem::create_symlink("none", folder.path("metabase.txt"));
     const std::string dangling = runHere(folder, {"-backup", "-file", "f"}).err;
     EXPECT_NE(dangling.find("(metabase.txt: is a link to none, which doesn't"), std::string::npos)
         << dangling;
 }
 
-TEST(Metabase, showsClassesAndTheirPropertiesAlone) {
+TEST(Metabase, showsTheNamesOfClasses) {
     const Live live(tree);
-    ComPtr<IADsClass> box;
-    ASSERT_EQ(bindObject(u"IIS://localhost/schema/Box", box), S_OK);
+    const auto box = open<IADsClass>(u"IIS://localhost/schema/Box");
     Bstr name;
     Bstr className;
     Bstr path;
@@ -115,22 +110,14 @@ TEST(Metabase, showsClassesAndTheirPropertiesAlone) {
           box->Get(Bstr(u"Title"), value.out()), box->GetEx(Bstr(u"Title"), value.out()),
           box->Put(Bstr(u"Title"), value.get())})
         EXPECT_EQ(status, E_NOTIMPL);
-    EXPECT_EQ(open(u"IIS://localhost")->get_Parent(name.out()), E_ADS_BAD_PATHNAME);
-    ComPtr<IISBaseObject> leaf;
-    ASSERT_EQ(query(*open(u"IIS://localhost/x"), leaf), S_OK);
-    ComPtr<IDispatch> attributes;
-    EXPECT_EQ(leaf->GetPropertyAttribObj(Bstr(u"Title"), attributes.out()), E_ADS_PROPERTY_NOT_FOUND);
-    EXPECT_FALSE(attributes);
 }
 
 TEST(Metabase, keepsItsTopmostObjectAndMakesNoFile) {
     const Live live(schema + "object \"localhost\" Bin\n");
-    ComPtr<IADsDeleteOps> top;
-    ASSERT_EQ(query(*open(u"IIS://localhost"), top), S_OK);
-    EXPECT_EQ(top->DeleteObject(0), E_ADS_BAD_PATHNAME);
+    EXPECT_EQ(open<IADsDeleteOps>(u"IIS://localhost")->DeleteObject(0), E_ADS_BAD_PATHNAME);
     std::filesystem::remove("metabase.txt");
     EXPECT_EQ(change(*open(u"IIS://localhost")), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(live.text(), Folder::noFile);
+    EXPECT_EQ(live.metabase(), Folder::noFile);
 }
 
 TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
@@ -142,84 +129,92 @@ TEST(Metabase, commitsALineForEachChangeAndEndsCanonical) {
     EXPECT_EQ(put(*box, u"Ports", u"p"), S_OK);
     Variant note;
     EXPECT_EQ(box->Get(Bstr(u"Note"), note.out()) | box->Put(Bstr(u"Note"), note.get()), S_OK);
-    EXPECT_EQ(put(*box, u"None", u"p"), E_ADS_PROPERTY_NOT_FOUND);
-    EXPECT_EQ(put(*box, u"MimeMap", u"p"), E_ADS_CANT_CONVERT_DATATYPE);
-    SafeArray noEntries(1);
-    noEntries[0] = Variant::ofString(Bstr(u"p")).detach();
-    EXPECT_EQ(box->Put(Bstr(u"MimeMap"), Variant::ofArray(noEntries.detach()).get()),
-              E_ADS_CANT_CONVERT_DATATYPE);
     EXPECT_EQ(box->SetInfo(), S_OK);
     EXPECT_EQ(box->SetInfo(), S_OK);
     EXPECT_EQ(titleOf(*box), u"a \"b\"");
-
-    ComPtr<IADsContainer> root;
-    EXPECT_EQ(query(*open(u"IIS://localhost"), root), S_OK);
+    const auto root = open<IADsContainer>(u"IIS://localhost");
     ComPtr<IDispatch> created;
     EXPECT_EQ(root->Create(Bstr(u"Box"), Bstr(u"a"), created.out()), S_OK);
-    const auto deleted = open(u"IIS://localhost/b/c");
-    EXPECT_EQ(root->Delete(Bstr(u"Box"), Bstr(u"b")), E_ADS_UNKNOWN_OBJECT);
     EXPECT_EQ(root->Delete(Bstr(u"Bin"), Bstr(u"b")), S_OK);
-    Bstr name;
-    EXPECT_EQ(deleted->get_Name(name.out()), E_ADS_OBJECT_UNBOUND);
-    EXPECT_EQ(deleted->SetInfo(), E_ADS_OBJECT_UNBOUND);
-
-    EXPECT_EQ(root->Create(Bstr(u"Box"), Bstr(u"a"), created.out()), E_ADS_OBJECT_EXISTS);
-    for (const std::u16string_view wrong :
-         {u""sv, u"p/q"sv, u"schema"sv, u"a\n"sv, u"\xDC00"sv, u"\xFFFE"sv, u"a\0"sv, u"\x85"sv})
-        EXPECT_EQ(root->Create(Bstr(u"Box"), Bstr(wrong), created.out()), E_ADS_BAD_PATHNAME);
-    EXPECT_EQ(root->Create(Bstr(u"None"), Bstr(u"n"), created.out()), E_ADS_SCHEMA_VIOLATION);
-
     const std::string changes =
         "+set \"localhost/b/c\" Title \"a \\\"b\\\"\" Ports \"p\" Note opaque(\"n\")\n"
         "+create \"localhost/a\" Box\n+delete \"localhost/b\"\n";
-    EXPECT_EQ(live.text(), head + tree + changes);
+    EXPECT_EQ(live.metabase(), head + tree + changes);
     live.end();
-    const std::string text = live.text();
+    const std::string text = live.metabase();
     EXPECT_EQ(text.substr(0, head.size() + 10), head + "metabase 1");
     EXPECT_EQ(text.substr(text.find("object")), "object \"localhost\" Box\nobject \"localhost/a\" Box\n  "
                                                 "KeyType \"Box\"\nobject \"localhost/x\" Leaf\n");
 }
 
 // A text that was set by a failure that was passed over doesn't appear for a later one of the same status.
-TEST(Metabase, setsTheTextOfEachFailure) {
+TEST(Metabase, refusesWithAStatusAndATextOfItsOwn) {
     const Live live(tree);
     const auto leaf = open(u"IIS://localhost/x");
-    const auto box = open(u"IIS://localhost/b/c");
-    ComPtr<IADsContainer> root;
-    ASSERT_EQ(query(*open(u"IIS://localhost"), root), S_OK);
+    const auto deleted = open(u"IIS://localhost/b/c");
+    const auto top = open(u"IIS://localhost");
+    const auto root = open<IADsContainer>(u"IIS://localhost");
+    const auto inherited = open<IISBaseObject>(u"IIS://localhost/x");
     ASSERT_EQ(root->Delete(Bstr(u"Bin"), Bstr(u"b")), S_OK);
+    const std::string before = live.metabase();
     ComPtr<IADsContainer> none;
-    ComPtr<IDispatch> created;
+    ComPtr<IDispatch> made;
+    Bstr name;
     Variant value;
     VARIANT vector{};
     vector.vt = VT_VECTOR;
     SafeArray list(1);
+    list[0] = Variant::ofString(Bstr(u"p")).detach();
+    const Variant noEntries = Variant::ofArray(list.detach());
     LONG second = 1;
-    const std::pair<std::function<HRESULT()>, std::string> failures[] = {
-        {[&] { return bindObject(u"IIS://localhost/none", none); }, "IIS://localhost/none doesn't exist"},
-        {[&] { return query(*leaf, none); }, "No such interface supported"},
-        {[&] { return leaf->GetEx(Bstr(u"Title"), value.out()); }, "The class Leaf has no property Title"},
-        {[&] { return put(*open(u"IIS://localhost"), u"MimeMap", u"\xFC\x20AC\n"); },
-         "A value of this kind can't be stored in MimeMap, which has the type mime: \"\xFC?\\n\""},
-        {[&] { return box->SetInfo(); }, "IIS://localhost/b/c has been deleted"},
-        {[&] { return root->Delete(Bstr(u"Box"), Bstr(u"x")); },
-         "IIS://localhost has no child x of the class Box"},
-        {[&] { return root->Create(Bstr(u"No"), Bstr(u"n"), created.out()); }, "The schema has no class No"},
-        {[&] { return root->Create(Bstr(u"Box"), Bstr(u"x"), created.out()); },
-         "IIS://localhost/x: the object exists already"},
-        {[&] { return VariantCopy(value.out(), &vector); },
-         "Bad variable type: no value can have type=\"4096\""},
-        {[&] { return VariantClear(&vector); }, "Bad variable type: no value can have type=\"4096\""},
-        {[&] { return SafeArrayGetLBound(list.get(), 2, &second); },
-         "Invalid index: the list has no such dimension"},
-        {[&] { return SafeArrayGetElement(list.get(), &second, value.out()); },
-         "Invalid index: the list has fewer elements"}};
-    for (const auto& [fail, text] : failures) {
-        const HRESULT status = fail();
+    const auto create = [&](const char16_t* className, std::u16string_view objectName) {
+        return root->Create(Bstr(className), Bstr(objectName), made.out());
+    };
+    const std::tuple<HRESULT, const char*, std::function<HRESULT()>> failures[] = {
+        {E_ADS_UNKNOWN_OBJECT, "IIS://localhost/none doesn't exist",
+         [&] { return bindObject(u"IIS://localhost/none", none); }},
+        {E_NOINTERFACE, "No such interface supported", [&] { return query(*leaf, none); }},
+        {E_ADS_BAD_PATHNAME, "The topmost object has no parent", [&] { return top->get_Parent(name.out()); }},
+        {E_ADS_PROPERTY_NOT_FOUND, "The class Leaf has no property Title",
+         [&] { return leaf->GetEx(Bstr(u"Title"), value.out()); }},
+        {E_ADS_PROPERTY_NOT_FOUND, "The class Leaf has no property Title",
+         [&] { return inherited->GetPropertyAttribObj(Bstr(u"Title"), made.out()); }},
+        {E_ADS_PROPERTY_NOT_FOUND, "The class Box has no property None",
+         [&] { return put(*top, u"None", u"p"); }},
+        {E_ADS_CANT_CONVERT_DATATYPE,
+         "A value of this kind can't be stored in MimeMap, which has the type mime: \"\xFC?\\n\"",
+         [&] { return put(*top, u"MimeMap", u"\xFC\x20AC\n"); }},
+        {E_ADS_CANT_CONVERT_DATATYPE,
+         "A value of this kind can't be stored in MimeMap, which has the type mime: \"p\"",
+         [&] { return top->Put(Bstr(u"MimeMap"), noEntries.get()); }},
+        {E_ADS_OBJECT_UNBOUND, "IIS://localhost/b/c has been deleted", [&] { return deleted->SetInfo(); }},
+        {E_ADS_OBJECT_UNBOUND, "IIS://localhost/b/c has been deleted",
+         [&] { return deleted->get_Name(name.out()); }},
+        {E_ADS_UNKNOWN_OBJECT, "IIS://localhost has no child x of the class Box",
+         [&] { return root->Delete(Bstr(u"Box"), Bstr(u"x")); }},
+        {E_ADS_SCHEMA_VIOLATION, "The schema has no class No", [&] { return create(u"No", u"n"); }},
+        {E_ADS_OBJECT_EXISTS, "IIS://localhost/x: the object exists already",
+         [&] { return create(u"Box", u"x"); }},
+        {E_ADS_BAD_PATHNAME, "IIS://localhost/p/q: this can't be the name of an object",
+         [&] { return create(u"Box", u"p/q"); }},
+        {DISP_E_BADVARTYPE, "Bad variable type: no value can have type=\"4096\"",
+         [&] { return VariantCopy(value.out(), &vector); }},
+        {DISP_E_BADVARTYPE, "Bad variable type: no value can have type=\"4096\"",
+         [&] { return VariantClear(&vector); }},
+        {DISP_E_BADINDEX, "Invalid index: the list has no such dimension",
+         [&] { return SafeArrayGetLBound(noEntries->parray, 2, &second); }},
+        {DISP_E_BADINDEX, "Invalid index: the list has fewer elements",
+         [&] { return SafeArrayGetElement(noEntries->parray, &second, value.out()); }}};
+    for (const auto& [status, text, call] : failures) {
         setStatusDetail(status, "an earlier one");
-        EXPECT_EQ(fail(), status);
+        EXPECT_EQ(call(), status) << text;
         EXPECT_EQ(statusText(status), text);
+        EXPECT_FALSE(made || none);
     }
+    for (const std::u16string_view wrong :
+         {u""sv, u"schema"sv, u"a\n"sv, u"\xDC00"sv, u"\xFFFE"sv, u"a\0"sv, u"\x85"sv})
+        EXPECT_EQ(create(u"Box", wrong), E_ADS_BAD_PATHNAME);
+    EXPECT_EQ(live.metabase(), before);
 }
 
 TEST(Metabase, detectsEditsThatLeaveTheSize) {
@@ -235,10 +230,10 @@ TEST(Metabase, detectsEditsThatLeaveTheSize) {
             const auto box = open(u"IIS://localhost/b/c");
             EXPECT_TRUE(!isAfterAChange || change(*box) == S_OK);
             edit();
-            const std::string edited = live.text();
+            const std::string edited = live.metabase();
             EXPECT_EQ(change(*box), HRESULT_FROM_WIN32(ERROR_FILE_INVALID)) << isAfterAChange;
             live.end();
-            EXPECT_EQ(live.text(), edited) << isAfterAChange;
+            EXPECT_EQ(live.metabase(), edited) << isAfterAChange;
         }
     }
 }
@@ -257,8 +252,8 @@ TEST(Metabase, rewritesTheFileOfALinkWithItsMode) {
     ASSERT_EQ(::stat("real/it", &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0640U);
     EXPECT_TRUE(std::filesystem::is_symlink("metabase.txt"));
-    EXPECT_NE(live.text().find("  Title \"t\"\n"), std::string::npos);
-    EXPECT_EQ(live.text().find('+'), std::string::npos);
+    EXPECT_NE(live.metabase().find("  Title \"t\"\n"), std::string::npos);
+    EXPECT_EQ(live.metabase().find('+'), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists("real/.it.rewrite"));
 }
 
