@@ -241,38 +241,34 @@ std::string syncTarget(const SystemCall& call, ino_t metabaseFile) {
 }
 
 TEST(Restore, endsWithItsChangesOnTheDisk) {
-    struct Case {
-        /// The call that fails, after the one before it.
-        std::string failing;
-        std::string synced;
-    };
-    const Case cases[] = {{"none", " new folder"},
-                          {"a second name", " metabase"},
-                          {"unlink open", " metabase"},
-                          {"fstat fchmod", " metabase"},
-                          {"fchmod fsync", " metabase"},
-                          {"stat rename", " new metabase"},
-                          {"rename open", " new file system"}};
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.failing);
+    // The call that fails, after the one before it, and what is synchronised.
+    const std::pair<std::string, std::string> cases[] = {{"none", " new folder"},
+                                                         {"a second name", " metabase"},
+                                                         {"unlink open", " metabase"},
+                                                         {"fstat fchmod", " metabase"},
+                                                         {"fchmod fsync", " metabase"},
+                                                         {"stat rename", " new metabase"},
+                                                         {"rename open", " new file system"}};
+    for (const auto& [failing, expected] : cases) {
+        SCOPED_TRACE(failing);
         const SweptServer server;
-        if (test.failing == "a second name")
+        if (failing == "a second name")
             std::filesystem::create_hard_link(server.path("metabase.txt"), server.path("second"));
         struct stat info {};
         ASSERT_EQ(::stat(server.path("metabase.txt").c_str(), &info), 0);
         std::string before;
         std::string synced;
-        const auto watch = [&](const SystemCall& call) {
+        const auto watch = [&, failing = failing](const SystemCall& call) {
             const std::string calls = before + " " + std::string(call.name);
             before = call.name;
-            if (calls == test.failing) return EIO;
+            if (calls == failing) return EIO;
             // What is written after a sync needs another one.
             if (call.bytes.starts_with('+')) synced.clear();
             if (call.name.find("sync") != std::string::npos) synced += syncTarget(call, info.st_ino);
             return 0;
         };
         EXPECT_EQ(restoreWith(server, 1, watch, true).exitCode, 0);
-        EXPECT_EQ(synced, test.synced);
+        EXPECT_EQ(synced, expected);
     }
 }
 

@@ -29,8 +29,6 @@ public:
         preparePlatform();
         EXPECT_EQ(CoInitializeEx(nullptr, 0), S_OK);
     }
-    Live(const Live&) = delete;
-    Live& operator=(const Live&) = delete;
     ~Live() { end(); }
     /// The orderly end of the run.
     void end() {

@@ -20,16 +20,8 @@ namespace {
 
 using Names = std::set<std::string>;
 
-/// A run of the program on the server of the sweeps.
-struct Scenario {
-    const char* name;
-    Arguments arguments;
-
-    friend std::ostream& operator<<(std::ostream& out, const Scenario& scenario) {
-        return out << scenario.name;
-    }
-};
-
+/// The name and the arguments of a run of the program on the server of the sweeps.
+using Scenario = std::pair<std::string, Arguments>;
 const Scenario scenarios[] = {{"backup", {"-backup", "-file", "made"}},
                               {"restore", {"-restore", "-debug", "5", "-file", "f"}},
                               {"dryRun", {"-restore", "-n", "-debug", "5", "-file", "f"}},
@@ -42,7 +34,7 @@ struct SweptRun : ServerRun {
 SweptRun runWith(const Scenario& scenario, const FaultPlan& plan) {
     const SweptServer server;
     server.keepLinesOfChanges();
-    return {runOn(server, scenario.arguments, plan)};
+    return {runOn(server, scenario.second, plan)};
 }
 
 /// What is printed from the first "Error" line on, folded. The context texts come with it.
@@ -273,6 +265,6 @@ TEST_P(Sweep, aSuccessThatDeliversNothingIsSurvived) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, Sweep, testing::ValuesIn(scenarios),
-                         [](const auto& test) { return std::string(test.param.name); });
+                         [](const auto& test) { return test.param.first; });
 
 } // namespace

@@ -21,10 +21,7 @@ std::string_view lastCall;
 int enumerations = 0;
 
 /// The names of queries in plans and logs.
-struct QueryName {
-    IID iid;
-    const char* name;
-};
+using QueryName = std::pair<IID, const char*>;
 const QueryName queryNames[] = {{IADs::iid, "query IADs"},
                                 {IDispatch::iid, "query IDispatch"},
                                 {IADsContainer::iid, "query IADsContainer"},
@@ -54,8 +51,8 @@ public:
 
     HRESULT QueryInterface(const IID& wanted, void** out) override {
         *out = nullptr;
-        const auto* known = std::ranges::find(queryNames, wanted, &QueryName::iid);
-        return intercept(known == std::end(queryNames) ? "query" : known->name, [&] {
+        const auto* known = std::ranges::find(queryNames, wanted, &QueryName::first);
+        return intercept(known == std::end(queryNames) ? "query" : known->second, [&] {
             void* found = nullptr;
             if (HRESULT status = inner_->QueryInterface(wanted, &found); status < 0) return status;
             static_cast<IUnknown*>(found)->Release();

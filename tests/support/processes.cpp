@@ -1,6 +1,7 @@
 #include "tests/support/processes.h"
 
 #include "com/text.h"
+#include "os/file.h"
 #include "platform.h"
 #include "src/skeinKeep.h"
 
@@ -20,31 +21,20 @@ namespace {
     std::abort();
 }
 
-/// A file in memory that gathers what is printed on one stream.
-class Sink {
-public:
-    Sink() : descriptor_(::memfd_create("stream", MFD_CLOEXEC)) {
-        if (descriptor_ < 0) fail("memfd_create");
-    }
-    Sink(const Sink&) = delete;
-    Sink& operator=(const Sink&) = delete;
-    ~Sink() { ::close(descriptor_); }
-
-    int descriptor() const { return descriptor_; }
-    std::string text() const { return readBytes("/proc/self/fd/" + std::to_string(descriptor_)); }
-
-private:
-    int descriptor_;
-};
-
+/// Files in memory that gather what is printed on the standard streams.
 struct Sinks {
-    Sink out;
-    Sink err;
+    Descriptor out{::memfd_create("out", MFD_CLOEXEC)};
+    Descriptor err{::memfd_create("err", MFD_CLOEXEC)};
 
     /// Leads the standard streams of this process into them.
     void connect() const {
-        ::dup2(out.descriptor(), STDOUT_FILENO);
-        ::dup2(err.descriptor(), STDERR_FILENO);
+        ::dup2(out.get(), STDOUT_FILENO);
+        ::dup2(err.get(), STDERR_FILENO);
+    }
+    Outcome outcome(int exitCode) const {
+        const std::string descriptors = "/proc/self/fd/";
+        return {exitCode, readBytes(descriptors + std::to_string(out.get())),
+                readBytes(descriptors + std::to_string(err.get()))};
     }
 };
 
@@ -62,7 +52,7 @@ Outcome runCopy(const Folder& folder, const std::function<int()>& body) {
     while (::waitpid(child, &status, 0) < 0) {
         if (errno != EINTR) fail("waitpid");
     }
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), sinks.out.text(), sinks.err.text()};
+    return sinks.outcome(WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status));
 }
 
 /// The terminated array of pointers that main and exec take.
@@ -81,19 +71,15 @@ public:
         flushAllStreams();
         sinks.connect();
     }
-    Capture(const Capture&) = delete;
-    Capture& operator=(const Capture&) = delete;
     ~Capture() {
         flushAllStreams();
-        ::dup2(out_, STDOUT_FILENO);
-        ::dup2(err_, STDERR_FILENO);
-        ::close(out_);
-        ::close(err_);
+        ::dup2(out_.get(), STDOUT_FILENO);
+        ::dup2(err_.get(), STDERR_FILENO);
     }
 
 private:
-    int out_ = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-    int err_ = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+    Descriptor out_{::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3)};
+    Descriptor err_{::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)};
 };
 
 } // namespace
@@ -153,7 +139,7 @@ Outcome runHere(const Folder& folder, const std::function<int()>& body) {
         const Capture capture(sinks);
         return body();
     }();
-    return {exitCode, sinks.out.text(), sinks.err.text()};
+    return sinks.outcome(exitCode);
 }
 
 Outcome runHere(const Folder& folder, const Arguments& arguments) {
