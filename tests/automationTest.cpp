@@ -122,7 +122,7 @@ TEST(Values, comeBackFromTheirTextsTheSameToTheBit) {
 }
 
 TEST(Values, areConvertedByTheirText) {
-    for (const TableCase& test : Table("value-changes.txt", {{"value", "type"}, {"gives", "status"}})) {
+    for (const TableCase& test : readTable("value-changes.txt", {{"value", "type"}, {"gives", "status"}})) {
         SCOPED_TRACE(test);
         Variant value = valueOf(test["value"]);
         const auto type = static_cast<VARTYPE>(test.number("type"));
@@ -151,7 +151,7 @@ Variant stringArray(std::initializer_list<const char16_t*> texts, LONG lower = 0
 }
 
 TEST(Values, areComparedByTheirOwnRules) {
-    for (const TableCase& test : Table("value-comparisons.txt", {{"a", "b"}, {"same"}})) {
+    for (const TableCase& test : readTable("value-comparisons.txt", {{"a", "b"}, {"same"}})) {
         EXPECT_EQ(cmpVariants(valueOf(test["a"]).get(), valueOf(test["b"]).get()),
                   test.has("same") ? comparedSame : comparedDifferent)
             << test;
@@ -173,7 +173,7 @@ std::string printed(const VARIANT& value) {
 }
 
 TEST(Values, arePrintedInReadableForm) {
-    for (const TableCase& test : Table("value-prints.txt", {{"value", "printed"}}))
+    for (const TableCase& test : readTable("value-prints.txt", {{"value", "printed"}}))
         EXPECT_EQ(printed(valueOf(test["value"]).get()), test["printed"]) << test;
     EXPECT_EQ(printed(ofType(VT_DISPATCH, 0)), "[VT_DISPATCH]");
     EXPECT_EQ(printed(ofType(VT_UNKNOWN, 0)), "[VT_UNKNOWN]");

@@ -53,7 +53,7 @@ TEST(Backup, leavesInheritedPropertiesOutWhenAsked) {
 }
 
 TEST(Backup, writesEveryTypeOfValue) {
-    for (const TableCase& test : Table("value-lines.txt", {{"value", "line"}})) {
+    for (const TableCase& test : readTable("value-lines.txt", {{"value", "line"}})) {
         const std::string made = backUp(oneValue(test["value"])).made;
         EXPECT_NE(made.find("<props>\n      " + test["line"] + "\n    </props>"), std::string::npos)
             << test << "\n"
@@ -63,7 +63,7 @@ TEST(Backup, writesEveryTypeOfValue) {
 
 TEST(Backup, stopsAtAPropertyOfAnotherType) {
     for (const TableCase& test :
-         Table("retyped-properties.txt", {{"read", "as", "status", "prints", "fileEnd"}})) {
+         readTable("retyped-properties.txt", {{"read", "as", "status", "prints", "fileEnd"}})) {
         SCOPED_TRACE(test);
         const ServerRun run =
             backUp(exampleMetabase, {}, retyped(test["read"], static_cast<VARTYPE>(test.number("as"))));

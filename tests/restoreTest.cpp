@@ -24,7 +24,7 @@ void expectNoChange(const std::string& file, const std::string& out, const std::
 }
 
 TEST(RestoreFiles, ofOtherFormsAreReadTheSameAndNoOthers) {
-    for (const TableCase& test : Table("backup-forms.txt", {{"file", "prints"}, {"stderr", "exit"}})) {
+    for (const TableCase& test : readTable("backup-forms.txt", {{"file", "prints"}, {"stderr", "exit"}})) {
         SCOPED_TRACE(test);
         expectNoChange(test["file"], test["prints"], test.get("stderr", ""), test.number("exit", "2"));
     }
@@ -59,8 +59,8 @@ TEST(RestoreFiles, thatCannotBeReadAreNamed) {
 }
 
 TEST(RestoreObjects, followTheRulesOfTheirClasses) {
-    for (const TableCase& test :
-         Table("objects.txt", {{"server", "file", "prints", "after"}, {"exit", "dryPrints", "dryExit"}})) {
+    for (const TableCase& test : readTable(
+             "objects.txt", {{"server", "file", "prints", "after"}, {"exit", "dryPrints", "dryExit"}})) {
         SCOPED_TRACE(test);
         const std::string before = metabaseWith(test["server"]);
         const std::string backup = backupFile(test["file"]);
@@ -87,8 +87,8 @@ TEST(RestoreObjects, warnOfChildrenBelowALeaf) {
 
 TEST(RestoreProperties, areComparedByTheirOwnRulesAndWrittenWhereTheyDiffer) {
     for (const TableCase& test :
-         Table("properties.txt",
-               {{"props", "prints"}, {"class", "values", "fails", "missing", "after", "stderr"}})) {
+         readTable("properties.txt",
+                   {{"props", "prints"}, {"class", "values", "fails", "missing", "after", "stderr"}})) {
         SCOPED_TRACE(test);
         FaultPlan plan;
         plan.call = test.get("fails", "none");
@@ -137,7 +137,8 @@ TEST(RestoreProperties, ofLongMapsArePairedEntryByEntry) {
 
 TEST(RestoreProperties, thatCannotBeParsedEndTheRun) {
     const std::string before = metabaseWith("IIsWebServer");
-    for (const TableCase& test : Table("unparsable-props.txt", {{"props", "prints"}, {"status", "text"}})) {
+    for (const TableCase& test :
+         readTable("unparsable-props.txt", {{"props", "prints"}, {"status", "text"}})) {
         SCOPED_TRACE(test);
         const ServerRun run = restore(before, backupFile("", test["props"]));
         EXPECT_EQ(folded(run.out, test.get("status", "80004005")), test["prints"]);

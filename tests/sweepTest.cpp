@@ -66,7 +66,7 @@ bool isChainOf(const TableCase& row, const SweptRun& run, const std::string& cha
 
 /// Expects one chain that a function which makes the call prints, with the status of the fault.
 void expectChain(const SweptRun& run, HRESULT status) {
-    static const Table rows("sweep-chains.txt", {{"function", "calls", "prints"}, {"levels"}});
+    static const auto rows = readTable("sweep-chains.txt", {{"function", "calls", "prints"}, {"levels"}});
     static const Names withoutStatus = {"MultiByteToWideChar", "SafeArrayCreate"};
     const std::string call(run.log.failed);
     const std::string chain = printedChain(run);

@@ -145,7 +145,7 @@ Text shown(IXMLDOMNode& node) {
 }
 
 TEST(Xml, readsWellFormedDocumentsAndRefusesAllElse) {
-    for (const TableCase& test : Table("xml-documents.txt", {{}, {"text", "tree", "refused"}})) {
+    for (const TableCase& test : readTable("xml-documents.txt", {{}, {"text", "tree", "refused"}})) {
         SCOPED_TRACE(test);
         const bool isRefused = test.has("refused");
         const ComPtr<IXMLDOMElement> root = rootOf(wide(isRefused ? test["refused"] : test["text"]));
@@ -209,7 +209,7 @@ Text shownQuery(IXMLDOMElement& element, const std::string& how, const Bstr& que
 TEST(Xml, returnsTheResultsOfQueries) {
     ComPtr<IXMLDOMElement> root;
     std::string how;
-    for (const TableCase& test : Table("xml-queries.txt", {{"result"}, {"how", "text", "query"}})) {
+    for (const TableCase& test : readTable("xml-queries.txt", {{"result"}, {"how", "text", "query"}})) {
         SCOPED_TRACE(test);
         if (test.has("text")) root = rootOf(wide(test["text"]));
         how = test.get("how", how);

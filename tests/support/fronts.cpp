@@ -41,13 +41,16 @@ void replaceByFront(VARIANT* value);
 /// Defines a method of a front.
 #define PASS(Interface, method, parameters, ...)                                                             \
     HRESULT method parameters override {                                                                     \
-        return this->pass(#Interface "::" #method, &Interface::method __VA_OPT__(, ) __VA_ARGS__);           \
+        return pass(#Interface "::" #method, &Interface::method __VA_OPT__(, ) __VA_ARGS__);                 \
     }
 
-/// Offers the interfaces that its inner object offers, and passes every call on to it.
-template <class... Interfaces> class FrontOf : public ComObject<Interfaces...> {
+/// The front of every object of the provider and of the document service, but for enumerators. Offers the
+/// interfaces that its inner object offers, and passes every call on to it.
+class Front final : public ComObject<IClassFactory, IADsClass, IADsContainer, IADsDeleteOps, IISBaseObject,
+                                     IISPropertyAttribute, IISMimeType, IISIPSecurity, IXMLDOMElement,
+                                     IXMLDOMDocument, IXMLDOMNodeList, IXMLDOMNamedNodeMap> {
 public:
-    explicit FrontOf(IUnknown& inner) : inner_(&inner) {}
+    explicit Front(IUnknown& inner) : inner_(&inner) {}
 
     HRESULT QueryInterface(const IID& wanted, void** out) override {
         *out = nullptr;
@@ -60,34 +63,13 @@ public:
             const IID& offered = wanted == IADs::iid          ? IADsClass::iid
                                  : wanted == IXMLDOMNode::iid ? IXMLDOMElement::iid
                                                               : wanted;
-            return ComObject<Interfaces...>::QueryInterface(offered, out);
+            return ComObject::QueryInterface(offered, out);
         });
     }
     PASS(IDispatch, GetIDsOfNames,
          (const IID& reserved, const OLECHAR* const* names, UINT count, LCID locale, DISPID* ids), reserved,
          names, count, locale, ids)
 
-protected:
-    template <class T, class... Parameters, class... Arguments>
-    HRESULT pass(const char* name, HRESULT (T::*method)(Parameters...), Arguments... arguments) {
-        return intercept(name, [&] {
-            ComPtr<T> inner;
-            (void)query(*inner_, inner);
-            const HRESULT status = (inner.get()->*method)(arguments...);
-            (replaceByFront(arguments), ...);
-            return status;
-        });
-    }
-
-private:
-    ComPtr<IUnknown> inner_;
-};
-
-/// The front of every object of the provider and of the document service, but for those below.
-struct Front final
-    : FrontOf<IClassFactory, IADsClass, IADsContainer, IADsDeleteOps, IISBaseObject, IISPropertyAttribute,
-              IISMimeType, IISIPSecurity, IXMLDOMElement, IXMLDOMDocument, IXMLDOMNodeList> {
-    using FrontOf::FrontOf;
     PASS(IADs, get_Name, (BSTR * out), out)
     PASS(IADs, get_Class, (BSTR * out), out)
     PASS(IADs, get_ADsPath, (BSTR * out), out)
@@ -142,15 +124,29 @@ struct Front final
     PASS(IXMLDOMDocument, put_async, (VARIANT_BOOL async), async)
     PASS(IXMLDOMDocument, loadXML, (BSTR text, VARIANT_BOOL* success), text, success)
     PASS(IXMLDOMDocument, get_documentElement, (IXMLDOMElement * *out), out)
-    PASS(IXMLDOMNodeList, get_length, (LONG * length), length)
     PASS(IXMLDOMNodeList, nextNode, (IXMLDOMNode * *out), out)
-};
-
-/// A method of a map has the name of one of a list.
-struct MapFront final : FrontOf<IXMLDOMNamedNodeMap> {
-    using FrontOf::FrontOf;
-    PASS(IXMLDOMNamedNodeMap, get_length, (LONG * length), length)
     PASS(IXMLDOMNamedNodeMap, get_item, (LONG index, IXMLDOMNode** out), index, out)
+    // A method of lists and one of maps.
+    HRESULT get_length(LONG* length) override {
+        ComPtr<IXMLDOMNodeList> list;
+        return query(*inner_, list) >= 0
+                   ? pass("IXMLDOMNodeList::get_length", &IXMLDOMNodeList::get_length, length)
+                   : pass("IXMLDOMNamedNodeMap::get_length", &IXMLDOMNamedNodeMap::get_length, length);
+    }
+
+private:
+    template <class T, class... Parameters, class... Arguments>
+    HRESULT pass(const char* name, HRESULT (T::*method)(Parameters...), Arguments... arguments) {
+        return intercept(name, [&] {
+            ComPtr<T> inner;
+            (void)query(*inner_, inner);
+            const HRESULT status = (inner.get()->*method)(arguments...);
+            (replaceByFront(arguments), ...);
+            return status;
+        });
+    }
+
+    ComPtr<IUnknown> inner_;
 };
 
 /// Enumerates the children that the inner enumerator has at the beginning.
@@ -186,11 +182,7 @@ template <std::derived_from<IDispatch> T> void replaceByFront(T** object) {
     if (*object == nullptr) return;
     const auto inner = ComPtr<T>::adopt(*object);
     void* made = nullptr;
-    if constexpr (std::same_as<T, IXMLDOMNamedNodeMap>) {
-        (void)makeObject<MapFront>(*inner)->QueryInterface(T::iid, &made);
-    } else {
-        (void)makeObject<Front>(*inner)->QueryInterface(T::iid, &made);
-    }
+    (void)makeObject<Front>(*inner)->QueryInterface(T::iid, &made);
     *object = static_cast<T*>(made);
 }
 

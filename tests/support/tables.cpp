@@ -41,20 +41,20 @@ void TableCase::add(const std::string& line) {
     const std::size_t blank = std::min(line.find(' '), line.size());
     const std::string key = line.substr(0, blank);
     std::string text = line.substr(std::min(blank + 1, line.size()));
-    if (!contains(keys_->required, key) && !contains(keys_->optional, key))
+    if (!contains(keys_.required, key) && !contains(keys_.optional, key))
         fail("the table has no key \"" + key + "\"");
     if (!unescape(text)) fail("a wrong escape in \"" + key + "\"");
     if (!texts_.emplace(key, text).second) fail("\"" + key + "\" twice in one case");
 }
 
 void TableCase::check() const {
-    for (const std::string& key : keys_->required) {
+    for (const std::string& key : keys_.required) {
         if (!texts_.contains(key)) fail("the case has no \"" + key + "\"");
     }
 }
 
 bool TableCase::has(const std::string& key) const {
-    if (!contains(keys_->optional, key)) fail("\"" + key + "\" isn't optional");
+    if (!contains(keys_.optional, key)) fail("\"" + key + "\" isn't optional");
     return texts_.contains(key);
 }
 
@@ -78,7 +78,8 @@ int TableCase::number(const std::string& key, const char* fallback) const {
 
 std::ostream& operator<<(std::ostream& out, const TableCase& test) { return out << test.place(); }
 
-Table::Table(const std::string& name, TableKeys keys) : keys_(std::move(keys)) {
+std::vector<TableCase> readTable(const std::string& name, const TableKeys& keys) {
+    std::vector<TableCase> cases;
     std::istringstream lines(testData(name));
     bool isInCase = false;
     int number = 0;
@@ -86,10 +87,11 @@ Table::Table(const std::string& name, TableKeys keys) : keys_(std::move(keys)) {
         ++number;
         if (line.starts_with('#')) continue;
         if (!line.empty() && !isInCase)
-            cases_.emplace_back("tests/data/" + name + ":" + std::to_string(number), keys_);
+            cases.emplace_back("tests/data/" + name + ":" + std::to_string(number), keys);
         isInCase = !line.empty();
-        if (isInCase) cases_.back().add(line);
+        if (isInCase) cases.back().add(line);
     }
-    if (cases_.size() < 2) throw std::runtime_error("tests/data/" + name + ": fewer than two cases");
-    for (const TableCase& test : cases_) test.check();
+    if (cases.size() < 2) throw std::runtime_error("tests/data/" + name + ": fewer than two cases");
+    for (const TableCase& test : cases) test.check();
+    return cases;
 }

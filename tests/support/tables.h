@@ -22,7 +22,7 @@ struct TableKeys {
 /// is an exception that names the case.
 class TableCase {
 public:
-    TableCase(std::string place, const TableKeys& keys) : place_(std::move(place)), keys_(&keys) {}
+    TableCase(std::string place, TableKeys keys) : place_(std::move(place)), keys_(std::move(keys)) {}
 
     /// Where the case begins, such as tests/data/objects.txt:17.
     const std::string& place() const { return place_; }
@@ -34,33 +34,21 @@ public:
     /// The decimal number of a key; with a fallback, of an optional key.
     int number(const std::string& key, const char* fallback = nullptr) const;
 
-private:
-    friend class Table;
-    [[noreturn]] void fail(const std::string& message) const;
-    /// Adds a line of the table.
+    /// For readTable: adds a line of the table, and expects that none is missing.
     void add(const std::string& line);
     void check() const;
 
+private:
+    [[noreturn]] void fail(const std::string& message) const;
+
     std::string place_;
-    const TableKeys* keys_;
+    TableKeys keys_;
     std::map<std::string, std::string> texts_;
 };
 
 /// Where a failure prints a case, it prints its place.
 std::ostream& operator<<(std::ostream& out, const TableCase& test);
 
-class Table {
-public:
-    /// Reads tests/data/`name`. A fault of the table is an exception that names the case: an unknown key, a
-    /// key twice, a missing key, a wrong escape; and so are fewer than two cases.
-    Table(const std::string& name, TableKeys keys);
-    Table(const Table&) = delete;
-    Table& operator=(const Table&) = delete;
-
-    std::vector<TableCase>::const_iterator begin() const { return cases_.begin(); }
-    std::vector<TableCase>::const_iterator end() const { return cases_.end(); }
-
-private:
-    TableKeys keys_;
-    std::vector<TableCase> cases_;
-};
+/// The cases in tests/data/`name`. A fault of the table is an exception that names the case: an unknown key,
+/// a key twice, a missing key, a wrong escape; and so are fewer than two cases.
+std::vector<TableCase> readTable(const std::string& name, const TableKeys& keys);
