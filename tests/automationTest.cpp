@@ -43,18 +43,13 @@ std::string textOf(const VARIANT& value) {
     return text;
 }
 
-bool isNan(const VARIANT& value) {
-    return (value.vt == VT_R4 && std::isnan(value.fltVal)) ||
-           ((value.vt == VT_R8 || value.vt == VT_DATE) && std::isnan(value.dblVal));
-}
-
 void expectSame(const VARIANT& value, const VARIANT& back, const std::string& way) {
     using Bits = std::array<std::uint64_t, 2>;
     ASSERT_EQ(back.vt, value.vt) << way;
     if (value.vt == VT_BSTR) {
         EXPECT_EQ(view(back.bstrVal), view(value.bstrVal)) << way;
-    } else if (isNan(value)) {
-        EXPECT_TRUE(isNan(back)) << way;
+    } else if (textOf(value).ends_with("nan")) {
+        EXPECT_TRUE(textOf(back).ends_with("nan")) << way;
     } else {
         EXPECT_EQ(std::bit_cast<Bits>(back), std::bit_cast<Bits>(value)) << way;
     }
@@ -181,6 +176,13 @@ TEST(Values, arePrintedInReadableForm) {
     EXPECT_EQ(printed(stringArray({u"a", u"b"}, -1).get()), "SAFEARRAY: 2 elements: a, b");
 }
 
+/// Expects that a call returns a status and prints nothing but the message.
+void expectRefused(const std::function<Status()>& call, HRESULT status, const std::string& message) {
+    const Outcome run = runHere(Folder(), call);
+    EXPECT_EQ(run.exitCode, status);
+    EXPECT_EQ(run.out + folded(run.err, hex(status)), message);
+}
+
 TEST(PropertyTable, hasHandlersThatNoPassCalls) {
     const Variant live = Variant::ofString(Bstr(u"live"));
     BackupProp prop;
@@ -192,10 +194,8 @@ TEST(PropertyTable, hasHandlersThatNoPassCalls) {
     for (const char16_t* name : {u"Any", u"KeyType"})
         EXPECT_EQ(printedOf(name, true) + printedOf(name, false), "livefile");
     for (const char16_t* name : {u"MimeMap", u"IPSecurity"}) EXPECT_EQ(printedOf(name, true), "");
-    const Outcome compare =
-        runHere(Folder(), [&] { return findPropInfo(u"AdminACL").cmpFn(live.get(), prop); });
-    EXPECT_EQ(compare.exitCode, E_NOTIMPL);
-    EXPECT_EQ(folded(compare.err, "80004001"), "{propInfo}unsupPropCmp not implemented yet");
+    expectRefused([&] { return findPropInfo(u"AdminACL").cmpFn(live.get(), prop); }, E_NOTIMPL,
+                  "{propInfo}unsupPropCmp not implemented yet");
 }
 
 TEST(Values, ofTypesThatNoProviderGivesAreRefused) {
@@ -213,18 +213,14 @@ TEST(Values, ofTypesThatNoProviderGivesAreRefused) {
     EXPECT_EQ(VariantCopy(copy.out(), &noList), S_OK);
     const SAFEARRAYBOUND tooFar{2, INT32_MAX};
     EXPECT_EQ(SafeArrayCreate(VT_VARIANT, 1, &tooFar), nullptr);
-    const VARIANT byReference = ofType(VT_BYREF | VT_I4, 0);
     const std::pair<VARIANT, std::string> cases[] = {
-        {byReference, "{dispUtils}Can't handle variant with extended type 0x4000 (full type 0x4003)"},
+        {ofType(VT_BYREF | VT_I4, 0),
+         "{dispUtils}Can't handle variant with extended type 0x4000 (full type 0x4003)"},
         {square, "{dispUtils}Multidimensional SAFEARRAYs not supported"}};
     for (const auto& [value, message] : cases) {
-        const Outcome compared = runHere(Folder(), [&value = value] { return cmpVariants(value, value); });
-        EXPECT_EQ(compared.exitCode, E_UNEXPECTED);
-        EXPECT_EQ(folded(compared.err, "8000FFFF"), message);
-        const Outcome print =
-            runHere(Folder(), [&value = value] { return printVariant(standardOutput(), value); });
-        EXPECT_EQ(print.exitCode, E_UNEXPECTED);
-        EXPECT_EQ(print.out + folded(print.err, "8000FFFF"), message);
+        expectRefused([&value = value] { return cmpVariants(value, value); }, E_UNEXPECTED, message);
+        expectRefused([&value = value] { return printVariant(standardOutput(), value); }, E_UNEXPECTED,
+                      message);
     }
     EXPECT_EQ(cmpVariants(ofType(VT_DISPATCH, 0), ofType(VT_DISPATCH, 0)), comparedSame);
 }

@@ -1,6 +1,6 @@
 // The scripts for administrators, and the sessions that the pages show.
 
-#include "tests/support/processes.h"
+#include "tests/support/servers.h"
 
 #include <algorithm>
 #include <array>
@@ -26,19 +26,8 @@ Outcome shell(const Folder& folder, const std::string& line, const std::string& 
 
 /// A server with values of its own and with a site that inherits them.
 std::string serverWith(const std::string& values) {
-    const std::string names = "(KeyType) (Text, List, Flag, Date, Count, Share, MimeMap)\n";
-    return "metabase 1\n"
-           "property KeyType string single local \"\"\n"
-           "property Text string single local \"\"\n"
-           "property List string list inheritable []\n"
-           "property Flag bool single inheritable true\n"
-           "property Date date single inheritable date:0\n"
-           "property Count ui4 single inheritable ui4:0\n"
-           "property Share r8 single inheritable r8:0\n"
-           "property MimeMap mime list inheritable mime()\n"
-           "class IIsComputer container nodeleteops " +
-           names + "class IIsWebServer container deleteops " + names + "object \"localhost\" IIsComputer\n" +
-           values + "object \"localhost/1\" IIsWebServer\n  Text \"\xC3\xA9\"\n";
+    return testData("script-schema.txt") + "object \"localhost\" IIsComputer\n" + values +
+           "object \"localhost/1\" IIsWebServer\n  Text \"\xC3\xA9\"\n";
 }
 
 /// A server's folder and a folder of backups.
@@ -186,9 +175,8 @@ Outcome graft(const Folder& folder, const std::string& fresh, const std::string&
 TEST(Graft, bringsBackOneObjectAndNothingElse) {
     const Folder folder;
     const std::string server = trickyServer();
-    folder.write("metabase.txt", server);
-    runHere(folder, {"-backup", "-file", "old.xml"});
-    const std::string old = folder.read("old.xml");
+    const std::string old = backUp(server).made;
+    folder.write("old.xml", old);
     for (const std::string& name : trickyNames) {
         for (const char* below : {"", "/b"}) {
             const std::string path = "IIS://localhost/" + name + below;
@@ -196,13 +184,10 @@ TEST(Graft, bringsBackOneObjectAndNothingElse) {
             // A change in a value and an object more, both of today, must stay.
             const std::string today =
                 server + "+set \"localhost\" Text \"today\"\n+create \"localhost/zz\" IIsWebServer\n";
-            folder.write("metabase.txt", today);
-            runHere(folder, {"-backup", "-file", "expected.xml"});
-            folder.write("metabase.txt", today + "+delete " + writtenPath(name + below) + "\n");
-            runHere(folder, {"-backup", "-file", "fresh.xml"});
+            folder.write("fresh.xml", backUp(today + "+delete " + writtenPath(name + below) + "\n").made);
             const Outcome mended = graft(folder, "fresh.xml", "old.xml", path);
             EXPECT_EQ(mended.exitCode, 0) << mended;
-            EXPECT_EQ(mended.out, folder.read("expected.xml"));
+            EXPECT_EQ(mended.out, backUp(today).made);
             EXPECT_EQ(mended.err, "");
         }
     }
@@ -216,10 +201,9 @@ TEST(Graft, bringsBackOneObjectAndNothingElse) {
 
 TEST(Graft, refusesWhatItCannotDoAndPrintsNothing) {
     const Folder folder;
-    folder.write("metabase.txt", trickyServer());
-    runHere(folder, {"-backup", "-file", "old.xml"});
-    runHere(folder, {"-backup", "-file", "site.xml", "-root", "IIS://localhost/1"});
-    const std::string old = folder.read("old.xml");
+    const std::string old = backUp(trickyServer()).made;
+    folder.write("old.xml", old);
+    folder.write("site.xml", backUp(trickyServer(), {"-root", "IIS://localhost/1"}).made);
     folder.write("cut.xml", old.substr(0, old.size() - 5));
     folder.write("utf8.xml", "<?xml version=\"1.0\" encoding=\"utf-8\"?>" + old.substr(old.find('\n')));
     // The fresh backup, the old one, the path and the message.
