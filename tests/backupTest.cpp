@@ -49,15 +49,14 @@ TEST(Backup, leavesInheritedPropertiesOutWhenAsked) {
     EXPECT_EQ(run.err,
               "Ignoring inherited property \"ExampleNumber\"\nIgnoring inherited property \"ExampleList\"\n"
               "Ignoring inherited property \"IPSecurity\"\n");
-    EXPECT_EQ(run.made.find("inherited"), std::string::npos);
+    EXPECT_FALSE(contains(run.made, "inherited"));
 }
 
 TEST(Backup, writesEveryTypeOfValue) {
     for (const TableCase& test : readTable("value-lines.txt", {{"value", "line"}})) {
         const std::string made = backUp(oneValue(test["value"])).made;
-        EXPECT_NE(made.find("<props>\n      " + test["line"] + "\n    </props>"), std::string::npos)
-            << test << "\n"
-            << made;
+        EXPECT_TRUE(contains(made, "<props>\n      " + test["line"] + "\n    </props>")) << test << "\n"
+                                                                                         << made;
     }
 }
 
@@ -66,7 +65,7 @@ TEST(Backup, stopsAtAPropertyOfAnotherType) {
          readTable("retyped-properties.txt", {{"read", "as", "status", "prints", "fileEnd"}})) {
         SCOPED_TRACE(test);
         const ServerRun run =
-            backUp(exampleMetabase, {}, retyped(test["read"], static_cast<VARTYPE>(test.number("as"))));
+            backUp(exampleMetabase, {}, retyped(test["read"], static_cast<VARTYPE>(std::stoi(test["as"]))));
         EXPECT_EQ(run.exitCode, 2);
         EXPECT_EQ(folded(run.err, test["status"]), test["prints"]);
         EXPECT_TRUE(run.made.ends_with(test["fileEnd"])) << run.made;
@@ -81,7 +80,7 @@ TEST(Backup, passesOverAnswersThatAreNoFailureUnlessTheyNeverEnd) {
     EXPECT_EQ(backUp(exampleMetabase, {}, patient).made, exampleBackup);
     // A null string isn't an empty one.
     const std::string nullText = backUp(exampleMetabase, {}, retyped("ExampleEmpty", VT_BSTR)).made;
-    EXPECT_NE(nullText.find("name=\"ExampleEmpty\" type=\"8\">&lt;unsupported/&gt;<"), std::string::npos);
+    EXPECT_TRUE(contains(nullText, "name=\"ExampleEmpty\" type=\"8\">&lt;unsupported/&gt;<"));
     patient.emptyAnswers = 1000;
     const ServerRun endless = backUp(exampleMetabase, {}, patient);
     EXPECT_EQ(endless.exitCode, 2);

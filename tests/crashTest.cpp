@@ -178,7 +178,7 @@ TEST(Restore, endsAtTheChangeThatTheSystemCannotMake) {
                 EXPECT_TRUE(lasting || server.read(".metabase.txt.rewrite") == Folder::noFile);
                 if (reached == "write+" && !lasting) {
                     EXPECT_EQ(run.exitCode, 2);
-                    EXPECT_NE(run.out.find(message), std::string::npos) << run;
+                    EXPECT_TRUE(contains(run.out, message)) << run;
                     EXPECT_TRUE(server.metabase().ends_with('\n'));
                 }
                 expectCompletable(server);
@@ -204,8 +204,7 @@ TEST(Restore, keepsToALimitOfTheFilesSize) {
             return exitCode;
         });
         EXPECT_EQ(run.exitCode, 2);
-        EXPECT_NE(run.out.find("Error 0x800700DF (metabase.txt: can't be written: File too large)"),
-                  std::string::npos)
+        EXPECT_TRUE(contains(run.out, "Error 0x800700DF (metabase.txt: can't be written: File too large)"))
             << run;
         expectCompletable(server);
     }
@@ -227,7 +226,7 @@ TEST(Crash, aFileThatCannotBeCutOffIsReported) {
     const SystemCallStop stop(
         1, [](const SystemCall& call) { return call.name == "ftruncate" ? EIO : 0; }, true);
     const std::string torn = runHere(server, restoring).out;
-    EXPECT_NE(torn.find("(metabase.txt: can't be written: Input/output error)"), std::string::npos) << torn;
+    EXPECT_TRUE(contains(torn, "(metabase.txt: can't be written: Input/output error)")) << torn;
     EXPECT_EQ(runHere(server, {"-backup", "-file", "made"}).err,
               "Can't open output file \"made\": Input/output error\n");
 }
@@ -264,7 +263,7 @@ TEST(Restore, endsWithItsChangesOnTheDisk) {
             if (calls == failing) return EIO;
             // What is written after a sync needs another one.
             if (call.bytes.starts_with('+')) synced.clear();
-            if (call.name.find("sync") != std::string::npos) synced += syncTarget(call, info.st_ino);
+            if (contains(call.name, "sync")) synced += syncTarget(call, info.st_ino);
             return 0;
         };
         EXPECT_EQ(restoreWith(server, 1, watch, true).exitCode, 0);
@@ -276,9 +275,7 @@ TEST(OutOfMemory, endsTheRunWithAMessageAndKeepsItsChanges) {
     if (isSanitized) GTEST_SKIP() << "a sanitizer reserves the address space";
     const std::string before = metabaseWith("IIsWebDirectory");
     const std::string after = metabaseWith(deepestTree());
-    const Server deep(after);
-    ASSERT_EQ(runHere(deep, {"-backup", "-file", "f"}).exitCode, 0);
-    const std::string file = deep.read("f");
+    const std::string file = backUp(after).made;
     const std::string lines = restoreIntoLines(Server(before, file));
     const std::pair<std::string, std::string> runs[] = {
         {"-backup -file b", after}, {"-restore -n -file f", before}, {"-restore -file f", before}};
@@ -322,14 +319,13 @@ struct Contest : Server {
 
 /// A restore that succeeded has made all its changes; one that failed has reported why and made none.
 void expectAllOrNothing(const Outcome& run, const std::string& state, const std::string& mark) {
-    const bool isFirst = state.find(mark) != std::string::npos;
+    const bool isFirst = contains(state, mark);
     const bool isBoth = state.find(mark) != state.rfind(mark);
     EXPECT_TRUE(run.exitCode == 0 ? isBoth : !isFirst) << mark << "\n" << state;
     const char* isLocked = "Error 0x80070021 (metabase.txt: another process is changing it)";
     const char* isAltered =
         "Error 0x800703EE (metabase.txt: has been changed by someone else since it was read)";
-    EXPECT_TRUE(run.exitCode == 0 || run.out.find(isLocked) != std::string::npos ||
-                run.out.find(isAltered) != std::string::npos)
+    EXPECT_TRUE(run.exitCode == 0 || contains(run.out, isLocked) || contains(run.out, isAltered))
         << mark << "\n"
         << run;
 }
@@ -365,8 +361,8 @@ TEST(Restore, keepsWhatAnEditorAppendsMeanwhile) {
         return 0;
     };
     const auto check = [&](const Contest& contest, const Outcome& run, const std::string& reached) {
-        EXPECT_EQ(stateOf(contest).find(">4711<") != std::string::npos, reached != "rename");
-        EXPECT_TRUE(run.exitCode == 0 || run.out.find("changed by someone else") != std::string::npos) << run;
+        EXPECT_EQ(contains(stateOf(contest), ">4711<"), reached != "rename");
+        EXPECT_TRUE(run.exitCode == 0 || contains(run.out, "changed by someone else")) << run;
         detected += run.exitCode != 0 ? 1 : 0;
     };
     atEachCall<Contest>(edit, check);

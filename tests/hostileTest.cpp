@@ -59,7 +59,7 @@ TEST_P(Damaged, filesHaveTheEffectOfTheirTextOrNone) {
         server.write("f", damaged);
         const Outcome run = runHere(server, restoring);
         const std::string after = server.metabase();
-        if (run.out.find("(probably a syntax error)") != std::string::npos) {
+        if (contains(run.out, "(probably a syntax error)")) {
             ++refused;
             EXPECT_EQ(run.exitCode, 2) << run;
             EXPECT_EQ(after, before) << "a text that is no document changed the server\n" << run;

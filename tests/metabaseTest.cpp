@@ -84,12 +84,11 @@ TEST(Metabase, readsBackWhatItWritesAndRefusesAllElse) {
         EXPECT_EQ(once.empty() ? once : canonical(once, error), once) << error;
     }
     const std::string printed = backUp(tree + "x\n").err;
-    EXPECT_NE(printed.find("(metabase.txt, line 16: expected property"), std::string::npos) << printed;
+    EXPECT_TRUE(contains(printed, "(metabase.txt, line 16: expected property")) << printed;
     const Folder folder;
     std::filesystem::create_symlink("none", folder.path("metabase.txt"));
     const std::string dangling = runHere(folder, {"-backup", "-file", "f"}).err;
-    EXPECT_NE(dangling.find("(metabase.txt: is a link to none, which doesn't"), std::string::npos)
-        << dangling;
+    EXPECT_TRUE(contains(dangling, "(metabase.txt: is a link to none, which doesn't")) << dangling;
 }
 
 TEST(Metabase, showsTheNamesOfClasses) {
@@ -250,8 +249,8 @@ TEST(Metabase, rewritesTheFileOfALinkWithItsMode) {
     ASSERT_EQ(::stat("real/it", &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0640U);
     EXPECT_TRUE(std::filesystem::is_symlink("metabase.txt"));
-    EXPECT_NE(live.metabase().find("  Title \"t\"\n"), std::string::npos);
-    EXPECT_EQ(live.metabase().find('+'), std::string::npos);
+    EXPECT_TRUE(contains(live.metabase(), "  Title \"t\"\n"));
+    EXPECT_FALSE(contains(live.metabase(), "+"));
     EXPECT_FALSE(std::filesystem::exists("real/.it.rewrite"));
 }
 

@@ -82,7 +82,7 @@ TEST(Nightly, acceptsWhatComesBackAndRejectsWhatDoesNot) {
             EXPECT_EQ(folder.backups(), printed.empty() ? accepted : std::set<std::string>{"rejected.xml"});
             EXPECT_EQ(run.out, "");
             EXPECT_EQ(run.err.empty(), printed.empty()) << run;
-            EXPECT_NE(run.err.find(printed), std::string::npos) << run;
+            EXPECT_TRUE(contains(run.err, printed)) << run;
         }
     }
 }
@@ -105,7 +105,7 @@ TEST(Nightly, reportsEachCauseInASentenceOfItsOwn) {
         const NightlyFolder folder(serverWith("  Text \"" + std::string(800, '&') + "\"\n"));
         const Outcome run = folder.night("2002-02-02", before);
         EXPECT_EQ(run.exitCode, 1) << run;
-        EXPECT_NE(run.err.find(sentence), std::string::npos) << run;
+        EXPECT_TRUE(contains(run.err, sentence)) << run;
         if (std::filesystem::exists(folder.path("kept of it"))) {
             EXPECT_EQ(folder.backups(), std::set<std::string>());
         }

@@ -39,8 +39,8 @@ SweptRun runWith(const Scenario& scenario, const FaultPlan& plan) {
 
 /// What is printed from the first "Error" line on, folded. The context texts come with it.
 std::string printedChain(const SweptRun& run) {
-    const std::string text = folded(run.out.find("Error 0x") != std::string::npos ? run.out : run.err,
-                                    run.errors.lines.at(0).status);
+    const std::string text =
+        folded(contains(run.out, "Error 0x") ? run.out : run.err, run.errors.lines.at(0).status);
     return text.substr(text.find('{'));
 }
 
@@ -71,8 +71,7 @@ void expectChain(const SweptRun& run, HRESULT status) {
     const std::string call(run.log.failed);
     const std::string chain = printedChain(run);
     const bool isKnown = std::ranges::any_of(rows, [&](const TableCase& row) {
-        return (", " + row["calls"] + ",").find(", " + call + ",") != std::string::npos &&
-               isChainOf(row, run, chain);
+        return contains(", " + row["calls"] + ",", ", " + call + ",") && isChainOf(row, run, chain);
     });
     EXPECT_TRUE(isKnown) << "no function that calls " << call << " prints this: " << chain;
     for (const ErrorLine& line : run.errors.lines)
@@ -112,9 +111,9 @@ bool isPassedOver(const SweptRun& run) {
     const ErrorLine first = run.errors.lines.empty() ? ErrorLine() : run.errors.lines[0];
     const std::string stem = first.stem();
     const bool isReportedOnce = run.errors.lines.size() == 1;
-    const auto prints = [&](const char* text) { return run.out.find(text) != std::string::npos; };
-    return call.find("IISBaseObject") != std::string::npos || call == "VarBstrCmp" ||
-           call.find("IISPropertyAttribute") != std::string::npos || call == "FormatMessageA" ||
+    const auto prints = [&](const char* text) { return contains(run.out, text); };
+    return contains(call, "IISBaseObject") || call == "VarBstrCmp" ||
+           contains(call, "IISPropertyAttribute") || call == "FormatMessageA" ||
            (call == "IADs::SetInfo" && changes.contains(std::string(run.log.before))) ||
            (call == "ADsFreeEnumerator" && stem != "restoreObj") ||
            (call == "IADs::get_ADsPath" && prints("\"<unknown name: get_ADsPath failed>\"")) ||
@@ -220,7 +219,7 @@ TEST_P(Sweep, aLastingFailureEndsTheRunAtTheFirstCallThatCounts) {
 
 TEST_P(Sweep, aMissingInterfaceIsNoFailureWhereItSaysThatThereIsNothingToDo) {
     sweep(everyCall(E_NOINTERFACE), [&](const SweptRun& run) {
-        const bool isCreate = run.out.find("Getting IADsContainer interface") != std::string::npos;
+        const bool isCreate = contains(run.out, "Getting IADsContainer interface");
         if (run.log.failed == "query IADsContainer" && !isCreate) {
             // No children: nothing is done below the object, and nothing else is different.
             EXPECT_EQ(run.exitCode, 0);

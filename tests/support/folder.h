@@ -2,6 +2,11 @@
 #pragma once
 
 #include <string>
+#include <string_view>
+
+inline bool contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
 
 /// The bytes of a file; Folder::noFile if there is none.
 std::string readBytes(const std::string& path);
