@@ -33,13 +33,16 @@ struct Damage {
     int kept = 0;
     int inverted = 0;
 };
-class Damaged : public testing::TestWithParam<Damage> {};
+const Damage damages[] = {{"cutOff", true},
+                          {"lowBit", false, 0xFF, 0x01},
+                          {"otherCase", false, 0xFF, 0x20},
+                          {"highBit", false, 0xFF, 0x80},
+                          {"nul", false},
+                          {"lessThan", false, 0, '<'},
+                          {"quote", false, 0, '"'}};
 
-INSTANTIATE_TEST_SUITE_P(, Damaged,
-                         testing::Values(Damage{"cutOff", true}, Damage{"lowBit", false, 0xFF, 0x01},
-                                         Damage{"otherCase", false, 0xFF, 0x20},
-                                         Damage{"highBit", false, 0xFF, 0x80}, Damage{"nul", false},
-                                         Damage{"lessThan", false, 0, '<'}, Damage{"quote", false, 0, '"'}),
+class Damaged : public testing::TestWithParam<Damage> {};
+INSTANTIATE_TEST_SUITE_P(, Damaged, testing::ValuesIn(damages),
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST_P(Damaged, filesHaveTheEffectOfTheirTextOrNone) {

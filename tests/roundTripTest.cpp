@@ -12,16 +12,9 @@ namespace {
 /// A backup without what a restore doesn't bring back: whether a value is inherited, and the properties that
 /// are never restored.
 std::string restorablePart(std::string backup) {
-    const std::pair<const char*, char> others[] = {{" inherited=\"true\"", '>'},
-                                                   {"<prop name=\"KeyType\" type", '\n'},
-                                                   {"<prop name=\"ServerState\" type", '\n'},
-                                                   {"<prop name=\"AdminACL\" type", '\n'},
-                                                   {"<prop name=\"RelayIpList\" type", '\n'}};
-    for (const auto& [begin, end] : others) {
-        for (std::size_t at = 0; (at = backup.find(begin, at)) != std::string::npos;)
-            backup.erase(at, backup.find(end, at) - at);
-    }
-    return backup;
+    for (const char* name : {"KeyType", "ServerState", "AdminACL", "RelayIpList"})
+        backup = without(backup, std::string("<prop name=\"") + name + "\" type", '\n');
+    return without(backup, " inherited=\"true\"", '>');
 }
 
 /// Backs a server up and brings another one into line with it.

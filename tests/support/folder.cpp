@@ -5,6 +5,12 @@
 #include <fstream>
 #include <sstream>
 
+std::string without(std::string text, const std::string& part, char end) {
+    for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos;)
+        text.erase(at, text.find(end, at + part.size()) - at);
+    return text;
+}
+
 std::string readBytes(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream text;

@@ -8,6 +8,9 @@ inline bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
 
+/// The text without each `part` and what follows it up to `end`.
+std::string without(std::string text, const std::string& part, char end);
+
 /// The bytes of a file; Folder::noFile if there is none.
 std::string readBytes(const std::string& path);
 
