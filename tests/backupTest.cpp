@@ -34,9 +34,7 @@ FaultPlan retyped(const std::string& property, VARTYPE type) {
 
 TEST(Backup, writesTheExampleByteForByte) {
     const Server server(exampleMetabase, std::string(100000, 'x'));
-    const Outcome run = runProgram(server, {"-backup", "-file", "f"});
-    EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.out + run.err, "");
+    EXPECT_EQ(runProgram(server, {"-backup", "-file", "f"}), Outcome());
     EXPECT_EQ(server.read("f"), exampleBackup);
     EXPECT_EQ(server.metabase(), exampleMetabase);
 }
@@ -66,8 +64,7 @@ TEST(Backup, stopsAtAPropertyOfAnotherType) {
         SCOPED_TRACE(test);
         const ServerRun run =
             backUp(exampleMetabase, {}, retyped(test["read"], static_cast<VARTYPE>(std::stoi(test["as"]))));
-        EXPECT_EQ(run.exitCode, 2);
-        EXPECT_EQ(folded(run.err, test["status"]), test["prints"]);
+        EXPECT_EQ(folded(run, test["status"]), (Outcome{2, "", test["prints"]}));
         EXPECT_TRUE(run.made.ends_with(test["fileEnd"])) << run.made;
     }
 }
@@ -82,9 +79,8 @@ TEST(Backup, passesOverAnswersThatAreNoFailureUnlessTheyNeverEnd) {
     const std::string nullText = backUp(exampleMetabase, {}, retyped("ExampleEmpty", VT_BSTR)).made;
     EXPECT_TRUE(contains(nullText, "name=\"ExampleEmpty\" type=\"8\">&lt;unsupported/&gt;<"));
     patient.emptyAnswers = 1000;
-    const ServerRun endless = backUp(exampleMetabase, {}, patient);
-    EXPECT_EQ(endless.exitCode, 2);
-    EXPECT_EQ(folded(endless.err, "8000FFFF"), "{backup}{backup}{backup}");
+    EXPECT_EQ(folded(backUp(exampleMetabase, {}, patient), "8000FFFF"),
+              (Outcome{2, "", "{backup}{backup}{backup}"}));
 }
 
 TEST(Backup, namesTheFileThatCannotBeOpened) {
@@ -95,9 +91,7 @@ TEST(Backup, namesTheFileThatCannotBeOpened) {
         {"metabase.txt", "Can't open output file \"metabase.txt\": Device or resource busy\n"},
         {"./metabase.txt", "Can't open output file \"./metabase.txt\": Device or resource busy\n"}};
     for (const auto& [name, message] : cases) {
-        const Outcome run = runProgram(server, {"-backup", "-file", name});
-        EXPECT_EQ(run.exitCode, 2) << name;
-        EXPECT_EQ(run.err, message);
+        EXPECT_EQ(runProgram(server, {"-backup", "-file", name}), (Outcome{2, "", message})) << name;
         EXPECT_EQ(server.metabase(), exampleMetabase) << name;
     }
     const Folder empty;
@@ -114,8 +108,8 @@ TEST(Backup, reportsARootThatDoesNotExist) {
         {"IIS://localhost/", "80005004"},   {"IIS://", "80005004"},          {"x", "800401E4"}};
     for (const auto& [root, status] : cases) {
         const ServerRun run = backUp(exampleMetabase, {"-root", root});
-        EXPECT_EQ(run.exitCode, 2) << root;
-        EXPECT_EQ(folded(run.err, status), "{backup}Connecting to IIS via ADSI{backup}") << root;
+        EXPECT_EQ(folded(run, status), (Outcome{2, "", "{backup}Connecting to IIS via ADSI{backup}"}))
+            << root;
         EXPECT_EQ(run.made, "<?xml version=\"1.0\" ?>\n<metabase version=\"1.0.0\">\n") << root;
     }
 }

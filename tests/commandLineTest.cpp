@@ -27,10 +27,7 @@ TEST(CommandLine, printsTheUsageForAWrongLineAndTouchesNoFile) {
                              "-backup -file f -root", "-backup -file f -log", "-backup -file f -debug",
                              "-backup -file f -nx", "-backup -file f -N", "-backup -file f f"}) {
         const Server server(sampleMetabase(), "as it was");
-        const Outcome run = runLine(server, line);
-        EXPECT_EQ(run.exitCode, 1) << line;
-        EXPECT_EQ(run.err, usageText) << line;
-        EXPECT_EQ(run.out, "") << line;
+        EXPECT_EQ(runLine(server, line), (Outcome{1, "", usageText})) << line;
         EXPECT_EQ(server.read("f"), "as it was") << line;
     }
 }
@@ -50,9 +47,7 @@ TEST(CommandLine, takesOptionsInAnyOrderAndOperandsAsTheyAre) {
     for (const auto& [line, file, isWhole] : cases) {
         SCOPED_TRACE(line);
         const Server server(sampleMetabase(), "as it was");
-        const Outcome run = runLine(server, line);
-        EXPECT_EQ(run.exitCode, 0) << run;
-        EXPECT_EQ(run.out + run.err, "");
+        EXPECT_EQ(runLine(server, line), Outcome());
         EXPECT_EQ(server.read("l"), Folder::noFile);
         EXPECT_EQ(server.read(file) == plain.read("f"), isWhole);
     }

@@ -10,16 +10,13 @@
 
 namespace {
 
-/// Expects that a restore and a dry run of the file print these texts, and change nothing.
-void expectNoChange(const std::string& file, const std::string& out, const std::string& err,
-                    const std::string& exitCode = "2") {
+/// Expects that a restore and a dry run of the file come to this, and change nothing.
+void expectNoChange(const std::string& file, const Outcome& expected) {
     const std::string before = metabaseWith("IIsComputer A:IIsWebFile");
     const Arguments ignored = {"-root", "IIS://nowhere", "-noinherit", "-force"};
     for (const Arguments& options : {Arguments{}, Arguments{"-n"}, ignored}) {
         const ServerRun run = restore(before, file, options);
-        EXPECT_EQ(folded(run.out), out);
-        EXPECT_EQ(run.err, err);
-        EXPECT_EQ(std::to_string(run.exitCode), exitCode);
+        EXPECT_EQ(folded(run), expected);
         EXPECT_EQ(run.metabase, before);
     }
 }
@@ -27,7 +24,8 @@ void expectNoChange(const std::string& file, const std::string& out, const std::
 TEST(RestoreFiles, ofOtherFormsAreReadTheSameAndNoOthers) {
     for (const TableCase& test : readTable("backup-forms.txt", {{"file", "prints"}, {"stderr", "exit"}})) {
         SCOPED_TRACE(test);
-        expectNoChange(test["file"], test["prints"], test.get("stderr", ""), test.get("exit", "2"));
+        expectNoChange(test["file"],
+                       {std::stoi(test.get("exit", "2")), test["prints"], test.get("stderr", "")});
     }
 }
 
@@ -35,11 +33,10 @@ TEST(RestoreFiles, withAStartTagTooLongForTheMessageAreRefused) {
     const std::string tag = "<obj path=\"IIS://localhost\"";
     for (const std::size_t length : {8190U, 8191U}) {
         const std::string whole = tag + " a=\"" + std::string(length - tag.size() - 5, 'x') + "\"";
-        expectNoChange("<x version=\"1\">" + whole + " b=\"\"><children/></obj></x>",
-                       "Node " + (length == 8190 ? whole : tag) +
-                           "> must have exactly one \"props\" child node; it has has 0\n" +
-                           "{80004005 restore}{80004005 restore}",
-                       "");
+        const std::string printed = "Node " + (length == 8190 ? whole : tag) +
+                                    "> must have exactly one \"props\" child node; it has has 0\n" +
+                                    "{80004005 restore}{80004005 restore}";
+        expectNoChange("<x version=\"1\">" + whole + " b=\"\"><children/></obj></x>", {2, printed, ""});
     }
 }
 
@@ -53,9 +50,8 @@ TEST(RestoreFiles, thatCannotBeReadAreNamed) {
         {"folder", "Unexpected error opening: \"folder\": Is a directory"},
         {"large", "Read 0 bytes from \"large\", expected to read 2147483648"}};
     for (const auto& [name, message] : cases) {
-        const Outcome run = runProgram(server, {"-restore", "-file", name});
-        EXPECT_EQ(folded(run.out, "8000FFFF"), std::string("{xmlUtils}") + message + "{restore}");
-        EXPECT_EQ(run.exitCode, 2) << name;
+        EXPECT_EQ(folded(runProgram(server, {"-restore", "-file", name}), "8000FFFF"),
+                  (Outcome{2, std::string("{xmlUtils}") + message + "{restore}", ""}));
     }
 }
 
@@ -67,14 +63,12 @@ TEST(RestoreObjects, followTheRulesOfTheirClasses) {
         const std::string backup = backupFile(test["file"]);
         // At this level no warning is printed.
         const ServerRun dry = restore(before, backup, {"-n", "-debug", "-1"});
-        EXPECT_EQ(folded(dry.out), test.get("dryPrints", test["prints"]));
-        EXPECT_EQ(std::to_string(dry.exitCode), test.get("dryExit", test.get("exit", "0")));
-        EXPECT_EQ(dry.err, "");
+        const int exitCode = std::stoi(test.get("exit", "0"));
+        const int dryExitCode = std::stoi(test.get("dryExit", test.get("exit", "0")));
+        EXPECT_EQ(folded(dry), (Outcome{dryExitCode, test.get("dryPrints", test["prints"]), ""}));
         EXPECT_EQ(dry.metabase, before);
         const ServerRun real = restore(before, backup);
-        EXPECT_EQ(folded(real.out), test["prints"]);
-        EXPECT_EQ(real.err, test.get("stderr", ""));
-        EXPECT_EQ(std::to_string(real.exitCode), test.get("exit", "0"));
+        EXPECT_EQ(folded(real), (Outcome{exitCode, test["prints"], test.get("stderr", "")}));
         EXPECT_EQ(real.metabase, metabaseWith(test["after"]));
     }
 }
@@ -135,10 +129,9 @@ TEST(RestoreProperties, thatCannotBeParsedEndTheRun) {
          readTable("unparsable-props.txt", {{"props", "prints"}, {"status", "text"}})) {
         SCOPED_TRACE(test);
         const ServerRun run = restore(before, backupFile("", test["props"]));
-        EXPECT_EQ(folded(run.out, test.get("status", "80004005")), test["prints"]);
+        EXPECT_EQ(folded(run, test.get("status", "80004005")), (Outcome{2, test["prints"], ""}));
         for (const ErrorLine& line : errorChain(run.out).lines)
             EXPECT_EQ(line.text, test.get("text", line.text));
-        EXPECT_EQ(run.exitCode, 2);
         EXPECT_EQ(run.metabase, before);
     }
 }
@@ -166,7 +159,7 @@ TEST(Restore, refusesALiveTreeThatChangesUnderIt) {
         SCOPED_TRACE(enumeration);
         const ServerRun run = restore(before, backupFile(objElement("N", "IIsWebFile")), {},
                                       {.withoutFirstChild = enumeration});
-        EXPECT_EQ(folded(run.out, "8000FFFF"), "{restoreObj}{restore}{restore}");
+        EXPECT_EQ(folded(run, "8000FFFF"), (Outcome{2, "{restoreObj}{restore}{restore}", ""}));
         EXPECT_EQ(run.metabase, before);
     }
 }

@@ -35,6 +35,10 @@ std::string folded(const std::string& text, const std::string& usual) {
     return all + chain.after;
 }
 
+Outcome folded(const Outcome& run, const std::string& usual) {
+    return {run.exitCode, folded(run.out, usual), folded(run.err, usual)};
+}
+
 std::string statusText(HRESULT status) {
     char* buffer = nullptr;
     const DWORD length = FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "com/status.h"
+#include "tests/support/processes.h"
 
 #include <string>
 #include <vector>
@@ -27,6 +28,9 @@ ErrorChain errorChain(const std::string& printed);
 
 /// The text with a stem in braces in place of each "Error" line, after the status unless that is `usual`.
 std::string folded(const std::string& text, const std::string& usual = "80070005");
+
+/// A run with both streams folded.
+Outcome folded(const Outcome& run, const std::string& usual = "80070005");
 
 /// The system's text of a status, without its line end.
 std::string statusText(HRESULT status);

@@ -49,9 +49,7 @@ Outcome runCopy(const Folder& folder, const std::function<int()>& body) {
         std::exit(body());
     }
     int status = 0;
-    while (::waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) fail("waitpid");
-    }
+    if (::waitpid(child, &status, 0) != child) fail("waitpid");
     return sinks.outcome(WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status));
 }
 

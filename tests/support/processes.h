@@ -22,6 +22,8 @@ struct Outcome {
     int exitCode = 0;
     std::string out;
     std::string err;
+
+    bool operator==(const Outcome&) const = default;
 };
 std::ostream& operator<<(std::ostream& stream, const Outcome& run);
 
