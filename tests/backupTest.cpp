@@ -5,7 +5,6 @@
 #include "tests/support/servers.h"
 #include "tests/support/tables.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {

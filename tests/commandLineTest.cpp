@@ -3,7 +3,6 @@
 #include "com/runtime.h"
 #include "os/stream.h"
 #include "src/dispUtils.h"
-#include "tests/support/errorLines.h"
 #include "tests/support/servers.h"
 
 #include <gtest/gtest.h>

@@ -4,8 +4,6 @@
 #include "tests/support/servers.h"
 
 #include <chrono>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
 
@@ -99,18 +97,6 @@ struct Monster {
     friend std::ostream& operator<<(std::ostream& out, const Monster& monster) { return out << monster.name; }
 };
 
-void writeMonster(const Folder& folder, const Monster& monster) {
-    std::ofstream out(folder.path("f"), std::ios::binary);
-    const std::size_t mark = std::min(monster.item.find('#'), monster.item.size());
-    out << monster.head;
-    for (int i = 0; i < monster.count; ++i) {
-        out << monster.item.substr(0, mark);
-        if (mark < monster.item.size()) out << many + i << monster.item.substr(mark + 1);
-    }
-    for (int i = 0; i < monster.count; ++i) out << monster.itemEnd;
-    out << monster.tail;
-}
-
 std::vector<Monster> monsters() {
     const auto splitAfter = [](const std::string& place) {
         const std::string whole = backupFile("", "<prop name=\"Title\" type=\"8\">text</prop>");
@@ -150,16 +136,24 @@ TEST_P(Monstrous, filesTakeTheTimeAndMemoryThatTheirSizeExplains) {
     // Not in memory, which may be too small.
     const Folder folder;
     folder.write("metabase.txt", metabaseWith("IIsWebServer D:IIsWebDirectory V:IIsWebDirectory"));
-    writeMonster(folder, GetParam());
-    const auto size = std::filesystem::file_size(folder.path("f"));
+    const Monster& monster = GetParam();
+    const std::size_t mark = std::min(monster.item.find('#'), monster.item.size());
+    std::string file = monster.head;
+    for (int i = 0; i < monster.count; ++i) {
+        file.append(monster.item, 0, mark);
+        if (mark < monster.item.size()) file.append(std::to_string(many + i)).append(monster.item, mark + 1);
+    }
+    for (int i = 0; i < monster.count; ++i) file += monster.itemEnd;
+    file += monster.tail;
+    folder.write("f", file);
     // More memory than that, in KB, and the run ends with "Out of memory". A sanitizer needs a multiple.
-    const std::string limit = isSanitized ? "unlimited" : std::to_string(20 * size / 1024 + 32768);
+    const std::string limit = isSanitized ? "unlimited" : std::to_string(20 * file.size() / 1024 + 32768);
     Arguments arguments = {"-restore", "-file", "f"};
-    arguments.insert(arguments.end(), GetParam().options.begin(), GetParam().options.end());
+    arguments.insert(arguments.end(), monster.options.begin(), monster.options.end());
     const auto begin = std::chrono::steady_clock::now();
     const Outcome run = runProgram(folder, arguments, "ulimit -v " + limit + R"(; exec "$0" "$@")");
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
-    EXPECT_EQ(run.exitCode, GetParam().exitCode) << run.err;
+    EXPECT_EQ(run.exitCode, monster.exitCode) << run.err;
     EXPECT_LT(seconds.count(), 60);
 }
 

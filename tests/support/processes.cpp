@@ -5,7 +5,6 @@
 #include "platform.h"
 #include "src/skeinKeep.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>

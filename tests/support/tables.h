@@ -5,7 +5,6 @@
 // comments.
 #pragma once
 
-#include <cstddef>
 #include <iosfwd>
 #include <map>
 #include <string>
