@@ -41,7 +41,7 @@ void TableCase::add(const std::string& line) {
     const std::size_t blank = std::min(line.find(' '), line.size());
     const std::string key = line.substr(0, blank);
     std::string text = line.substr(std::min(blank + 1, line.size()));
-    if (!contains(keys_.required, key) && !contains(keys_.optional, key))
+    if (!contains(keys_.required, key) && !contains(keys_.optional, key) && !contains(keys_.oneOf, key))
         fail("the table has no key \"" + key + "\"");
     if (!unescape(text)) fail("a wrong escape in \"" + key + "\"");
     if (!texts_.emplace(key, text).second) fail("\"" + key + "\" twice in one case");
@@ -51,10 +51,13 @@ void TableCase::check() const {
     for (const std::string& key : keys_.required) {
         if (!texts_.contains(key)) fail("the case has no \"" + key + "\"");
     }
+    const auto isHere = [this](const std::string& key) { return texts_.contains(key); };
+    if (!keys_.oneOf.empty() && std::ranges::count_if(keys_.oneOf, isHere) != 1)
+        fail("the case needs exactly one of its expectations");
 }
 
 bool TableCase::has(const std::string& key) const {
-    if (!contains(keys_.optional, key)) fail("\"" + key + "\" isn't optional");
+    if (!contains(keys_.optional, key) && !contains(keys_.oneOf, key)) fail("\"" + key + "\" isn't optional");
     return texts_.contains(key);
 }
 

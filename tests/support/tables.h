@@ -15,6 +15,8 @@ struct TableKeys {
     /// Each case has all of these.
     std::vector<std::string> required;
     std::vector<std::string> optional = {};
+    /// Each case has exactly one of these, if there are any.
+    std::vector<std::string> oneOf = {};
 };
 
 /// One case. Asking it for a key that the table doesn't declare, or for a required text as an optional one,
