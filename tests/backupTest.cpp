@@ -55,6 +55,8 @@ TEST(Backup, writesEveryTypeOfValue) {
         EXPECT_TRUE(contains(made, "<props>\n      " + test["line"] + "\n    </props>")) << test << "\n"
                                                                                          << made;
     }
+    const std::string longText(10'000, 'x');
+    EXPECT_TRUE(contains(backUp(oneValue('"' + longText + '"')).made, '>' + longText + '<'));
 }
 
 TEST(Backup, stopsAtAPropertyOfAnotherType) {
