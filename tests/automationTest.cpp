@@ -121,7 +121,7 @@ TEST(Values, areConvertedByTheirText) {
          readTable("value-changes.txt", {{"value", "type"}, {}, {"gives", "status"}})) {
         SCOPED_TRACE(test);
         Variant value = valueOf(test["value"]);
-        const auto type = static_cast<VARTYPE>(std::stoi(test["type"]));
+        const auto type = static_cast<VARTYPE>(test.number("type"));
         setStatusDetail(DISP_E_TYPEMISMATCH, "an earlier one");
         const HRESULT status = VariantChangeType(&value.get(), &value.get(), 0, type);
         EXPECT_EQ(hex(status), test.get("status", "0"));
@@ -148,7 +148,7 @@ Variant stringArray(std::initializer_list<const char16_t*> texts, LONG lower = 0
 
 TEST(Values, areComparedByTheirOwnRules) {
     for (const TableCase& test : readTable("value-comparisons.txt", {{"a", "b", "result"}})) {
-        EXPECT_EQ(cmpVariants(valueOf(test["a"]).get(), valueOf(test["b"]).get()), std::stoi(test["result"]))
+        EXPECT_EQ(cmpVariants(valueOf(test["a"]).get(), valueOf(test["b"]).get()), test.number("result"))
             << test;
     }
     const std::tuple<Variant, Variant, int> cases[] = {

@@ -64,7 +64,7 @@ TEST(Backup, stopsAtAPropertyOfAnotherType) {
          readTable("retyped-properties.txt", {{"read", "as", "status", "prints", "fileEnd"}})) {
         SCOPED_TRACE(test);
         const ServerRun run =
-            backUp(exampleMetabase, {}, retyped(test["read"], static_cast<VARTYPE>(std::stoi(test["as"]))));
+            backUp(exampleMetabase, {}, retyped(test["read"], static_cast<VARTYPE>(test.number("as"))));
         EXPECT_EQ(folded(run, test["status"]), (Outcome{2, "", test["prints"]}));
         EXPECT_TRUE(run.made.ends_with(test["fileEnd"])) << run.made;
     }

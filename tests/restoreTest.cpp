@@ -24,8 +24,7 @@ void expectNoChange(const std::string& file, const Outcome& expected) {
 TEST(RestoreFiles, ofOtherFormsAreReadTheSameAndNoOthers) {
     for (const TableCase& test : readTable("backup-forms.txt", {{"file", "prints"}, {"stderr", "exit"}})) {
         SCOPED_TRACE(test);
-        expectNoChange(test["file"],
-                       {std::stoi(test.get("exit", "2")), test["prints"], test.get("stderr", "")});
+        expectNoChange(test["file"], {test.number("exit", "2"), test["prints"], test.get("stderr", "")});
     }
 }
 
@@ -63,8 +62,8 @@ TEST(RestoreObjects, followTheRulesOfTheirClasses) {
         const std::string backup = backupFile(test["file"]);
         // At this level no warning is printed.
         const ServerRun dry = restore(before, backup, {"-n", "-debug", "-1"});
-        const int exitCode = std::stoi(test.get("exit", "0"));
-        const int dryExitCode = std::stoi(test.get("dryExit", test.get("exit", "0")));
+        const int exitCode = test.number("exit", "0");
+        const int dryExitCode = test.number("dryExit", test.get("exit", "0").c_str());
         EXPECT_EQ(folded(dry), (Outcome{dryExitCode, test.get("dryPrints", test["prints"]), ""}));
         EXPECT_EQ(dry.metabase, before);
         const ServerRun real = restore(before, backup);

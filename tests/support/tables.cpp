@@ -71,6 +71,14 @@ std::string TableCase::get(const std::string& key, const std::string& fallback) 
     return has(key) ? texts_.at(key) : fallback;
 }
 
+int TableCase::number(const std::string& key, const char* fallback) const {
+    const std::string text = fallback != nullptr ? get(key, fallback) : (*this)[key];
+    int number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc{} || end != text.data() + text.size()) fail("\"" + key + "\" isn't a number");
+    return number;
+}
+
 std::ostream& operator<<(std::ostream& out, const TableCase& test) { return out << test.place(); }
 
 std::vector<TableCase> readTable(const std::string& name, const TableKeys& keys) {

@@ -32,6 +32,8 @@ public:
     const std::string& operator[](const std::string& key) const;
     /// The text of an optional key, or `fallback`.
     std::string get(const std::string& key, const std::string& fallback) const;
+    /// The decimal number of a key; with a fallback, of an optional key.
+    int number(const std::string& key, const char* fallback = nullptr) const;
 
     /// For readTable: adds a line of the table, and expects that none is missing.
     void add(const std::string& line);
