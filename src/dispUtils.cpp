@@ -52,7 +52,7 @@ char32_t decodeCharacter(const OLECHAR*& at) {
 }
 
 /// The units that are printed as they are: those below 256 without NUL and the special ones. Each text ends
-/// with a NUL, so that a search for a unit that isn't plain needs no other end.
+/// with a NUL, so that a search for a unit that isn't plain needs no other bound.
 class PlainUnits {
 public:
     constexpr explicit PlainUnits(std::string_view special) {

@@ -95,8 +95,8 @@ Outcome restoreWith(const Folder& folder, int number, const SystemCallAction& ac
 }
 
 /// Restores new servers, with `act` (of the server and the call) before the first call, then before the
-/// second one, and so on. Has what each left checked, with the call's name and the first byte of a write.
-/// Returns the number of calls.
+/// second one, and so on. After each restore calls `check` with the server, the outcome, and the name of the
+/// call with the first byte that it was to write. Returns the number of calls.
 template <class NewServer, class Act, class Check>
 int atEachCall(Act act, Check check, bool lasting = false, Runner run = runHere) {
     for (int number = 1;; ++number) {

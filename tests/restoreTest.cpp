@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Expects that a restore and a dry run of the file come to this, and change nothing.
+/// Expects this outcome of a restore and of a dry run of the file, and an unchanged server.
 void expectNoChange(const std::string& file, const Outcome& expected) {
     const std::string before = metabaseWith("IIsComputer A:IIsWebFile");
     const Arguments ignored = {"-root", "IIS://nowhere", "-noinherit", "-force"};

@@ -53,7 +53,7 @@ public:
         }
         return last_ = first;
     }
-    /// Notes that a name came which find didn't return.
+    /// Notes that a name came although it wasn't expected.
     void came(NameTable::Number number) {
         if (last_ >= followers_.size()) followers_.resize(last_ + 1);
         Followers& followers = followers_[last_];
