@@ -1,10 +1,12 @@
 #include "dispUtils.h"
 
-#include "com/text.h"
+#include "text/codePage.h"
+#include "text/utf16.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -45,10 +47,9 @@ Status printArray(OutStream& stream, const VARIANT& value) {
 
 /// Decodes the character at `at`, after which there is at least a NUL, and moves `at` past it. Returns U+FFFD
 /// for units that no document can hold.
-char32_t decodeCharacter(const OLECHAR*& at) {
-    const OLECHAR unit = *at++;
-    if (isHighHalf(unit) && isLowHalf(*at)) return characterOf(unit, *at++);
-    return isHighHalf(unit) || isLowHalf(unit) || unit >= 0xFFFE ? char32_t{0xFFFD} : unit;
+char32_t documentCharacter(const OLECHAR*& at) {
+    const char32_t character = utf16::decodeCharacter(at);
+    return utf16::isHalf(character) || character == 0xFFFE || character == 0xFFFF ? 0xFFFD : character;
 }
 
 /// The units that are printed as they are: those below 256 without NUL and the special ones. Each text ends
@@ -83,7 +84,7 @@ void printPlainUnits(OutStream& stream, const OLECHAR*& at, const PlainUnits& pl
 
 /// Prints the character at `at` as a reference, a NUL as a blank, and moves `at` past it.
 void printReference(OutStream& stream, const OLECHAR*& at) {
-    switch (const char32_t character = decodeCharacter(at); character) {
+    switch (const char32_t character = documentCharacter(at); character) {
     case u'&': outPrintf(stream, "&amp;"); break;
     case u'<': outPrintf(stream, "&lt;"); break;
     case u'>': outPrintf(stream, "&gt;"); break;

@@ -5,9 +5,7 @@
 #include "directory/adsi.h"
 #include "skeinKeep.h"
 
-#include <limits>
 #include <span>
-#include <string>
 
 /// Compares two values. Returns 0 if they are the same, 1 if they differ, or a negative status: E_UNEXPECTED
 /// for a type with VT_BYREF, VT_VECTOR or VT_RESERVED and for an array of several dimensions. Values of
@@ -66,28 +64,4 @@ Status moveIntoArray(std::span<Variant> values, Variant& array);
 template <class T> Status queryObject(const VARIANT& value, ComPtr<T>& object) {
     const bool holdsObject = (value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN) && value.punkVal != nullptr;
     return holdsObject ? query(*value.punkVal, object) : E_UNEXPECTED;
-}
-
-/// Returns whether a character is white space, as isspace does in the C locale.
-template <class Char> constexpr bool isSpace(Char c) {
-    return c == Char{' '} || (c >= Char{'\t'} && c <= Char{'\r'});
-}
-
-/// Parses a decimal number as atoi does: leading white space, an optional sign, digits up to the first other
-/// character. Returns 0 if there are no digits, and the nearest 32-bit value for a number out of range.
-template <class Char> std::int32_t leadingNumber(std::basic_string_view<Char> text) {
-    std::size_t at = 0;
-    while (at < text.size() && isSpace(text[at])) ++at;
-    const bool negative = at < text.size() && text[at] == Char{'-'};
-    if (at < text.size() && (negative || text[at] == Char{'+'})) ++at;
-
-    using Limits = std::numeric_limits<std::int32_t>;
-    std::int64_t number = 0;
-    for (; at < text.size() && text[at] >= Char{'0'} && text[at] <= Char{'9'}; ++at) {
-        if (number <= Limits::max()) number = number * 10 + (text[at] - Char{'0'});
-    }
-    if (negative) number = -number;
-    return static_cast<std::int32_t>(number < Limits::min()   ? Limits::min()
-                                     : number > Limits::max() ? Limits::max()
-                                                              : number);
 }

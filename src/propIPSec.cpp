@@ -4,6 +4,8 @@
 #include "dispUtils.h"
 #include "propDefault.h"
 
+#include <string>
+
 namespace {
 
 constexpr const OLECHAR* grantByDefaultName = u"GrantByDefault";

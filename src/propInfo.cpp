@@ -4,6 +4,7 @@
 #include "propDefault.h"
 #include "propIPSec.h"
 #include "propMimeMap.h"
+#include "text/characters.h"
 #include "xmlUtils.h"
 
 #include <algorithm>

@@ -2,10 +2,10 @@
 
 #include "backup.h"
 #include "com/runtime.h"
-#include "com/text.h"
-#include "dispUtils.h"
+#include "com/statusText.h"
 #include "restore.h"
 #include "schemaCache.h"
+#include "text/characters.h"
 
 #include <cstdlib>
 #include <memory>

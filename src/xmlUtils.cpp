@@ -3,6 +3,7 @@
 #include "com/runtime.h"
 #include "dispUtils.h"
 #include "os/file.h"
+#include "text/codePage.h"
 
 #include <algorithm>
 #include <cerrno>

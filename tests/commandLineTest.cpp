@@ -2,8 +2,9 @@
 
 #include "com/runtime.h"
 #include "os/stream.h"
-#include "src/dispUtils.h"
+#include "src/skeinKeep.h"
 #include "tests/support/servers.h"
+#include "text/characters.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

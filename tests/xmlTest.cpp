@@ -1,9 +1,9 @@
 // What a document holds, as its callers see it through the interfaces.
 
-#include "automation/utf8.h"
 #include "com/runtime.h"
 #include "document/msxml.h"
 #include "tests/support/tables.h"
+#include "text/utf8.h"
 #include "xml/domDocument.h"
 
 #include <gtest/gtest.h>

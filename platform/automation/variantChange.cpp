@@ -1,6 +1,6 @@
-#include "automation/excerpt.h"
 #include "automation/scalarText.h"
-#include "com/characters.h"
+#include "text/codePage.h"
+#include "text/excerpt.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,5 @@
 #include "changeLog.h"
 
-#include "com/text.h"
 #include "os/transfer.h"
 
 #include <cerrno>

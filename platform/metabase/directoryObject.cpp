@@ -1,8 +1,8 @@
 #include "directoryObject.h"
 
 #include "automation/callResults.h"
-#include "automation/excerpt.h"
 #include "automation/safearray.h"
+#include "text/excerpt.h"
 #include "valueSyntax.h"
 
 #include <algorithm>

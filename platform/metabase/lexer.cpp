@@ -1,7 +1,10 @@
 #include "lexer.h"
 
-#include "automation/excerpt.h"
-#include "automation/utf8.h"
+#include "text/codePage.h"
+#include "text/excerpt.h"
+#include "text/hex.h"
+#include "text/utf16.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 
@@ -69,12 +72,7 @@ void decodeString(const StringToken& token, char16_t* out) {
         } else {
             readCharacter(at, token.end, character);
         }
-        if (character >= 0x10000) {
-            *out++ = highHalfOf(character);
-            *out++ = lowHalfOf(character);
-        } else {
-            *out++ = static_cast<char16_t>(character);
-        }
+        out = utf16::encode(character, out);
     }
 }
 
@@ -180,21 +178,20 @@ void formatName(std::string& out, std::u16string_view name) {
 
 void formatString(std::string& out, std::u16string_view text) {
     out.push_back('"');
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char16_t unit = text[i];
-        if (unitIsIn(unit, plain)) {
-            out.push_back(static_cast<char>(unit));
-        } else if (const auto* escape = std::ranges::find(stringEscapes, unit, &StringEscape::character);
+    const char16_t* const end = text.data() + text.size();
+    for (const char16_t* at = text.data(); at != end;) {
+        const char32_t c = utf16::decodeCharacter(at, end);
+        if (c < 0x80 && byteIsIn(static_cast<char>(c), plain)) {
+            out.push_back(static_cast<char>(c));
+        } else if (const auto* escape = std::ranges::find(stringEscapes, c, &StringEscape::character);
                    escape != std::end(stringEscapes)) {
             out.push_back('\\');
             out.push_back(escape->letter);
-        } else if (isHighHalf(unit) && i + 1 < text.size() && isLowHalf(text[i + 1])) {
-            appendUtf8(out, characterOf(unit, text[++i]));
-        } else if (isHighHalf(unit) || isLowHalf(unit) || needsEscape(unit)) {
+        } else if (utf16::isHalf(c) || needsEscape(c)) {
             out += "\\u";
-            formatHex(out, unit, 4);
+            formatHex(out, c, 4);
         } else {
-            appendUtf8(out, unit);
+            appendUtf8(out, c);
         }
     }
     out.push_back('"');

@@ -2,7 +2,7 @@
 // strings.
 #pragma once
 
-#include "com/characters.h"
+#include "text/characters.h"
 
 #include <array>
 #include <cstdint>

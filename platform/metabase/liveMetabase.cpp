@@ -1,8 +1,6 @@
 #include "liveMetabase.h"
 
-#include "com/characters.h"
-#include "com/text.h"
-#include "os/print.h"
+#include "text/codePage.h"
 
 namespace metabase {
 

@@ -1,7 +1,8 @@
 #include "objectTree.h"
 
 #include "automation/bstr.h"
-#include "com/characters.h"
+#include "text/characters.h"
+#include "text/utf16.h"
 
 #include <algorithm>
 
@@ -22,14 +23,10 @@ const StoredValue* ownValue(const ObjectNode& node, PropertyId property) {
 } // namespace
 
 bool isAddressable(std::u16string_view name) {
-    for (std::size_t i = 0; i < name.size(); ++i) {
-        const char16_t unit = name[i];
-        if (isControl(unit) || unit == u'/' || unit >= 0xFFFE) return false;
-        if (isHighHalf(unit) && i + 1 < name.size() && isLowHalf(name[i + 1])) {
-            ++i;
-        } else if (isHighHalf(unit) || isLowHalf(unit)) {
-            return false;
-        }
+    const char16_t* const end = name.data() + name.size();
+    for (const char16_t* at = name.data(); at != end;) {
+        const char32_t c = utf16::decodeCharacter(at, end);
+        if (isControl(c) || c == U'/' || c == 0xFFFE || c == 0xFFFF || utf16::isHalf(c)) return false;
     }
     return !name.empty();
 }

@@ -1,6 +1,6 @@
-#include "automation/excerpt.h"
 #include "lexer.h"
 #include "records.h"
+#include "text/excerpt.h"
 #include "valueSyntax.h"
 
 #include <algorithm>

@@ -1,8 +1,9 @@
 #include "valueSyntax.h"
 
-#include "automation/excerpt.h"
 #include "automation/scalarText.h"
 #include "automation/variantArray.h"
+#include "text/excerpt.h"
+#include "text/hex.h"
 #include "valueObjects.h"
 
 #include <algorithm>

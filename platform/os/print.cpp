@@ -1,5 +1,7 @@
 #include "os/print.h"
 
+#include "text/codePage.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstdio>

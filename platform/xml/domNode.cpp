@@ -1,16 +1,23 @@
 #include "domNode.h"
 
-#include "automation/excerpt.h"
-#include "automation/utf8.h"
 #include "domList.h"
 #include "query.h"
+#include "text/excerpt.h"
+#include "text/utf8.h"
 
 namespace xml {
 
 namespace {
 
+/// A string of a text in UTF-8.
+Bstr stringOf(std::string_view text) {
+    Bstr made = Bstr::adopt(SysAllocStringLen(nullptr, utf8::countUnits(text)));
+    utf8::decode(text, made);
+    return made;
+}
+
 Bstr textBelow(const DocumentTree& tree, NodeIndex node) {
-    if (const NodeIndex only = tree.onlyTextBelow(node); only != 0) return utf8::wide(tree.textOf(only));
+    if (const NodeIndex only = tree.onlyTextBelow(node); only != 0) return stringOf(tree.textOf(only));
     UINT units = 0;
     tree.visitTextBelow(node, [&units](std::string_view piece) { units += utf8::countUnits(piece); });
     Bstr text = Bstr::adopt(SysAllocStringLen(nullptr, units));
@@ -58,12 +65,12 @@ template <class Interface> HRESULT NodeObject<Interface>::get_nodeValue(VARIANT*
         value->vt = VT_NULL;
         return S_FALSE;
     }
-    *value = Variant::ofString(utf8::wide(tree().textOf(node_))).detach();
+    *value = Variant::ofString(stringOf(tree().textOf(node_))).detach();
     return S_OK;
 }
 
 template <class Interface> HRESULT NodeObject<Interface>::get_text(BSTR* text) {
-    *text = (tree().isParent(node_) ? textBelow(tree(), node_) : utf8::wide(tree().textOf(node_))).detach();
+    *text = (tree().isParent(node_) ? textBelow(tree(), node_) : stringOf(tree().textOf(node_))).detach();
     return S_OK;
 }
 
@@ -120,7 +127,7 @@ HRESULT DomNode::getAttribute(BSTR name, VARIANT* value) {
         value->vt = VT_NULL;
         return S_FALSE;
     }
-    *value = Variant::ofString(utf8::wide(tree().textOf(attribute))).detach();
+    *value = Variant::ofString(stringOf(tree().textOf(attribute))).detach();
     return S_OK;
 }
 

@@ -1,7 +1,7 @@
 #include "parser.h"
 
-#include "automation/utf8.h"
-#include "com/characters.h"
+#include "text/hex.h"
+#include "text/utf8.h"
 #include "xmlCharacters.h"
 #include "xmlDeclaration.h"
 
@@ -355,10 +355,11 @@ template <UnitClass plain> char16_t Parser::copy(char lineEnd) {
         at += count;
         out += count;
         if (*at >= 0x80) {
-            const char32_t character = charAt(at);
+            const char16_t* next = at;
+            const char32_t character = utf16::decodeCharacter(next);
             if (!isXmlChar(character)) break;
             out = utf8::encode(character, out);
-            at += unitsOf(character);
+            at = next;
         } else if (*at == u'\r') {
             *out++ = lineEnd;
             at += at[1] == u'\n' ? 2 : 1;

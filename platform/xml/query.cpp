@@ -1,22 +1,19 @@
 #include "query.h"
 
-#include "automation/utf8.h"
+#include "text/utf8.h"
 #include "xmlCharacters.h"
 
 namespace xml {
 
 namespace {
 
-/// Encodes a text as UTF-8. There must be a unit after it.
+/// Encodes a text as UTF-8.
 std::string encodeAll(std::u16string_view text) {
     std::string encoded(text.size() * utf8::maxBytesOfUnit, '\0');
     char* out = encoded.data();
     const char16_t* const end = text.data() + text.size();
-    for (const char16_t* at = text.data(); at < end;) {
-        const char32_t character = charAt(at);
-        out = utf8::encode(character, out);
-        at += unitsOf(character);
-    }
+    for (const char16_t* at = text.data(); at != end;)
+        out = utf8::encode(utf16::decodeCharacter(at, end), out);
     encoded.resize(static_cast<std::size_t>(out - encoded.data()));
     return encoded;
 }

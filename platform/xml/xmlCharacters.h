@@ -1,7 +1,7 @@
 // The characters of XML 1.0 (fifth edition), in 16-bit units.
 #pragma once
 
-#include "automation/bstr.h"
+#include "text/utf16.h"
 
 #include <array>
 #include <cstdint>
@@ -29,20 +29,13 @@ inline bool hasClass(char16_t unit, unsigned classes) { return (unitClasses[unit
 
 inline bool isWhite(char16_t unit) { return hasClass(unit, white); }
 
-/// The character at `at`: a unit, or a surrogate pair, which has two.
-inline char32_t charAt(const char16_t* at) {
-    return isHighHalf(at[0]) && isLowHalf(at[1]) ? characterOf(at[0], at[1]) : at[0];
-}
-
-/// The number of units of a character.
-inline int unitsOf(char32_t character) { return character < 0x10000 ? 1 : 2; }
-
 /// Whether a document may hold the character.
 bool isXmlChar(char32_t character);
 
 /// Whether there is a surrogate pair at `at` that a name may hold, at its start as well: U+10000 to U+EFFFF.
 inline bool isNamePair(const char16_t* at) {
-    return isHighHalf(at[0]) && at[0] < highHalfOf(0xF0000) && isLowHalf(at[1]);
+    const char32_t character = utf16::decodeCharacter(at);
+    return character >= 0x10000 && character < 0xF0000;
 }
 
 /// The end of the name that `at` is in, after its start. The text must end in a 0.

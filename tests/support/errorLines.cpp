@@ -1,6 +1,6 @@
 #include "tests/support/errorLines.h"
 
-#include "com/text.h"
+#include "com/statusText.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -2,7 +2,7 @@
 
 #include "automation/safearray.h"
 #include "com/runtime.h"
-#include "com/text.h"
+#include "com/statusText.h"
 #include "directory/adsi.h"
 #include "tests/support/fronts.h"
 

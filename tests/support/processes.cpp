@@ -1,6 +1,6 @@
 #include "tests/support/processes.h"
 
-#include "com/text.h"
+#include "com/statusText.h"
 #include "os/file.h"
 #include "platform.h"
 #include "src/skeinKeep.h"

@@ -1,6 +1,6 @@
 #include "tools/generator/randomMetabase.h"
 
-#include "automation/bstr.h"
+#include "text/utf16.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,7 +23,7 @@ enum class Place { text, attribute, name };
 bool fits(char16_t unit, Place place) {
     if (place == Place::text && (unit == u'\t' || unit == u'\n')) return true;
     if (place == Place::name && (unit == u'/' || (unit >= 0x7F && unit < 0xA0))) return false;
-    return unit >= 0x20 && unit < 0xFFFE && !isHighHalf(unit) && !isLowHalf(unit);
+    return unit >= 0x20 && unit < 0xFFFE && !utf16::isHalf(unit);
 }
 
 std::u16string randomText(Random& random, Place place) {
@@ -32,8 +32,8 @@ std::u16string randomText(Random& random, Place place) {
         const auto any = static_cast<char16_t>(random.bits() >> (48 + random.below(11)));
         const char16_t unit = random.oneIn(2) ? any : random.of(u"<>&\"' ;#]=\t\n");
         if (random.oneIn(16)) {
-            const auto pair = static_cast<char32_t>(0x10000 + random.below(0x100000));
-            text.append({highHalfOf(pair), lowHalfOf(pair)});
+            char16_t pair[2];
+            text.append(pair, utf16::encode(static_cast<char32_t>(0x10000 + random.below(0x100000)), pair));
         } else if (fits(unit, place)) {
             text += unit;
         } else {

@@ -44,19 +44,6 @@ inline std::u16string_view view(BSTR text) {
     return {text, byteLength / sizeof(OLECHAR)};
 }
 
-// A character from U+10000 up is a surrogate pair: a high half and a low half.
-constexpr bool isHighHalf(OLECHAR unit) { return unit >= 0xD800 && unit < 0xDC00; }
-constexpr bool isLowHalf(OLECHAR unit) { return unit >= 0xDC00 && unit < 0xE000; }
-constexpr char32_t characterOf(OLECHAR high, OLECHAR low) {
-    return 0x10000 + ((char32_t{high} - 0xD800) << 10 | (char32_t{low} - 0xDC00));
-}
-constexpr OLECHAR highHalfOf(char32_t character) {
-    return static_cast<OLECHAR>(0xD800 + ((character - 0x10000) >> 10));
-}
-constexpr OLECHAR lowHalfOf(char32_t character) {
-    return static_cast<OLECHAR>(0xDC00 + ((character - 0x10000) & 0x3FF));
-}
-
 /// Owns one BSTR, or null.
 class Bstr {
 public:

@@ -66,8 +66,9 @@ constexpr HRESULT HRESULT_FROM_WIN32(DWORD error) {
     return error == 0 ? S_OK : makeStatus(0x80070000 | error);
 }
 
-/// Sets the text that FormatMessageA (com/text.h) returns for `status` until the next call of this function,
-/// in place of the table's; an empty text restores the table's. Control characters become question marks.
+/// Sets the text that FormatMessageA (com/statusText.h) returns for `status` until the next call of this
+/// function, in place of the table's; an empty text restores the table's. Control characters become question
+/// marks.
 ///
 /// A call that fails with a status sets its text, even if only to the empty one, if any call sets a text for
 /// that status. So the text of a failure that was passed over never appears for a later one.

@@ -145,9 +145,6 @@ private:
 
 } // namespace printing
 
-/// The byte of the same value for a unit below 256, a question mark for any other.
-constexpr char narrowed(char16_t unit) { return unit < 0x100 ? static_cast<char>(unit) : '?'; }
-
 /// The format of a print with arguments of these types.
 template <class... Args> using Format = printing::Format<std::type_identity_t<Args>...>;
 

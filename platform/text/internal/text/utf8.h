@@ -1,11 +1,9 @@
-// UTF-8, the encoding of files and documents, to and from the 16-bit units of a BSTR. Most text is ASCII,
-// which has the shortest path.
+// UTF-8, the encoding of files and documents, to and from 16-bit units. Most text is ASCII, which has the
+// shortest path.
 #pragma once
 
-#include "automation/bstr.h"
-
+#include <cstddef>
 #include <cstdint>
-#include <string>
 #include <string_view>
 
 namespace utf8 {
@@ -29,8 +27,5 @@ std::uint32_t countUnits(std::string_view text);
 /// Decodes a well-formed text to units at `out`, which must be large enough for countUnits of them. Returns
 /// the end of the units.
 char16_t* decode(std::string_view text, char16_t* out);
-
-/// A string of the units of a well-formed text.
-Bstr wide(std::string_view text);
 
 } // namespace utf8

@@ -1,9 +1,8 @@
-#include "com/text.h"
+#include "com/statusText.h"
 
-#include "com/characters.h"
+#include "text/characters.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 
 namespace {
@@ -76,15 +75,6 @@ DWORD FormatMessageA(DWORD flags, const void*, DWORD status, DWORD, char** buffe
 void* LocalFree(void* memory) {
     delete[] static_cast<char*>(memory);
     return nullptr;
-}
-
-int MultiByteToWideChar(UINT codePage, DWORD, const char* bytes, int length, OLECHAR* wide, int wideLength) {
-    if (codePage != CP_THREAD_ACP) return 0;
-    const std::size_t count = length < 0 ? std::strlen(bytes) + 1 : static_cast<std::size_t>(length);
-    if (wideLength == 0) return static_cast<int>(count);
-    if (count > static_cast<std::size_t>(wideLength)) return 0;
-    widen({bytes, count}, wide);
-    return static_cast<int>(count);
 }
 
 void setStatusDetail(HRESULT status, std::string_view text) {

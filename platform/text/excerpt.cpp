@@ -1,7 +1,8 @@
-#include "automation/excerpt.h"
+#include "text/excerpt.h"
 
-#include "automation/utf8.h"
-#include "com/characters.h"
+#include "text/characters.h"
+#include "text/hex.h"
+#include "text/utf8.h"
 
 namespace {
 

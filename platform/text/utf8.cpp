@@ -1,6 +1,7 @@
-#include "automation/utf8.h"
+#include "text/utf8.h"
 
-#include "com/characters.h"
+#include "text/codePage.h"
+#include "text/utf16.h"
 
 #include <cstring>
 
@@ -41,8 +42,7 @@ bool decodeCharacter(const char*& at, const char* end, char32_t& character) {
         character = character << 6 | (byte(i) & 0x3Fu);
     }
     constexpr char32_t shortest[] = {0, 0x80, 0x800, 0x10000};
-    if (character < shortest[more] || character > 0x10FFFF || (character >= 0xD800 && character < 0xE000))
-        return false;
+    if (character < shortest[more] || character > 0x10FFFF || utf16::isHalf(character)) return false;
     at += more + 1;
     return true;
 }
@@ -88,25 +88,9 @@ char16_t* decode(std::string_view text, char16_t* out) {
         const int more = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
         char32_t character = lead & (0x3Fu >> more);
         for (int i = 0; i < more; ++i) character = character << 6 | (next() & 0x3Fu);
-        if (more == 3) {
-            *out++ = highHalfOf(character);
-            *out++ = lowHalfOf(character);
-        } else {
-            *out++ = static_cast<char16_t>(character);
-        }
+        out = utf16::encode(character, out);
     }
     return out;
-}
-
-Bstr wide(std::string_view text) {
-    if (isAscii(text)) {
-        Bstr made = Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(text.size())));
-        widen(text, made);
-        return made;
-    }
-    Bstr made = Bstr::adopt(SysAllocStringLen(nullptr, countUnits(text)));
-    decode(text, made);
-    return made;
 }
 
 } // namespace utf8
