@@ -1,6 +1,5 @@
 #include "text/utf8.h"
 
-#include "text/codePage.h"
 #include "text/utf16.h"
 
 #include <cstring>
@@ -75,7 +74,6 @@ std::uint32_t countUnits(std::string_view text) {
 }
 
 char16_t* decode(std::string_view text, char16_t* out) {
-    if (isAscii(text)) return widen(text, out);
     const char* at = text.data();
     const char* const end = at + text.size();
     const auto next = [&at] { return static_cast<unsigned char>(*at++); };
