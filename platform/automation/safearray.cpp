@@ -24,7 +24,7 @@ std::size_t elementCount(const SAFEARRAY& array) {
     return count;
 }
 
-[[gnu::cold]] void explainBadIndex(std::string_view reason) {
+void explainBadIndex(std::string_view reason) {
     setStatusDetail(DISP_E_BADINDEX, "Invalid index: " + std::string(reason));
 }
 

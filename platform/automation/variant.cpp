@@ -11,7 +11,7 @@ namespace {
 
 bool isHeld(VARTYPE type) { return (type & (VT_VECTOR | VT_RESERVED)) == 0; }
 
-[[gnu::cold]] HRESULT failBadType(VARTYPE type) {
+HRESULT failBadType(VARTYPE type) {
     setStatusDetail(DISP_E_BADVARTYPE,
                     "Bad variable type: no value can have type=\"" + std::to_string(type) + '"');
     return DISP_E_BADVARTYPE;

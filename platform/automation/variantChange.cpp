@@ -140,22 +140,17 @@ std::string_view beginningOf(HRESULT status) {
     return status == DISP_E_BADVARTYPE ? "Bad variable type: " : "Type mismatch: ";
 }
 
-/// A function of its own for the sake of VariantChangeType: most calls only copy.
-[[gnu::noinline]] HRESULT changeToOtherType(VARIANT* target, const VARIANT& source, VARTYPE type) {
-    Variant result;
-    if (HRESULT status = convert(source, type, result); status < 0) {
-        setStatusDetail(status, std::string(beginningOf(status)) + reasonOf(status, source, type));
-        return status;
-    }
-    (void)VariantClear(target);
-    *target = result.detach();
-    return S_OK;
-}
-
 } // namespace
 
 HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, WORD flags, VARTYPE type) {
     if (flags != 0) return E_INVALIDARG;
     if (source->vt == type && isType(type)) return VariantCopy(target, source);
-    return changeToOtherType(target, *source, type);
+    Variant result;
+    if (HRESULT status = convert(*source, type, result); status < 0) {
+        setStatusDetail(status, std::string(beginningOf(status)) + reasonOf(status, *source, type));
+        return status;
+    }
+    (void)VariantClear(target);
+    *target = result.detach();
+    return S_OK;
 }

@@ -49,7 +49,7 @@ private:
 };
 
 /// Fails for a value that the property can't hold.
-[[gnu::cold]] HRESULT failToStore(const PropertyDefinition& definition, const VARIANT& value) {
+HRESULT failToStore(const PropertyDefinition& definition, const VARIANT& value) {
     constexpr HRESULT status = E_ADS_CANT_CONVERT_DATATYPE;
     std::string text;
     const bool hasText = formatValue(text, ValueForm::plain, value) == S_OK;

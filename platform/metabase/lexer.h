@@ -95,14 +95,14 @@ public:
         return false;
     }
     /// Fails: `what` was expected, and not `found` or, if that is empty, the next token.
-    [[gnu::cold]] bool failExpected(std::string_view what, std::string_view found = {});
+    bool failExpected(std::string_view what, std::string_view found = {});
     /// The next token, as a message quotes it.
     std::string nextToken();
 
 private:
-    [[gnu::cold]] bool failSymbol(char expected);
-    [[gnu::cold]] bool failCharacter(const char* at);
-    [[gnu::cold]] bool failUnclosed(const char* quote);
+    bool failSymbol(char expected);
+    bool failCharacter(const char* at);
+    bool failUnclosed(const char* quote);
     void skipBlanks() { skip(blank); }
     /// Moves to the next byte that is in none of the classes.
     void skip(unsigned classes) {

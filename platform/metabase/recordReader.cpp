@@ -29,8 +29,8 @@ public:
 
 private:
     bool fail(std::string_view message) { return lexer_.fail(message); }
-    [[gnu::cold]] bool failName(std::string_view kind, std::u16string_view name, std::string_view fault);
-    [[gnu::cold]] bool failPath(std::string_view fault, std::u16string_view path);
+    bool failName(std::string_view kind, std::u16string_view name, std::string_view fault);
+    bool failPath(std::string_view fault, std::u16string_view path);
 
     bool headLine(std::string_view line);
     bool property();

@@ -54,7 +54,7 @@ private:
     bool string(Bstr* out);
     bool scalar(Variant* out);
     bool scalarWord(Variant* out);
-    [[gnu::cold]] bool failScalar(HRESULT status, std::string_view token);
+    bool failScalar(HRESULT status, std::string_view token);
     bool bytes(std::string_view digits, Variant* out);
     bool list(Variant* out);
     bool mimeMap(Variant* out);

@@ -2,9 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -21,18 +22,8 @@ public:
     std::u16string_view operator[](Number number) const { return names_[number]; }
 
 private:
-    /// A hash with a random seed: no choice of names makes lookups slow. (It isn't noexcept, so that the map
-    /// keeps each name's hash.)
-    struct SeededHash {
-        using is_transparent = void;
-        std::size_t operator()(std::u16string_view name) const;
-    };
-    struct Same {
-        using is_transparent = void;
-        bool operator()(std::u16string_view left, std::u16string_view right) const;
-    };
-
-    std::unordered_map<std::u16string, Number, SeededHash, Same> numbers_;
+    /// Ordered, so that no choice of names makes it slow.
+    std::map<std::u16string, Number, std::less<>> numbers_;
     /// The keys of the map, which stay where they are.
     std::vector<std::u16string_view> names_;
 };
