@@ -35,7 +35,8 @@ Status backupChildren(OutStream& stream, IADs& object, int level) {
     if (Status status = query(object, container); status < 0)
         return status == E_NOINTERFACE ? S_OK : reported(status);
     ChildEnumerator children;
-    return visitChildren(children, *container,
+    if (Status status = children.build(*container); status < 0) return reported(status);
+    return visitChildren(children,
                          [&](const Variant& element) { return backupChild(stream, element, level + 2); });
 }
 

@@ -5,17 +5,14 @@
 #include "directory/childEnumerator.h"
 #include "dispUtils.h"
 
-/// Builds `children` over a container and calls `visit(element)`, which returns a Status, for each child in
-/// the order of the enumerator. Returns 0 or the status of the first failure. A failed call of the enumerator
-/// is reported at the caller's place; a failed visit has reported itself. The caller owns the enumerator, so
-/// that it can use the result of freeing it.
+/// Calls `visit(element)`, which returns a Status, for each child that an enumerator returns, in its order.
+/// Returns 0 or the status of the first failure. A failed call of the enumerator is reported at the caller's
+/// place; a failed visit has reported itself.
 template <class Visit>
-Status visitChildren(ChildEnumerator& children, IADsContainer& container, Visit visit,
-                     SourcePlace place = SourcePlace::current()) {
-    Status status = children.build(container);
-    if (status < 0) return reported(status, place);
+Status visitChildren(ChildEnumerator& children, Visit visit, SourcePlace place = SourcePlace::current()) {
     Variant element;
-    for (status = children.next(element); status == S_OK; status = children.next(element)) {
+    Status status = children.next(element);
+    for (; status == S_OK; status = children.next(element)) {
         status = visit(element);
         if (status < 0) return status;
     }

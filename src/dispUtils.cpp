@@ -4,7 +4,6 @@
 #include "text/utf16.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <limits>
 
@@ -36,13 +35,11 @@ Status printArray(OutStream& stream, const VARIANT& value) {
     if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
     const bool single = bounds.lower == bounds.upper;
     if (!single) outPrintf(stream, "SAFEARRAY: %d elements: ", bounds.upper - bounds.lower + 1);
-    for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
-        Variant element;
-        if (Status status = getArrayElement(value, i, element); status < 0) return reported(status);
-        if (i != bounds.lower) outPrintf(stream, ", ");
-        if (Status status = printVariant(stream, element.get()); status < 0) return reported(status);
-    }
-    return S_OK;
+    return visitElements(value, bounds, [&](const Variant& element, LONG index) {
+        if (index != bounds.lower) outPrintf(stream, ", ");
+        const Status status = printVariant(stream, element.get());
+        return status < 0 ? reported(status) : S_OK;
+    });
 }
 
 /// Decodes the character at `at`, after which there is at least a NUL, and moves `at` past it. Returns U+FFFD
@@ -52,30 +49,24 @@ char32_t documentCharacter(const OLECHAR*& at) {
     return utf16::isHalf(character) || character == 0xFFFE || character == 0xFFFF ? 0xFFFD : character;
 }
 
-/// The units that are printed as they are: those below 256 without NUL and the special ones. Each text ends
-/// with a NUL, so that a search for a unit that isn't plain needs no other bound.
-class PlainUnits {
-public:
-    constexpr explicit PlainUnits(std::string_view special) {
-        plain_.fill(true);
-        for (const char c : special) plain_[static_cast<unsigned char>(c)] = false;
-        plain_[0] = false;
+/// Whether a unit is printed as it is. NUL isn't: each text ends with one, so that a search for a unit that
+/// isn't plain needs no other bound.
+template <OLECHAR special> bool isPlain(OLECHAR unit) {
+    switch (unit) {
+    case u'\0':
+    case u'&':
+    case u'<':
+    case special: return false;
+    default: return unit < 0x100;
     }
-    bool contains(OLECHAR unit) const { return unit < plain_.size() && plain_[unit]; }
-
-private:
-    std::array<bool, 256> plain_{};
-};
-
-constexpr PlainUnits plainInText("&<>");
-constexpr PlainUnits plainInAttribute("&<\"");
+}
 
 /// Prints the units from `at` up to the first one that isn't plain, and moves `at` to it.
-void printPlainUnits(OutStream& stream, const OLECHAR*& at, const PlainUnits& plain) {
+template <OLECHAR special> void printPlainUnits(OutStream& stream, const OLECHAR*& at) {
     std::size_t count = 0;
     do {
         char* out = stream.reserve(OutStream::maxReserve);
-        for (count = 0; count < OutStream::maxReserve && plain.contains(at[count]); ++count)
+        for (count = 0; count < OutStream::maxReserve && isPlain<special>(at[count]); ++count)
             out[count] = static_cast<char>(at[count]);
         stream.commit(count);
         at += count;
@@ -124,16 +115,12 @@ Status cmpSafeArrays(const VARIANT& a, const VARIANT& b) {
     ArrayBounds boundsB;
     if (Status status = getArrayBounds(b, boundsB); status < 0) return reported(status);
     if (boundsA.lower != boundsB.lower || boundsA.upper != boundsB.upper) return comparedDifferent;
-
-    for (LONG i = boundsA.lower; i <= boundsA.upper; ++i) {
-        Variant elementA;
-        if (Status status = getArrayElement(a, i, elementA); status < 0) return reported(status);
+    return visitElements(a, boundsA, [&](const Variant& elementA, LONG index) {
         Variant elementB;
-        if (Status status = getArrayElement(b, i, elementB); status < 0) return reported(status);
-        if (Status status = cmpVariants(elementA.get(), elementB.get()); status != 0)
-            return status < 0 ? reported(status) : comparedDifferent;
-    }
-    return comparedSame;
+        if (Status status = getArrayElement(b, index, elementB); status < 0) return reported(status);
+        const Status status = cmpVariants(elementA.get(), elementB.get());
+        return status < 0 ? reported(status) : status;
+    });
 }
 
 Status printVariant(OutStream& stream, const VARIANT& value) {
@@ -162,7 +149,7 @@ Status printXmlEscaped(OutStream& stream, BSTR text) {
     const OLECHAR* at = text;
     const OLECHAR* const end = at + SysStringLen(text);
     for (;;) {
-        printPlainUnits(stream, at, plainInText);
+        printPlainUnits<u'>'>(stream, at);
         if (at == end) return S_OK;
         printReference(stream, at);
     }
@@ -172,7 +159,7 @@ void XmlAttributeText::print(OutStream& stream) const {
     if (text_ == nullptr) return;
     const OLECHAR* at = text_;
     for (;;) {
-        printPlainUnits(stream, at, plainInAttribute);
+        printPlainUnits<u'"'>(stream, at);
         if (*at == u'\0') return;
         printReference(stream, at);
     }

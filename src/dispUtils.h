@@ -1,4 +1,4 @@
-// Comparison and printing of automation values, access to their parts, and conversions of text.
+// Comparison and printing of automation values, access to their parts, and the escaping of text.
 #pragma once
 
 #include "automation/safearray.h"
@@ -54,6 +54,21 @@ Status getArrayBounds(const VARIANT& array, ArrayBounds& bounds);
 /// Copies the element at an index of a one-dimensional array; a byte becomes a VT_UI1. Returns 0,
 /// E_UNEXPECTED for an array of several dimensions, or the status of the array service. Reports nothing.
 Status getArrayElement(const VARIANT& array, LONG index, Variant& element);
+
+/// Calls `visit(element, index)`, which returns a Status, for each element of a one-dimensional array. Ends
+/// at the first status other than 0 and returns it. An element that can't be fetched is reported at the
+/// caller's place; a failed visit has reported itself.
+template <class Visit>
+Status visitElements(const VARIANT& array, ArrayBounds bounds, Visit visit,
+                     SourcePlace place = SourcePlace::current()) {
+    // No array has the highest index of all.
+    for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
+        Variant element;
+        if (Status status = getArrayElement(array, i, element); status < 0) return reported(status, place);
+        if (Status status = visit(element, i); status != S_OK) return status;
+    }
+    return S_OK;
+}
 
 /// Moves values into a new one-dimensional array of VARIANTs with lower bound 0. Returns 0, or E_UNEXPECTED
 /// if the array can't be created; the values stay where they are. Reports nothing.

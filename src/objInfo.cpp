@@ -41,7 +41,8 @@ Status deleteChildren(IADs& object) {
     if (Status status = query(object, container); status < 0)
         return status == E_NOINTERFACE ? S_OK : reported(status);
     ChildEnumerator children;
-    return visitChildren(children, *container, deleteChild);
+    if (Status status = children.build(*container); status < 0) return reported(status);
+    return visitChildren(children, deleteChild);
 }
 
 /// Deletes an object without children through its parent.

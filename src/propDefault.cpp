@@ -1,5 +1,7 @@
 #include "propDefault.h"
 
+#include "propPrint.h"
+
 namespace {
 
 constexpr StaticBstr emptyText(u"");
@@ -49,12 +51,11 @@ Status dumpSingle(const OLECHAR* name, VARIANT& value, OutStream& stream, int le
 Status dumpList(const OLECHAR* name, const VARIANT& array, ArrayBounds bounds, OutStream& stream, int level,
                 bool inherited) {
     printPropStart(stream, level, propListTag, name, inherited);
-    for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
-        Variant element;
-        if (Status status = getArrayElement(array, i, element); status < 0) return reported(status);
+    const auto dumpEntry = [&](Variant& element, LONG) {
         printEntryStart(stream, level, element.type());
-        if (Status status = dumpValueAndEnd(name, element.get(), stream); status < 0) return status;
-    }
+        return dumpValueAndEnd(name, element.get(), stream);
+    };
+    if (Status status = visitElements(array, bounds, dumpEntry); status < 0) return status;
     printPropEnd(stream, level, propListTag);
     return S_OK;
 }

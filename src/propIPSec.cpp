@@ -3,6 +3,7 @@
 #include "directory/iis.h"
 #include "dispUtils.h"
 #include "propDefault.h"
+#include "propPrint.h"
 
 #include <string>
 

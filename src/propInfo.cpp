@@ -4,6 +4,7 @@
 #include "propDefault.h"
 #include "propIPSec.h"
 #include "propMimeMap.h"
+#include "propPrint.h"
 #include "text/characters.h"
 #include "xmlUtils.h"
 
@@ -12,14 +13,6 @@
 #include <vector>
 
 namespace {
-
-// In blanks.
-constexpr int propIndent(int level) { return level * 2 + 4; }
-constexpr int entryIndent(int level) { return propIndent(level) + 2; }
-
-constexpr std::string_view inheritedAttributeText(bool inherited) {
-    return inherited ? " inherited=\"true\"" : "";
-}
 
 /// Never called in a restore, which skips unsupported properties by their flag.
 Status unsupPropCmp(const VARIANT&, BackupProp&) {
@@ -83,8 +76,7 @@ Status parseList(IXMLDOMNode& node, std::vector<Variant>& values) {
     values.reserve(length);
     for (std::size_t i = 0; i < length; ++i) {
         ComPtr<IXMLDOMNode> child;
-        if (Status status = children->nextNode(child.out()); status < 0) return reported(status);
-        if (!child) return reported(E_UNEXPECTED);
+        if (Status status = xmlNextNode(*children, child); status < 0) return reported(status);
         if (Status status = parseValueNode(*child, values.emplace_back()); status < 0)
             return reported(status);
     }
@@ -92,31 +84,6 @@ Status parseList(IXMLDOMNode& node, std::vector<Variant>& values) {
 }
 
 } // namespace
-
-void printPropStart(OutStream& stream, int level, std::string_view tag, const OLECHAR* name, bool inherited) {
-    outPrintf(stream, "%*s<%s name=\"%S\"%s>\n", propIndent(level), "", tag, XmlAttributeText(name),
-              inheritedAttributeText(inherited));
-}
-
-void printPropEnd(OutStream& stream, int level, std::string_view tag) {
-    outPrintf(stream, "%*s</%s>\n", propIndent(level), "", tag);
-}
-
-void printValueStart(OutStream& stream, int level, const OLECHAR* name, VARTYPE type, bool inherited) {
-    outPrintf(stream, "%*s<%s name=\"%S\" type=\"%d\"%s>", propIndent(level), "", propTag,
-              XmlAttributeText(name), type, inheritedAttributeText(inherited));
-}
-
-void printEntryStart(OutStream& stream, int level, VARTYPE type) {
-    outPrintf(stream, "%*s<%s type=\"%d\">", entryIndent(level), "", propTag, type);
-}
-
-void printValueEnd(OutStream& stream) { outPrintf(stream, "</%s>\n", propTag); }
-
-void printMimeType(OutStream& stream, int level, const OLECHAR* extension, const OLECHAR* mimeType) {
-    outPrintf(stream, "%*s<mimetype %S=\"%S\" %S=\"%S\"/>\n", entryIndent(level), "", extensionAttribute,
-              XmlAttributeText(extension), typeAttribute, XmlAttributeText(mimeType));
-}
 
 const PropInfo& findPropInfo(const OLECHAR* name) {
     const auto* found = std::ranges::find_if(

@@ -1,5 +1,5 @@
-// The property table, which names the handlers of a property; the parsing of a property element of a backup
-// file, and the printing of its lines.
+// The property table, which names the handlers of a property, and the parsing of the property elements of a
+// backup file.
 #pragma once
 
 #include "directory/adsi.h"
@@ -50,29 +50,6 @@ struct PropInfo {
 /// Returns the row of a property, or the default row if the table doesn't name it. Names are compared
 /// exactly, up to their first NUL.
 const PropInfo& findPropInfo(const OLECHAR* name);
-
-// The tags of property elements, and the functions that print them for the DumpFn handlers. `level` is the
-// object's; for a whole property element inside another one it is the object's plus 1. The functions indent
-// by it: printEntryStart and printMimeType indent deeper than their parent.
-
-constexpr std::string_view propTag = "prop";
-constexpr std::string_view propListTag = "proplist";
-
-/// Prints the line of a start tag without a type: that of a `proplist`, or that of a `prop` with child
-/// elements.
-void printPropStart(OutStream& stream, int level, std::string_view tag, const OLECHAR* name, bool inherited);
-/// Prints the line of the end tag for such a start tag.
-void printPropEnd(OutStream& stream, int level, std::string_view tag);
-
-/// Prints the start tag of a `prop` with one value, whose text comes next, in the same line.
-void printValueStart(OutStream& stream, int level, const OLECHAR* name, VARTYPE type, bool inherited);
-/// Prints the start tag of an entry of a `proplist`, whose text comes next, in the same line.
-void printEntryStart(OutStream& stream, int level, VARTYPE type);
-/// Prints the end tag, and the line end, of a `prop` with one value or of an entry.
-void printValueEnd(OutStream& stream);
-
-/// Prints the line of one entry of a MIME map.
-void printMimeType(OutStream& stream, int level, const OLECHAR* extension, const OLECHAR* mimeType);
 
 /// Parses a word for a boolean value, such as "true" or "no". Returns 0, or E_FAIL for another word, with
 /// `value` unchanged. Reports nothing.

@@ -3,15 +3,15 @@
 #include "com/runtime.h"
 #include "directory/iis.h"
 #include "dispUtils.h"
-#include "pairing.h"
+#include "propPrint.h"
 #include "xmlUtils.h"
+
+#include <set>
 
 namespace {
 
-/// Reads the two texts of the live entry at an index.
-Status readLiveEntry(const VARIANT& array, LONG index, Bstr& extension, Bstr& mimeType) {
-    Variant element;
-    if (Status status = getArrayElement(array, index, element); status < 0) return reported(status);
+/// Reads the two texts of a live entry.
+Status readLiveEntry(const Variant& element, Bstr& extension, Bstr& mimeType) {
     ComPtr<IISMimeType> entry;
     if (Status status = queryObject(element.get(), entry); status < 0) return reported(status);
     if (Status status = entry->get_Extension(extension.out()); status < 0) return reported(status);
@@ -21,30 +21,30 @@ Status readLiveEntry(const VARIANT& array, LONG index, Bstr& extension, Bstr& mi
 
 /// Pairs every live entry with an equal one of the file. Returns 0, 1 if there is none for one of them, or a
 /// negative status.
-Status pairEntries(const VARIANT& array, ArrayBounds bounds, std::vector<MimeMapEntry>& entries) {
-    Pairing<MimeMapEntry, &MimeMapEntry::matched> pairing(entries);
-    for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
+Status pairEntries(const VARIANT& array, ArrayBounds bounds, const std::vector<MimeMapEntry>& entries) {
+    std::multiset<std::pair<std::u16string_view, std::u16string_view>> left;
+    for (const MimeMapEntry& entry : entries) left.emplace(view(entry.extension), view(entry.mimeType));
+    return visitElements(array, bounds, [&](const Variant& element, LONG) {
         Bstr extension;
         Bstr mimeType;
-        if (Status status = readLiveEntry(array, i, extension, mimeType); status < 0) return status;
-        if (!pairing.pair({view(extension), view(mimeType)})) {
+        if (Status status = readLiveEntry(element, extension, mimeType); status < 0) return status;
+        const auto found = left.find({view(extension), view(mimeType)});
+        if (found == left.end()) {
             logPrintf(5, "MimeMap: Mime Type %S --> %S not in backup.\n", extension, mimeType);
             return comparedDifferent;
         }
-    }
-    return comparedSame;
-}
-
-Status createMimeType(IClassFactory& factory, ComPtr<IISMimeType>& mimeType) {
-    void* created = nullptr;
-    const Status status = factory.CreateInstance(nullptr, IISMimeType::iid, &created);
-    return received(status, created, mimeType);
+        left.erase(found);
+        return comparedSame;
+    });
 }
 
 /// Creates the provider's object for an entry.
 Status createEntry(IClassFactory& factory, const MimeMapEntry& entry, Variant& out) {
     ComPtr<IISMimeType> mimeType;
-    if (Status status = createMimeType(factory, mimeType); status < 0) return reported(status);
+    const auto create = [&](void** created) {
+        return factory.CreateInstance(nullptr, IISMimeType::iid, created);
+    };
+    if (Status status = receive(mimeType, create); status < 0) return reported(status);
     if (Status status = mimeType->put_Extension(entry.extension); status < 0) return reported(status);
     if (Status status = mimeType->put_MimeType(entry.mimeType); status < 0) return reported(status);
     ComPtr<IDispatch> object;
@@ -55,18 +55,12 @@ Status createEntry(IClassFactory& factory, const MimeMapEntry& entry, Variant& o
 
 /// Creates the value of the property: an array of one object for each entry.
 Status createArray(IClassFactory& factory, const std::vector<MimeMapEntry>& entries, Variant& out) {
-    std::vector<Variant> objects(entries.size());
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (Status status = createEntry(factory, entries[i], objects[i]); status < 0) return status;
+    std::vector<Variant> objects;
+    for (const MimeMapEntry& entry : entries) {
+        if (Status status = createEntry(factory, entry, objects.emplace_back()); status < 0) return status;
     }
     if (Status status = moveIntoArray(objects, out); status < 0) return reported(status);
     return S_OK;
-}
-
-Status getFactory(ComPtr<IClassFactory>& factory) {
-    void* object = nullptr;
-    const Status status = CoGetClassObject(CLSID_MimeMap, CLSCTX_ALL, nullptr, IClassFactory::iid, &object);
-    return received(status, object, factory);
 }
 
 /// Reports, at the caller's place, a value that isn't an array of one dimension.
@@ -91,14 +85,11 @@ Status mimeMapParse(IXMLDOMNode& node, std::vector<MimeMapEntry>& entries) {
     std::vector<MimeMapEntry> parsed(length);
     for (MimeMapEntry& entry : parsed) {
         ComPtr<IXMLDOMNode> child;
-        if (Status status = children->nextNode(child.out()); status < 0) return reported(status);
-        if (!child) return reported(E_UNEXPECTED);
-        if (Status status = xmlGetAttrOfNode(*child, extensionAttribute, entry.extension, u""); status < 0) {
+        if (Status status = xmlNextNode(*children, child); status < 0) return reported(status);
+        if (Status status = xmlGetAttrOfNode(*child, extensionAttribute, entry.extension); status < 0)
             return reported(status);
-        }
-        if (Status status = xmlGetAttrOfNode(*child, typeAttribute, entry.mimeType, u""); status < 0) {
+        if (Status status = xmlGetAttrOfNode(*child, typeAttribute, entry.mimeType); status < 0)
             return reported(status);
-        }
     }
     entries = std::move(parsed);
     return S_OK;
@@ -122,7 +113,10 @@ Status mimeMapPropCmp(const VARIANT& value, BackupProp& prop) {
 
 Status mimeMapPropSet(IADs& object, BackupProp& prop) {
     ComPtr<IClassFactory> factory;
-    if (Status status = getFactory(factory); status < 0) return reported(status);
+    const auto get = [](void** out) {
+        return CoGetClassObject(CLSID_MimeMap, CLSCTX_ALL, nullptr, IClassFactory::iid, out);
+    };
+    if (Status status = receive(factory, get); status < 0) return reported(status);
     Bstr path;
     if (Status status = object.get_ADsPath(path.out()); status < 0) return reported(status);
     errPrintf("Setting %S:%S property to <array>\n", path, prop.name);
@@ -145,12 +139,14 @@ Status mimeMapPropDump(const OLECHAR* name, VARIANT& value, OutStream& stream, i
     printPropStart(stream, level, propTag, name, inherited);
     ArrayBounds bounds;
     if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
-    for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
+    const auto dumpEntry = [&](const Variant& element, LONG) {
         Bstr extension;
         Bstr mimeType;
-        if (Status status = readLiveEntry(value, i, extension, mimeType); status < 0) return status;
-        printMimeType(stream, level, extension, mimeType);
-    }
+        const Status status = readLiveEntry(element, extension, mimeType);
+        if (status == S_OK) printMimeType(stream, level, extension, mimeType);
+        return status;
+    };
+    if (Status status = visitElements(value, bounds, dumpEntry); status < 0) return status;
     printPropEnd(stream, level, propTag);
     return S_OK;
 }

@@ -6,20 +6,10 @@
 
 #include <vector>
 
-/// An extension and its MIME type.
-using MimePair = std::pair<std::u16string_view, std::u16string_view>;
-
-/// An entry of a backup file. A missing attribute is the empty string.
+/// An entry of a backup file. A missing attribute is a null string, which every call takes for the empty one.
 struct MimeMapEntry {
     Bstr extension;
     Bstr mimeType;
-    /// Whether a live entry has been paired with this one.
-    bool matched = false;
-
-    MimePair key() const { return {view(extension), view(mimeType)}; }
-    bool hasKey(const MimePair& pair) const {
-        return equal(extension, pair.first) && equal(mimeType, pair.second);
-    }
 };
 
 /// Parses the element of the property. Returns 0 with the entries in document order, or a negative status

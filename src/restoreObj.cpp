@@ -1,11 +1,11 @@
 #include "restoreObj.h"
 
 #include "childWalk.h"
-#include "keyIndex.h"
 #include "objInfo.h"
 #include "restore.h"
 #include "xmlUtils.h"
 
+#include <map>
 #include <vector>
 
 namespace {
@@ -19,16 +19,10 @@ struct ChildEntry {
     /// Whether an `obj` element of the file has been reconciled with this child; if not, it is deleted at the
     /// end.
     bool matched = false;
-
-    std::u16string_view key() const { return view(name); }
 };
 
-using ChildIndex = KeyIndex<ChildEntry>;
-
-/// Returns the first entry with a name, or null.
-ChildEntry* findChild(ChildIndex& index, std::u16string_view name) {
-    return index.find(name, [](const ChildEntry&) { return false; });
-}
+/// The live children by their names, which they keep.
+using ChildMap = std::map<std::u16string_view, ChildEntry*>;
 
 /// One `obj` element of the file.
 struct FileObject {
@@ -52,12 +46,13 @@ Status warnOfIgnoredChildren(IADs& object, IXMLDOMNode& childrenNode) {
 
 Status countChildren(IADsContainer& container, std::size_t& count) {
     ChildEnumerator children;
+    if (Status status = children.build(container); status < 0) return reported(status);
     count = 0;
     const auto countChild = [&count](const Variant&) {
         ++count;
         return S_OK;
     };
-    if (Status status = visitChildren(children, container, countChild); status < 0) return status;
+    if (Status status = visitChildren(children, countChild); status < 0) return status;
     if (Status status = children.free(); status < 0) return reported(status);
     return S_OK;
 }
@@ -71,17 +66,23 @@ Status readChild(const Variant& element, ChildEntry& entry) {
     return S_OK;
 }
 
+Status reportOtherChildren(SourcePlace place = SourcePlace::current()) {
+    return reported(E_UNEXPECTED, place,
+                    "The live children changed while they were read; run the restore again");
+}
+
 /// Reads the live children into the entries. E_UNEXPECTED if there are now fewer or more children than
 /// entries.
 Status readChildren(IADsContainer& container, std::vector<ChildEntry>& entries) {
     ChildEnumerator children;
+    if (Status status = children.build(container); status < 0) return reported(status);
     std::size_t count = 0;
     const auto readNext = [&](const Variant& element) {
-        if (count == entries.size()) return reported(E_UNEXPECTED);
+        if (count == entries.size()) return reportOtherChildren();
         return readChild(element, entries[count++]);
     };
-    if (Status status = visitChildren(children, container, readNext); status < 0) return status;
-    if (count != entries.size()) return reported(E_UNEXPECTED);
+    if (Status status = visitChildren(children, readNext); status < 0) return status;
+    if (count != entries.size()) return reportOtherChildren();
     if (Status status = children.free(); status < 0) return reported(status);
     return S_OK;
 }
@@ -158,21 +159,22 @@ Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
     return S_OK;
 }
 
-Status reconcileChild(IADs& parent, const FileObject& object, ChildIndex& children) {
-    ChildEntry* entry = findChild(children, view(object.name));
-    if (entry == nullptr) return createMissing(parent, object);
-    if (entry->matched) {
+Status reconcileChild(IADs& parent, const FileObject& object, const ChildMap& children) {
+    const auto found = children.find(view(object.name));
+    if (found == children.end()) return createMissing(parent, object);
+    ChildEntry& entry = *found->second;
+    if (entry.matched) {
         return reported(E_UNEXPECTED, "ERROR: object \"%S\" appears more than once in the backup file",
                         object.name);
     }
-    if (!equal(entry->className, view(object.className))) return replaceChild(parent, object, *entry);
-    if (Status status = restoreObject(object.node, entry->object.get()); status < 0) return reported(status);
-    entry->matched = true;
+    if (!equal(entry.className, view(object.className))) return replaceChild(parent, object, entry);
+    if (Status status = restoreObject(object.node, entry.object.get()); status < 0) return reported(status);
+    entry.matched = true;
     return S_OK;
 }
 
 /// Reconciles the `obj` elements of the file in document order.
-Status reconcileFileObjects(IADs& object, IXMLDOMNode& childrenNode, ChildIndex& children) {
+Status reconcileFileObjects(IADs& object, IXMLDOMNode& childrenNode, const ChildMap& children) {
     ComPtr<IXMLDOMNodeList> nodes;
     if (Status status = xmlGetChildNodes(childrenNode, nodes); status < 0) return reported(status);
     for (;;) {
@@ -209,7 +211,9 @@ Status reconcileChildren(IADs& object, IXMLDOMNode& childrenNode) {
     if (Status status = countChildren(*container, count); status < 0) return status;
     std::vector<ChildEntry> entries(count);
     if (Status status = readChildren(*container, entries); status < 0) return status;
-    ChildIndex children(entries);
+    ChildMap children;
+    for (ChildEntry& entry : entries)
+        children.emplace(view(entry.name), &entry); // Keeps the first of a name.
     if (Status status = reconcileFileObjects(object, childrenNode, children); status < 0) return status;
     return deleteLeftovers(entries);
 }

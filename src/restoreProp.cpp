@@ -1,9 +1,10 @@
 #include "restoreProp.h"
 
-#include "pairing.h"
 #include "schemaCache.h"
 #include "xmlUtils.h"
 
+#include <map>
+#include <optional>
 #include <vector>
 
 namespace {
@@ -25,23 +26,46 @@ private:
     Bstr path_;
 };
 
-/// A property name of the object's class.
-struct SchemaName {
-    BSTR name;
-    /// Whether a property of the file has been paired with this name.
-    bool seen = false;
+/// The property names of the object's class, paired with those of the file.
+class SchemaNames {
+public:
+    explicit SchemaNames(std::span<const BSTR> names) : names_(names), seen_(names.size()) {}
 
-    std::u16string_view key() const { return view(name); }
-    bool hasKey(std::u16string_view other) const { return equal(name, other); }
-};
-
-/// Prints a warning for each name that the file lacks.
-void warnOfUnseen(std::span<const SchemaName> names, WarningPath& path) {
-    for (const SchemaName& entry : names) {
-        if (entry.seen) continue;
-        errPrintf("WARNING - property \"%S\" is not in backup for object \"%S\"\n", entry.name, path.get());
+    /// Pairs a property of the file with the first name that equals its own and isn't paired yet. Returns
+    /// whether there is one.
+    bool pair(std::u16string_view name) {
+        if (!later_ && inStep_ < names_.size() && equal(names_[inStep_], name))
+            return seen_[inStep_++] = true;
+        if (!later_) indexLater();
+        const auto found = later_->lower_bound(name);
+        if (found == later_->end() || found->first != name) return false;
+        seen_[found->second] = true;
+        later_->erase(found);
+        return true;
     }
-}
+    /// Prints a warning for each name that the file lacks.
+    void warnOfUnseen(WarningPath& path) const {
+        for (std::size_t i = 0; i < names_.size(); ++i) {
+            if (seen_[i]) continue;
+            errPrintf("WARNING - property \"%S\" is not in backup for object \"%S\"\n", names_[i],
+                      path.get());
+        }
+    }
+
+private:
+    void indexLater() {
+        later_.emplace();
+        for (std::size_t i = inStep_; i < names_.size(); ++i) later_->emplace(view(names_[i]), i);
+    }
+
+    std::span<const BSTR> names_;
+    /// Whether a property of the file has been paired with each name.
+    std::vector<bool> seen_;
+    /// File and schema mostly run in step: the number of names before their first difference.
+    std::size_t inStep_ = 0;
+    /// The numbers of the names from that difference on that aren't paired yet, equal ones in their order.
+    std::optional<std::multimap<std::u16string_view, std::size_t>> later_;
+};
 
 /// Returns whether a restore skips the property by its flags; if so, prints a log line.
 bool isSkipped(const PropInfo& info, BSTR name) {
@@ -63,10 +87,7 @@ Status reconcileProperties(IADs& object, IXMLDOMNode& propsNode) {
     std::span<const BSTR> names;
     if (Status status = getClassSchema(*runSettings.schemaCache, object, names); status < 0)
         return reported(status, "Getting schema info from schema cache");
-    std::vector<SchemaName> schemaNames;
-    schemaNames.reserve(names.size());
-    for (BSTR name : names) schemaNames.push_back({name});
-    Pairing<SchemaName, &SchemaName::seen> pairing(schemaNames);
+    SchemaNames schemaNames(names);
     WarningPath path(object);
     ComPtr<IXMLDOMNodeList> nodes;
     if (Status status = xmlGetChildNodes(propsNode, nodes); status < 0) return reported(status);
@@ -80,14 +101,14 @@ Status reconcileProperties(IADs& object, IXMLDOMNode& propsNode) {
         if (!node) break;
         BackupProp& prop = records.emplace_back();
         if (Status status = backupPropBind(prop, *node); status < 0) return reported(status);
-        if (pairing.pair(view(prop.name))) {
+        if (schemaNames.pair(view(prop.name))) {
             if (Status status = reconcileProperty(object, prop); status < 0) return reported(status);
         } else {
             errPrintf("WARNING - property \"%S\" listed in backup but not in schema for object \"%S\"\n",
                       prop.name, path.get());
         }
     }
-    warnOfUnseen(schemaNames, path);
+    schemaNames.warnOfUnseen(path);
     return S_OK;
 }
 

@@ -18,15 +18,12 @@ struct NameList {
 
 /// Appends the names of a list, without empty ones, to the `count` names in `store`.
 Status appendNames(const NameList& list, Bstr* store, std::int32_t& count) {
-    for (LONG i = list.bounds.lower; i <= list.bounds.upper; ++i) {
-        Variant name;
-        if (Status status = getArrayElement(list.names.get(), i, name); status < 0) return reported(status);
-        if (Status status = VariantChangeType(&name.get(), &name.get(), 0, VT_BSTR); status < 0) {
+    return visitElements(list.names.get(), list.bounds, [&](Variant& name, LONG) {
+        if (Status status = VariantChangeType(&name.get(), &name.get(), 0, VT_BSTR); status < 0)
             return reported(status);
-        }
         if (SysStringLen(name->bstrVal) > 0) store[count++] = Bstr(view(name->bstrVal));
-    }
-    return S_OK;
+        return S_OK;
+    });
 }
 
 /// Reads the names of the class unless that has been done.
@@ -47,7 +44,7 @@ Status classSchemaLoad(ClassSchema& entry) {
     if (Status status = getArrayBounds(optional.names.get(), optional.bounds); status < 0)
         return reported(status);
 
-    // The entry counts as loaded only when all names are there.
+    // A failed load leaves the entry as it was: it counts as loaded only with all names.
     auto nameStore = std::make_unique<Bstr[]>(mandatory.size() + optional.size());
     std::int32_t count = 0;
     if (Status status = appendNames(mandatory, nameStore.get(), count); status < 0) return status;

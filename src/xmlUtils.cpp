@@ -74,13 +74,6 @@ Status appendAttributes(IXMLDOMNode& node) {
     return S_OK;
 }
 
-Status createDocument(ComPtr<IXMLDOMDocument>& document) {
-    void* created = nullptr;
-    const Status status =
-        CoCreateInstance(CLSID_DOMDocument, nullptr, CLSCTX_ALL, IXMLDOMDocument::iid, &created);
-    return received(status, created, document);
-}
-
 Status reportOpenFailure(const char* fileName, int error) {
     return reported(E_UNEXPECTED, "Unexpected error opening: \"%s\": %s", fileName, errorText(error));
 }
@@ -126,8 +119,11 @@ Status takeText(Variant& attribute, Bstr& value) {
 
 Status xmlLoadFile(const char* fileName, ComPtr<IXMLDOMDocument>& document) {
     document.reset();
+    const auto create = [](void** out) {
+        return CoCreateInstance(CLSID_DOMDocument, nullptr, CLSCTX_ALL, IXMLDOMDocument::iid, out);
+    };
     ComPtr<IXMLDOMDocument> created;
-    if (Status status = createDocument(created); status < 0)
+    if (Status status = receive(created, create); status < 0)
         return reported(status, "Creating XML DOM object");
     std::unique_ptr<char[]> bytes;
     if (Status status = readBytes(fileName, bytes); status < 0) return status;
@@ -169,6 +165,11 @@ Status xmlGetLength(IXMLDOMNodeList& nodes, std::size_t& length) {
     const Status status = nodes.get_length(&count);
     length = static_cast<std::size_t>(std::max(count, 0));
     return status >= 0 && count < 0 ? E_UNEXPECTED : status;
+}
+
+Status xmlNextNode(IXMLDOMNodeList& nodes, ComPtr<IXMLDOMNode>& node) {
+    const Status status = nodes.nextNode(node.out());
+    return status >= 0 && !node ? E_UNEXPECTED : status;
 }
 
 Status xmlChildCount(IXMLDOMNode& node, LONG& count) {

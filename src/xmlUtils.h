@@ -36,6 +36,10 @@ Status xmlGetChildNodes(IXMLDOMNode& node, ComPtr<IXMLDOMNodeList>& children);
 /// Reports nothing.
 Status xmlGetLength(IXMLDOMNodeList& nodes, std::size_t& length);
 
+/// Gets the next node of a list that has more. Returns the status of the call, or E_UNEXPECTED if it has no
+/// result. Reports nothing.
+Status xmlNextNode(IXMLDOMNodeList& nodes, ComPtr<IXMLDOMNode>& node);
+
 /// Gets the number of child nodes of every kind. Returns 0 or a negative status.
 Status xmlChildCount(IXMLDOMNode& node, LONG& count);
 

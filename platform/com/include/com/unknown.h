@@ -119,18 +119,18 @@ private:
     T* object_ = nullptr;
 };
 
-/// Puts the reference that a call returned together with `status` into `out`, and returns the status of both:
-/// a success without a reference is E_UNEXPECTED.
-template <class T> HRESULT received(HRESULT status, void* found, ComPtr<T>& out) {
-    out = ComPtr<T>::adopt(static_cast<T*>(found));
-    return status >= 0 && found == nullptr ? E_UNEXPECTED : status;
+/// Makes `call(&object)`, which returns an object as the interface T, and puts its reference into `out`.
+/// Returns the status of the call; E_UNEXPECTED for a success without a reference.
+template <class T, class Call> HRESULT receive(ComPtr<T>& out, Call call) {
+    void* object = nullptr;
+    const HRESULT status = call(&object);
+    out = ComPtr<T>::adopt(static_cast<T*>(object));
+    return status >= 0 && object == nullptr ? E_UNEXPECTED : status;
 }
 
-/// Queries `object` for the interface T. Statuses as of QueryInterface, and E_UNEXPECTED as of received.
+/// Queries `object` for the interface T. Statuses as of QueryInterface and of receive.
 template <class T> HRESULT query(IUnknown& object, ComPtr<T>& out) {
-    void* found = nullptr;
-    const HRESULT status = object.QueryInterface(T::iid, &found);
-    return received(status, found, out);
+    return receive(out, [&object](void** found) { return object.QueryInterface(T::iid, found); });
 }
 
 /// Implements IUnknown for an object that offers the given interfaces. A query for IUnknown or IDispatch

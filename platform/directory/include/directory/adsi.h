@@ -120,7 +120,5 @@ HRESULT ADsFreeEnumerator(IEnumVARIANT* enumerator);
 
 /// ADsGetObject for the interface T.
 template <class T> HRESULT bindObject(const OLECHAR* path, ComPtr<T>& object) {
-    void* found = nullptr;
-    const HRESULT status = ADsGetObject(path, T::iid, &found);
-    return received(status, found, object);
+    return receive(object, [path](void** found) { return ADsGetObject(path, T::iid, found); });
 }
