@@ -39,6 +39,7 @@ prepare() {
     awk -f "$change" original.txt >changed.txt
     cp original.txt metabase.txt
     "$program" -backup -file backup.xml
+    "$program" -backup -noinherit -file own.xml
     "$program" -restore -n -file backup.xml >output
     test ! -s output
     cp changed.txt metabase.txt
@@ -102,6 +103,7 @@ echo "Counting instructions"
 counted W10 load "$built/bench/loadBackup" backup.xml
 counted W10 backup "$program" -backup -file again.xml
 counted W10 same "$program" -restore -n -file backup.xml
+counted W10 own "$program" -restore -n -file own.xml
 cp "$work/W10/changed.txt" "$work/W10/metabase.txt"
 counted W10 changed "$program" -restore -file backup.xml
 

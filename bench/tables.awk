@@ -76,9 +76,9 @@ END {
     print "\nInstructions on W10, counted by callgrind.\n"
     print "| run | millions | for each object |"
     print "|---|---|---|"
-    split("load backup same changed", names, " ")
-    split("loadXML alone|-backup|-restore -n, no difference|-restore, changed", texts, "|")
-    for (j = 1; j <= 4; j++) {
+    split("load backup same own changed", names, " ")
+    split("loadXML alone|-backup|-restore -n, no difference|-restore -n of a -noinherit file|-restore, changed", texts, "|")
+    for (j = 1; j <= 5; j++) {
         number = instructions[names[j]]
         printf "| %s | %.0f | %.0f |\n", texts[j], number / 1e6, number / objects["W10"]
     }

@@ -1,7 +1,13 @@
 # Debian packages, installed where they are missing. For the other scripts to read in: need and need_presets note what
-# is missing, install_needed installs it.
+# is missing, install_needed prints and installs it. With --no-install as the script's first argument, which is removed
+# here, it ends the script instead.
 
 needed=""
+may_install=true
+if [ "${1:-}" = --no-install ]; then
+    may_install=false
+    shift
+fi
 
 # need PACKAGE CHECK...: notes a package whose check, a command line, fails.
 need() {
@@ -43,6 +49,10 @@ cmake_is_recent() {
 
 install_needed() {
     [ -n "$needed" ] || return 0
+    $may_install || {
+        echo "Missing Debian packages:$needed" >&2
+        exit 1
+    }
     echo "Installing Debian packages:$needed"
     as_root=""
     [ "$(id -u)" -eq 0 ] || as_root="sudo"
