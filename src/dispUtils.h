@@ -21,7 +21,7 @@ Status cmpSafeArrays(const VARIANT& a, const VARIANT& b);
 Status printVariant(OutStream& stream, const VARIANT& value);
 
 /// Prints a string as the text of an element: with references for `&`, `<`, `>` and the characters from
-/// U+0100 up (U+FFFD in place of a unit that no document can hold), and a blank for NUL. Null prints nothing.
+/// U+0100 up (U+FFFD for a unit that no document can hold), and a blank for NUL. Null prints nothing.
 /// Always returns 0.
 Status printXmlEscaped(OutStream& stream, BSTR text);
 

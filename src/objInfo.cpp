@@ -196,8 +196,8 @@ Status findObjInfo(std::u16string_view className, const ObjInfo*& row) {
         std::ranges::sort(objInfoIndex, {}, nameOf);
         objInfoIndexReady = true;
     }
-    const auto* place = std::ranges::lower_bound(objInfoIndex, className, {}, nameOf);
-    const bool found = place != objInfoIndex.end() && nameOf(*place) == className;
-    row = found ? *place : &defaultObjInfo;
-    return found ? S_OK : S_FALSE;
+    const auto* found = std::ranges::lower_bound(objInfoIndex, className, {}, nameOf);
+    const bool isKnown = found != objInfoIndex.end() && nameOf(*found) == className;
+    row = isKnown ? *found : &defaultObjInfo;
+    return isKnown ? S_OK : S_FALSE;
 }

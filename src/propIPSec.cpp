@@ -11,7 +11,7 @@ namespace {
 
 constexpr const OLECHAR* grantByDefaultName = u"GrantByDefault";
 
-/// One of the four lists: its name, its place in IpSecValues and its calls.
+/// One of the four lists: its name, its field of IpSecValues and its calls.
 struct SubList {
     const OLECHAR* name;
     Variant IpSecValues::*field;

@@ -65,8 +65,8 @@ Status parseValueNode(IXMLDOMNode& node, Variant& out);
 /// E_UNEXPECTED for an element with another tag, or the status of a failed step.
 Status parsePropNode(IXMLDOMNode& node, Variant& out, bool& inherited);
 
-/// Attaches a record to an element and reads its name. Returns 0 or a negative status.
+/// Attaches a BackupProp to an element and reads its name. Returns 0 or a negative status.
 Status backupPropBind(BackupProp& prop, IXMLDOMNode& node);
 
-/// Parses the value of a record unless that has been done. Returns 0 or a negative status.
+/// Parses the value of a BackupProp unless that has been done. Returns 0 or a negative status.
 Status backupPropParse(BackupProp& prop);

@@ -93,13 +93,13 @@ Status reconcileProperties(IADs& object, IXMLDOMNode& propsNode) {
     if (Status status = xmlGetChildNodes(propsNode, nodes); status < 0) return reported(status);
     std::size_t length = 0;
     if (Status status = xmlGetLength(*nodes, length); status < 0) return reported(status);
-    std::vector<BackupProp> records;
-    records.reserve(length);
+    std::vector<BackupProp> props;
+    props.reserve(length);
     for (;;) {
         ComPtr<IXMLDOMNode> node;
         if (Status status = nodes->nextNode(node.out()); status < 0) return reported(status);
         if (!node) break;
-        BackupProp& prop = records.emplace_back();
+        BackupProp& prop = props.emplace_back();
         if (Status status = backupPropBind(prop, *node); status < 0) return reported(status);
         if (schemaNames.pair(view(prop.name))) {
             if (Status status = reconcileProperty(object, prop); status < 0) return reported(status);

@@ -59,7 +59,7 @@ Status classSchemaLoad(ClassSchema& entry) {
 
 /// Returns the entry of a schema path, or null.
 ClassSchema* findEntry(const SchemaCache& cache, BSTR schemaPath) {
-    ClassSchema* entry = cache.head.get();
+    ClassSchema* entry = cache.newest.get();
     while (entry != nullptr &&
            VarBstrCmp(entry->schemaPath, schemaPath, LOCALE_USER_DEFAULT, 0) != VARCMP_EQ) {
         entry = entry->next.get();
@@ -72,7 +72,7 @@ ClassSchema* findEntry(const SchemaCache& cache, BSTR schemaPath) {
 SchemaCache::~SchemaCache() { schemaCacheDestroy(*this); }
 
 void schemaCacheDestroy(SchemaCache& cache) {
-    while (cache.head) cache.head = std::move(cache.head->next);
+    while (cache.newest) cache.newest = std::move(cache.newest->next);
 }
 
 Status getClassSchema(SchemaCache& cache, IADs& object, std::span<const BSTR>& names) {
@@ -82,9 +82,9 @@ Status getClassSchema(SchemaCache& cache, IADs& object, std::span<const BSTR>& n
     if (entry == nullptr) {
         auto added = std::make_unique<ClassSchema>();
         added->schemaPath = std::move(schemaPath);
-        added->next = std::move(cache.head);
-        cache.head = std::move(added);
-        entry = cache.head.get();
+        added->next = std::move(cache.newest);
+        cache.newest = std::move(added);
+        entry = cache.newest.get();
     }
     if (Status status = classSchemaLoad(*entry); status < 0) return reported(status);
     names = {entry->names.get(), static_cast<std::size_t>(entry->count)};

@@ -28,7 +28,7 @@ struct SchemaCache {
     SchemaCache& operator=(const SchemaCache&) = delete;
     ~SchemaCache();
 
-    std::unique_ptr<ClassSchema> head;
+    std::unique_ptr<ClassSchema> newest;
 };
 
 /// Frees all entries, and with them the names that callers borrow.

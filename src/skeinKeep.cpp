@@ -86,7 +86,7 @@ Mode parseCommandLine(int argc, char** argv) {
 /// Runs a driver in the component runtime and with a schema cache. Returns the exit code.
 int runMode(Mode mode) {
     if (Status status = CoInitializeEx(nullptr, 0); status < 0) {
-        (void)reported(status, "CoInitialize"); // The exit code takes its place.
+        (void)reported(status, "CoInitialize"); // The exit code is 2.
         return 2;
     }
     SchemaCache schemaCache;

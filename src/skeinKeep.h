@@ -70,7 +70,7 @@ void logPrintf(std::int32_t level, const Format<Args...>& format, const Args&...
 /// place. `sourceFile` is a stem.
 void reportHr(Status status, std::string_view sourceFile, std::uint32_t line);
 
-/// A place in the sources; in place of std::source_location, which some compilers' libraries lack.
+/// A place in the sources. Some compilers' libraries lack std::source_location.
 struct SourcePlace {
     std::string_view file;
     std::uint32_t line;

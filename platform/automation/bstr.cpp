@@ -3,9 +3,9 @@
 namespace {
 
 // The size of the block before the units. It ends with the length and keeps the alignment of the block.
-constexpr std::size_t headSize = 8;
+constexpr std::size_t headerSize = 8;
 
-std::size_t blockSize(UINT byteLength) { return headSize + byteLength + sizeof(OLECHAR); }
+std::size_t blockSize(UINT byteLength) { return headerSize + byteLength + sizeof(OLECHAR); }
 
 } // namespace
 
@@ -13,8 +13,8 @@ BSTR SysAllocStringLen(const OLECHAR* text, UINT length) {
     const UINT byteLength = length * static_cast<UINT>(sizeof(OLECHAR));
     if (byteLength / sizeof(OLECHAR) != length) memory::exhausted();
     auto* block = static_cast<char*>(memory::allocate(blockSize(byteLength)));
-    std::memcpy(block + headSize - sizeof byteLength, &byteLength, sizeof byteLength);
-    auto* units = reinterpret_cast<BSTR>(block + headSize);
+    std::memcpy(block + headerSize - sizeof byteLength, &byteLength, sizeof byteLength);
+    auto* units = reinterpret_cast<BSTR>(block + headerSize);
     if (text != nullptr) std::memcpy(units, text, byteLength);
     units[length] = u'\0';
     return units;
@@ -22,7 +22,7 @@ BSTR SysAllocStringLen(const OLECHAR* text, UINT length) {
 
 void SysFreeString(BSTR text) {
     if (text == nullptr) return;
-    memory::free(reinterpret_cast<char*>(text) - headSize, blockSize(SysStringByteLen(text)));
+    memory::free(reinterpret_cast<char*>(text) - headerSize, blockSize(SysStringByteLen(text)));
 }
 
 UINT SysStringLen(BSTR text) { return static_cast<UINT>(view(text).size()); }

@@ -9,7 +9,7 @@
 namespace {
 
 // Header, bounds and elements are one block. A VARIANT has the strictest alignment of the three.
-constexpr std::size_t headSize(UINT dimensions) {
+constexpr std::size_t headerSize(UINT dimensions) {
     const std::size_t size = sizeof(SAFEARRAY) + dimensions * sizeof(SAFEARRAYBOUND);
     return (size + alignof(VARIANT) - 1) / alignof(VARIANT) * alignof(VARIANT);
 }
@@ -44,12 +44,12 @@ SAFEARRAY* SafeArrayCreate(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* 
         dataSize *= bounds[i].cElements;
     }
 
-    auto* block = static_cast<char*>(memory::allocate(headSize(dimensions) + dataSize));
+    auto* block = static_cast<char*>(memory::allocate(headerSize(dimensions) + dataSize));
     auto* array = new (block) SAFEARRAY{};
     array->cDims = static_cast<WORD>(dimensions);
     array->vt = type;
     array->cbElements = elementSize;
-    array->pvData = block + headSize(dimensions);
+    array->pvData = block + headerSize(dimensions);
     array->rgsabound = reinterpret_cast<SAFEARRAYBOUND*>(block + sizeof(SAFEARRAY));
     std::memcpy(array->rgsabound, bounds, dimensions * sizeof(SAFEARRAYBOUND));
     std::memset(array->pvData, 0, dataSize);
@@ -63,7 +63,7 @@ HRESULT SafeArrayDestroy(SAFEARRAY* array) {
         auto* elements = static_cast<VARIANT*>(array->pvData);
         for (std::size_t i = 0; i < count; ++i) (void)VariantClear(&elements[i]);
     }
-    memory::free(array, headSize(array->cDims) + count * array->cbElements);
+    memory::free(array, headerSize(array->cDims) + count * array->cbElements);
     return S_OK;
 }
 

@@ -83,16 +83,6 @@ HRESULT DirectoryObject::findProperty(BSTR name, PropertyId& property) const {
     return S_OK;
 }
 
-HRESULT DirectoryObject::findShown(BSTR name) {
-    if (HRESULT status = checkBound(); status < 0) return status;
-    const std::uint64_t revision = metabase_->revision();
-    if (shownRevision_ == revision && equal(name, definitionOf(shownProperty_).name)) return S_OK;
-    if (HRESULT status = findProperty(name, shownProperty_); status < 0) return status;
-    shown_ = metabase_->tree().effectiveValue(node_, shownProperty_);
-    shownRevision_ = revision;
-    return S_OK;
-}
-
 HRESULT DirectoryObject::GetIDsOfNames(const IID&, const OLECHAR* const* names, UINT count, LCID,
                                        DISPID* ids) {
     if (HRESULT status = checkBound(); status < 0) return status;
@@ -155,19 +145,22 @@ HRESULT DirectoryObject::Put(BSTR name, const VARIANT& value) {
 
 HRESULT DirectoryObject::GetEx(BSTR name, VARIANT* value) {
     VariantInit(value);
-    if (HRESULT status = findShown(name); status < 0) return status;
-    Lexer lexer(shown_.text);
+    PropertyId property = 0;
+    if (HRESULT status = findProperty(name, property); status < 0) return status;
+    Lexer lexer(metabase_->tree().effectiveValue(node_, property).text);
     Variant parsed;
     // Every text in the tree was checked or formatted before.
-    (void)parseValue(lexer, definitionOf(shownProperty_).form, parsed);
+    (void)parseValue(lexer, definitionOf(property).form, parsed);
     *value = parsed.detach();
     return S_OK;
 }
 
 HRESULT DirectoryObject::Get(BSTR name, VARIANT* value) {
     if (HRESULT status = GetEx(name, value); status < 0) return status;
+    PropertyId property = 0;
+    if (HRESULT status = findProperty(name, property); status < 0) return status;
     const bool isArray = value->vt == (VT_ARRAY | VT_VARIANT);
-    if (!isArray || !definitionOf(shownProperty_).single) return S_OK;
+    if (!isArray || !definitionOf(property).single) return S_OK;
     if (value->parray->rgsabound[0].cElements != 1) return S_OK;
     const Variant array = Variant::adopt(*value);
     const LONG first = 0;
@@ -210,8 +203,10 @@ HRESULT DirectoryObject::DeleteObject(LONG) {
 
 HRESULT DirectoryObject::GetPropertyAttribObj(BSTR name, IDispatch** attributes) {
     *attributes = nullptr;
-    if (HRESULT status = findShown(name); status < 0) return status;
-    *attributes = makeObject<PropertyAttribute>(shown_.inherited).detach();
+    PropertyId property = 0;
+    if (HRESULT status = findProperty(name, property); status < 0) return status;
+    const EffectiveValue value = metabase_->tree().effectiveValue(node_, property);
+    *attributes = makeObject<PropertyAttribute>(value.inherited).detach();
     return S_OK;
 }
 

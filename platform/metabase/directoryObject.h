@@ -43,8 +43,6 @@ private:
     HRESULT failUnbound() const;
     /// Finds a property that the object's class lists. E_ADS_PROPERTY_NOT_FOUND for any other.
     HRESULT findProperty(BSTR name, PropertyId& property) const;
-    /// Finds a property and the object's value for it, and puts both into shownProperty_ and shown_.
-    HRESULT findShown(BSTR name);
     const PropertyDefinition& definitionOf(PropertyId property) const {
         return metabase_->tree().properties()[property];
     }
@@ -52,12 +50,6 @@ private:
     ComPtr<LiveMetabase> metabase_;
     ObjectNode& node_;
     std::vector<PendingValue> pending_;
-
-    // A walk asks for the attributes of a property and then for its value: the last result of findShown is
-    // valid until the metabase changes.
-    PropertyId shownProperty_ = 0;
-    EffectiveValue shown_{};
-    std::uint64_t shownRevision_ = 0;
 };
 
 } // namespace metabase

@@ -36,7 +36,6 @@ HRESULT LiveMetabase::open(ComPtr<LiveMetabase>& opened) {
 
 HRESULT LiveMetabase::set(ObjectNode& node, std::span<const PendingValue> values) {
     if (HRESULT status = log_.append(setLine(tree_, node, values)); status < 0) return status;
-    ++revision_;
     for (const PendingValue& value : values)
         ObjectTree::setValue(node, value.property, tree_.keepText(value.text));
     return S_OK;
@@ -58,7 +57,6 @@ HRESULT LiveMetabase::create(ObjectNode& parent, std::u16string_view className, 
                               std::u16string(adsRoot) + path + u": " + wideReason);
     }
     if (HRESULT status = log_.append(createLine(path, *definition)); status < 0) return status;
-    ++revision_;
     created = &tree_.addObject(parent, name, *definition);
     tree_.setKeyType(*created);
     return S_OK;
@@ -68,7 +66,6 @@ HRESULT LiveMetabase::remove(ObjectNode& node) {
     if (&node == tree_.root())
         return failWithDetail(E_ADS_BAD_PATHNAME, u"The topmost object can't be deleted");
     if (HRESULT status = log_.append(deleteLine(node)); status < 0) return status;
-    ++revision_;
     ObjectTree::remove(node);
     return S_OK;
 }

@@ -19,9 +19,6 @@ public:
 
     const ObjectTree& tree() const { return tree_; }
 
-    /// A number that each change increases.
-    std::uint64_t revision() const { return revision_; }
-
     /// Changes: each is appended to the log, and then made in the tree. Statuses as of ChangeLog::append; if
     /// it fails the tree stays as it is.
     HRESULT set(ObjectNode& node, std::span<const PendingValue> values);
@@ -41,7 +38,6 @@ private:
     Snapshot snapshot_;
     MetabaseText text_;
     ObjectTree tree_;
-    std::uint64_t revision_ = 1;
 };
 
 /// The path of an object in the directory is this and its path in the tree.

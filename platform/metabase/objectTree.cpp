@@ -10,13 +10,13 @@ namespace metabase {
 
 namespace {
 
-template <class Values> auto placeOfValue(Values& values, PropertyId property) {
+template <class Values> auto positionOfValue(Values& values, PropertyId property) {
     if (values.empty() || values.back().property < property) return values.end();
     return std::ranges::lower_bound(values, property, {}, &StoredValue::property);
 }
 
 const StoredValue* ownValue(const ObjectNode& node, PropertyId property) {
-    const auto found = placeOfValue(node.values, property);
+    const auto found = positionOfValue(node.values, property);
     return found != node.values.end() && found->property == property ? &*found : nullptr;
 }
 
@@ -47,10 +47,6 @@ const ClassDefinition* ObjectTree::findClass(std::u16string_view name) const {
 
 ObjectNode* ObjectTree::findChild(const ObjectNode& parent, std::u16string_view name) {
     const ChildSet& children = parent.children();
-    if (children.empty()) return nullptr;
-    // A file has its objects in the order of their names, so that the last child is wanted most often.
-    ObjectNode* last = *children.rbegin();
-    if (const int order = last->name.compare(name); order <= 0) return order == 0 ? last : nullptr;
     const auto found = children.find(name);
     return found == children.end() ? nullptr : *found;
 }
@@ -149,11 +145,11 @@ void ObjectTree::remove(ObjectNode& node) {
 
 void ObjectTree::setValue(ObjectNode& node, PropertyId property, std::string_view text) {
     const StoredValue value(property, text);
-    const auto place = placeOfValue(node.values, property);
-    if (place != node.values.end() && place->property == property) {
-        *place = value;
+    const auto position = positionOfValue(node.values, property);
+    if (position != node.values.end() && position->property == property) {
+        *position = value;
     } else {
-        node.values.insert(place, value);
+        node.values.insert(position, value);
     }
 }
 

@@ -71,7 +71,7 @@ private:
 
 using ChildSet = std::set<ObjectNode*, NameOrder>;
 
-/// An object, or the place above the topmost object, which has no class.
+/// An object, or the node above the topmost object, which has no class.
 struct ObjectNode {
     std::u16string name;
     ObjectNode* parent = nullptr;
@@ -112,7 +112,7 @@ public:
 
     const std::vector<PropertyDefinition>& properties() const { return properties_; }
     const std::deque<ClassDefinition>& classes() const { return classes_; }
-    /// The place above the topmost object.
+    /// The node above the topmost object.
     const ObjectNode& aboveRoot() const { return aboveRoot_; }
     ObjectNode& aboveRoot() { return aboveRoot_; }
     /// The topmost object; null if there is none yet.

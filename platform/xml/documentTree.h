@@ -21,8 +21,8 @@ enum class NodeKind : std::uint32_t {
 };
 
 /// One node. 29 bits are enough for the number of a name: each name has more than four units of the document.
-struct NodeRecord {
-    NodeRecord(NodeKind nodeKind, NameTable::Number nameNumber, std::uint32_t linked)
+struct TreeNode {
+    TreeNode(NodeKind nodeKind, NameTable::Number nameNumber, std::uint32_t linked)
         : kind(nodeKind), name(nameNumber & 0x1FFFFFFF), link(linked) {}
 
     NodeKind kind : 3;
@@ -36,7 +36,7 @@ struct NodeRecord {
 /// After an element come its attributes, then its children, each with all that is below it. The nodes below a
 /// node are therefore one range of the array, and no walk needs a recursion. Node 0 is the document.
 struct DocumentTree {
-    Pool<NodeRecord> nodes;
+    Pool<TreeNode> nodes;
     /// The text of every node that has one, in UTF-8, each ended by a 0.
     Pool<char> text;
     NameTable names;

@@ -385,7 +385,7 @@ NodeIndex Parser::addNode(NodeKind kind, NameTable::Number name) {
     const auto node = static_cast<NodeIndex>(tree_.nodes.size());
     const auto textStart = static_cast<std::size_t>(textEnd_ - tree_.text.begin());
     if (textStart > UINT32_MAX) memory::exhausted();
-    tree_.nodes.push(NodeRecord{kind, name, static_cast<std::uint32_t>(textStart)});
+    tree_.nodes.push(TreeNode{kind, name, static_cast<std::uint32_t>(textStart)});
     return node;
 }
 
@@ -406,11 +406,11 @@ void Parser::beginRun() {
 /// the whole content of an element.
 void Parser::endRun(bool isWholeContent) {
     if (!runIsWhite_) return;
-    const auto isText = [](const NodeRecord& node) { return node.kind == NodeKind::text; };
-    NodeRecord* const first = tree_.nodes.begin() + runStart_;
-    NodeRecord* const end = tree_.nodes.end();
+    const auto isText = [](const TreeNode& node) { return node.kind == NodeKind::text; };
+    TreeNode* const first = tree_.nodes.begin() + runStart_;
+    TreeNode* const end = tree_.nodes.end();
     if (isWholeContent) {
-        for (NodeRecord* node = first; node != end; ++node) {
+        for (TreeNode* node = first; node != end; ++node) {
             if (isText(*node)) node->kind = NodeKind::blank;
         }
     } else if (first != end) {
@@ -423,7 +423,7 @@ void Parser::endRun(bool isWholeContent) {
 
 DocumentTree emptyTree() {
     DocumentTree tree;
-    tree.nodes.push(NodeRecord{NodeKind::document, 0, 1});
+    tree.nodes.push(TreeNode{NodeKind::document, 0, 1});
     return tree;
 }
 

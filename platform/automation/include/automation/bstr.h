@@ -76,7 +76,7 @@ public:
     void reset() { SysFreeString(std::exchange(text_, nullptr)); }
     /// Returns the string, which the caller now owns, and keeps none.
     BSTR detach() { return std::exchange(text_, nullptr); }
-    /// Frees the string, and returns the place where a call puts another one.
+    /// Frees the string, and returns the address where a call puts another one.
     BSTR* out() {
         reset();
         return &text_;
@@ -91,17 +91,17 @@ template <std::size_t size> class StaticBstr {
 public:
     consteval explicit StaticBstr(const OLECHAR (&text)[size]) {
         constexpr UINT byteLength{(size - 1) * sizeof(OLECHAR)};
-        const auto head = std::bit_cast<std::array<OLECHAR, headUnits>>(byteLength);
-        std::ranges::copy(text, std::ranges::copy(head, block_.begin()).out);
+        const auto length = std::bit_cast<std::array<OLECHAR, lengthUnits>>(byteLength);
+        std::ranges::copy(text, std::ranges::copy(length, block_.begin()).out);
     }
     /// Lets a call borrow the string.
-    operator BSTR() const { return const_cast<BSTR>(block_.data() + headUnits); }
+    operator BSTR() const { return const_cast<BSTR>(block_.data() + lengthUnits); }
 
 private:
-    static constexpr std::size_t headUnits = sizeof(UINT) / sizeof(OLECHAR);
+    static constexpr std::size_t lengthUnits = sizeof(UINT) / sizeof(OLECHAR);
 
     /// The length in bytes, the units and the NUL.
-    std::array<OLECHAR, headUnits + size> block_{};
+    std::array<OLECHAR, lengthUnits + size> block_{};
 };
 
 /// Whether two texts are the same, unit by unit, with case. Most texts differ in length or in the first unit,

@@ -66,7 +66,7 @@ struct DECIMAL {
 constexpr BYTE DECIMAL_NEG = 0x80;
 
 /// `vt` determines which member holds the data; VT_EMPTY and VT_NULL have none. A VT_DECIMAL uses the whole
-/// record, see decimalOf.
+/// VARIANT, see decimalOf.
 struct VARIANT {
     VARTYPE vt;
     WORD wReserved1;
@@ -186,7 +186,7 @@ public:
     }
     /// Returns the value, whose contents the caller now owns, and becomes VT_EMPTY.
     VARIANT detach() { return std::exchange(value_, VARIANT{}); }
-    /// Clears the value, and returns the place where a call puts another one.
+    /// Clears the value, and returns the address where a call puts another one.
     VARIANT* out() {
         reset();
         return &value_;

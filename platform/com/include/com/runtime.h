@@ -24,7 +24,7 @@ HRESULT CoGetClassObject(const CLSID& classId, DWORD context, void* serverInfo, 
 HRESULT CoCreateInstance(const CLSID& classId, IUnknown* outer, DWORD context, const IID& wanted, void** out);
 }
 
-/// Registers the class object of a class, in place of one registered before. The registry adds a reference of
+/// Registers the class object of a class, instead of one registered before. The registry adds a reference of
 /// its own.
 void registerClass(const CLSID& classId, IUnknown& classObject);
 

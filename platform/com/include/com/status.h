@@ -67,7 +67,7 @@ constexpr HRESULT HRESULT_FROM_WIN32(DWORD error) {
 }
 
 /// Sets the text that FormatMessageA (com/statusText.h) returns for `status` until the next call of this
-/// function, in place of the table's; an empty text restores the table's. Control characters become question
+/// function, instead of the table's; an empty text restores the table's. Control characters become question
 /// marks.
 ///
 /// A call that fails with a status sets its text, even if only to the empty one, if any call sets a text for

@@ -7,8 +7,6 @@
 #include "com/memory.h"
 #include "com/status.h"
 
-#include <array>
-#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -21,11 +19,7 @@ struct GUID {
     std::uint16_t Data3;
     std::uint8_t Data4[8];
 
-    /// Compares eight bytes at a time.
-    friend constexpr bool operator==(const GUID& a, const GUID& b) {
-        using Halves = std::array<std::uint64_t, 2>;
-        return std::bit_cast<Halves>(a) == std::bit_cast<Halves>(b);
-    }
+    bool operator==(const GUID&) const = default;
 };
 
 using IID = GUID;
@@ -109,7 +103,7 @@ public:
     }
     /// Returns the reference, which the caller now owns, and keeps none.
     T* detach() { return std::exchange(object_, nullptr); }
-    /// Releases the reference, and returns the place where a call puts another one.
+    /// Releases the reference, and returns the address where a call puts another one.
     T** out() {
         reset();
         return &object_;

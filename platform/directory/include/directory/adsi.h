@@ -100,7 +100,7 @@ protected:
     ~IADsProvider() = default;
 };
 
-/// Registers the provider of the paths that begin with `prefix`, such as u"IIS:", in place of one registered
+/// Registers the provider of the paths that begin with `prefix`, such as u"IIS:", instead of one registered
 /// before. The registry adds a reference of its own. `prefix` must live as long as the process.
 void registerProvider(const OLECHAR* prefix, IADsProvider& provider);
 

@@ -85,7 +85,7 @@ struct IXMLDOMDocument : IXMLDOMNode {
 
     /// Documents load synchronously: E_NOTIMPL for VARIANT_TRUE.
     virtual HRESULT put_async(VARIANT_BOOL async) = 0;
-    /// Parses a document, in place of what was loaded before. Accepts exactly the well-formed XML 1.0
+    /// Parses a document, instead of what was loaded before. Accepts exactly the well-formed XML 1.0
     /// documents without a document type declaration: S_OK with VARIANT_TRUE. For any other text S_FALSE with
     /// VARIANT_FALSE, and the document is empty. White space between elements makes no nodes. White space
     /// that is the whole content of an element isn't a child, but is the element's text.

@@ -103,7 +103,7 @@ public:
             if (format[at] == '*') {
                 Piece star = parsed;
                 star.conversion = '*';
-                place(star, piece, count);
+                add(star, piece, count);
                 parsed.literalLength = 0;
                 ++at;
             } else {
@@ -111,7 +111,7 @@ public:
             }
             if (format[at] == '.') parsed.precision = number(format, ++at);
             parsed.conversion = format[at++];
-            place(parsed, piece, count);
+            add(parsed, piece, count);
             literal = at;
         }
         if (piece != count) throw "an argument without a conversion";
@@ -125,7 +125,7 @@ public:
     std::string_view tail() const { return tail_; }
 
 private:
-    consteval void place(const Piece& piece, std::size_t& index, std::size_t count) {
+    consteval void add(const Piece& piece, std::size_t& index, std::size_t count) {
         if (index >= count) throw "a conversion without an argument";
         constexpr bool (*const tests[])(char) = {accepts<Args>..., nullptr};
         if (!tests[index](piece.conversion)) throw "a conversion that doesn't suit its argument";

@@ -33,7 +33,7 @@ public:
     }
 
     static constexpr std::size_t maxReserve = 4096;
-    /// Returns a place for `count` bytes, at most maxReserve, which the caller writes; commit counts those
+    /// Returns space for `count` bytes, at most maxReserve, which the caller writes; commit counts those
     /// that it wrote.
     char* reserve(std::size_t count) {
         if (count > capacity - used_) flush();
@@ -66,7 +66,7 @@ private:
 
 /// The standard streams. On a terminal standard output is flushed line by line, else when its buffer is full
 /// and at the end of the process. Standard error is flushed after each print, and standard output before it,
-/// so that the two keep their order if both lead to one place.
+/// so that the two keep their order if both lead to the same file.
 OutStream& standardOutput();
 OutStream& standardError();
 
