@@ -11,7 +11,6 @@ namespace metabase {
 namespace {
 
 template <class Values> auto positionOfValue(Values& values, PropertyId property) {
-    if (values.empty() || values.back().property < property) return values.end();
     return std::ranges::lower_bound(values, property, {}, &StoredValue::property);
 }
 

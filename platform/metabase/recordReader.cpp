@@ -233,11 +233,7 @@ bool RecordReader::addObject(ObjectNode*& node) {
 
 bool RecordReader::objectRecord() {
     endValues();
-    // Most objects have as many values as the one before.
-    const std::size_t usualCount = current_ == nullptr ? 0 : current_->values.size();
-    if (!addObject(current_)) return false;
-    current_->values.reserve(usualCount);
-    return true;
+    return addObject(current_);
 }
 
 bool RecordReader::existingObject(ObjectNode*& node) {

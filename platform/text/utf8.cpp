@@ -2,8 +2,6 @@
 
 #include "text/utf16.h"
 
-#include <cstring>
-
 namespace utf8 {
 
 char* encode(char32_t character, char* out) {
@@ -46,25 +44,7 @@ bool decodeCharacter(const char*& at, const char* end, char32_t& character) {
     return true;
 }
 
-namespace {
-
-/// Whether all bytes are below 0x80; looks at eight bytes at a time.
-bool isAscii(std::string_view text) {
-    std::uint64_t bits = 0;
-    std::size_t at = 0;
-    for (; at + sizeof bits <= text.size(); at += sizeof bits) {
-        std::uint64_t eight = 0;
-        std::memcpy(&eight, text.data() + at, sizeof eight);
-        bits |= eight;
-    }
-    for (; at < text.size(); ++at) bits |= static_cast<unsigned char>(text[at]);
-    return (bits & 0x8080808080808080) == 0;
-}
-
-} // namespace
-
 std::uint32_t countUnits(std::string_view text) {
-    if (isAscii(text)) return static_cast<std::uint32_t>(text.size());
     std::uint32_t units = 0;
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);

@@ -17,11 +17,8 @@ NodeIndex DomNodeList::listedAfter(NodeIndex child) const {
 }
 
 HRESULT DomNodeList::get_length(LONG* length) {
-    if (length_ < 0) {
-        length_ = 0;
-        for (NodeIndex child = first_; child < end_; child = listedAfter(child)) ++length_;
-    }
-    *length = length_;
+    *length = 0;
+    for (NodeIndex child = first_; child < end_; child = listedAfter(child)) ++*length;
     return S_OK;
 }
 

@@ -27,8 +27,6 @@ private:
     std::optional<NameTable::Number> tag_;
     NodeIndex first_;
     NodeIndex next_;
-    /// Below 0 until get_length counts it.
-    LONG length_ = -1;
 };
 
 /// The attributes of an element.

@@ -2,7 +2,6 @@
 
 #include "domList.h"
 #include "query.h"
-#include "text/codePage.h"
 #include "text/excerpt.h"
 #include "text/utf8.h"
 
@@ -12,10 +11,8 @@ namespace {
 
 /// A string of a text in UTF-8.
 Bstr stringOf(std::string_view text) {
-    const UINT units = utf8::countUnits(text);
-    Bstr made = Bstr::adopt(SysAllocStringLen(nullptr, units));
-    const bool isAscii = units == text.size();
-    isAscii ? widen(text, made) : utf8::decode(text, made);
+    Bstr made = Bstr::adopt(SysAllocStringLen(nullptr, utf8::countUnits(text)));
+    utf8::decode(text, made);
     return made;
 }
 

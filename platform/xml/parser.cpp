@@ -335,7 +335,8 @@ NameTable::Number Parser::name(NameSequence& sequence) {
     return expected != NameTable::none ? expected : unexpectedName(sequence, start);
 }
 
-/// Parses a name that the sequence doesn't expect. Not inlined, so that name() stays small.
+/// Parses a name that the sequence doesn't expect. Inlined into name() it would take 3 % of the instructions
+/// of loadXML.
 NameTable::Number Parser::unexpectedName(NameSequence& sequence, const char16_t* start) {
     at_ = nameEnd(start);
     if (at_ == start) return NameTable::none;

@@ -1,5 +1,4 @@
-// UTF-8, the encoding of files and documents, to and from 16-bit units. Most text is ASCII, which has the
-// shortest path.
+// UTF-8, the encoding of files and documents, to and from 16-bit units.
 #pragma once
 
 #include <cstddef>
