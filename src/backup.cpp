@@ -13,7 +13,8 @@ namespace {
 constexpr const char* backupVersion = "1.0.0";
 constexpr std::u16string_view defaultRoot = u"IIS://localhost";
 
-/// Looks up the call for the attributes of a property. An object without it is backed up all the same.
+/// Looks up the call for the attributes of a property; its number isn't used. An object without it is backed
+/// up all the same.
 Status checkAttributeCall(IADs& object) {
     ComPtr<IDispatch> dispatch;
     if (Status status = query(object, dispatch); status < 0) return reported(status);
@@ -74,7 +75,7 @@ Status backupObject(OutStream& stream, IADs& object, int level) {
     if (Status status = object.get_Class(className.out()); status < 0) return reported(status);
     Bstr path;
     if (Status status = object.get_ADsPath(path.out()); status < 0) return reported(status);
-    Bstr schemaPath;
+    Bstr schemaPath; // Not used: without one the object's element isn't begun.
     if (Status status = object.get_Schema(schemaPath.out()); status < 0) return reported(status);
 
     const int indent = level * 2;

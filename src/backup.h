@@ -5,8 +5,9 @@
 #include "skeinKeep.h"
 
 /// Writes the tree from the object at `rootPath` downward to `backupFile`; both are fields of `runSettings`.
-/// Returns 0 or a negative status; after a failure the incomplete file stays. If the file can't be
-/// opened, prints a message to standard error, without an "Error" line, and returns E_FAIL.
+/// Returns 0 or a negative status; after a failure the incomplete file stays. A failed write is no failure:
+/// on a full disk the file lacks its end and the result is 0. If the file can't be opened, prints a message
+/// to standard error, without an "Error" line, and returns E_FAIL.
 Status backupMain();
 
 /// Prints the `metabase` element with all objects from the one at `rootPath` downward. An empty path means

@@ -10,7 +10,7 @@
 /// Compares two values. Returns 0 if they are the same, 1 if they differ, or a negative status: E_UNEXPECTED
 /// for a type with VT_BYREF, VT_VECTOR or VT_RESERVED and for an array of several dimensions. Values of
 /// different types differ. Currencies, dates and all other types without a comparison here always differ,
-/// also a value from itself.
+/// also a value from itself: a restore writes them every time.
 Status cmpVariants(const VARIANT& a, const VARIANT& b);
 
 /// The same for two arrays, which are the same if their bounds are equal and each two elements are the same.
@@ -20,9 +20,9 @@ Status cmpSafeArrays(const VARIANT& a, const VARIANT& b);
 /// cmpVariants.
 Status printVariant(OutStream& stream, const VARIANT& value);
 
-/// Prints a string as the text of an element: with references for `&`, `<`, `>` and the characters from
-/// U+0100 up (U+FFFD for a unit that no document can hold), and a blank for NUL. Null prints nothing.
-/// Always returns 0.
+/// Prints a string as the text of an element: with references for `&`, `<`, `>`, not for quotes, and for the
+/// characters from U+0100 up (U+FFFD for a unit that no document can hold), and a blank for NUL. Null prints
+/// nothing. Always returns 0.
 Status printXmlEscaped(OutStream& stream, BSTR text);
 
 /// A text as the value of an attribute, for %S: with references for `&`, `<`, `"` and the characters from

@@ -10,6 +10,7 @@ using CreateFn = Status (*)(IADs& parent, BSTR className, BSTR objectName, ComPt
 /// failure stays deleted. The caller keeps its reference.
 using DeleteFn = Status (*)(IADs& object);
 
+/// Tested nowhere: rows with this flag have no functions.
 constexpr std::uint32_t objFlagUnsupported = 1;
 constexpr std::uint32_t objFlagNoCreate = 2;
 constexpr std::uint32_t objFlagNoDelete = 4;

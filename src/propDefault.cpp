@@ -5,6 +5,7 @@
 namespace {
 
 constexpr StaticBstr emptyText(u"");
+/// Escaped like any text, so that it isn't the element that unsupPropDump prints.
 constexpr StaticBstr markerText(u"<unsupported/>");
 constexpr StaticBstr trueText(u"true");
 constexpr StaticBstr falseText(u"false");

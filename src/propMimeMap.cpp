@@ -112,7 +112,7 @@ Status mimeMapPropCmp(const VARIANT& value, BackupProp& prop) {
 }
 
 Status mimeMapPropSet(IADs& object, BackupProp& prop) {
-    ComPtr<IClassFactory> factory;
+    ComPtr<IClassFactory> factory; // Got in a dry run, too: its failure ends both.
     const auto get = [](void** out) {
         return CoGetClassObject(CLSID_MimeMap, CLSCTX_ALL, nullptr, IClassFactory::iid, out);
     };

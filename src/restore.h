@@ -7,7 +7,8 @@
 
 /// Loads `backupFile` of `runSettings` and brings the live tree into line with it, starting at the object
 /// whose path is in the attribute `path` of the file's topmost `obj` element. Sets `errStream` to standard
-/// output. Returns 0 or a negative status; what was changed before a failure stays changed.
+/// output. Returns 0, also where a dry run found differences, or a negative status; what was changed before a
+/// failure stays changed.
 Status restoreMain();
 
 /// Checks that a document is a backup of a supported version. Returns 0, E_FAIL if it isn't, with a message
@@ -19,7 +20,8 @@ Status validateBackup(IXMLDOMElement& documentElement);
 /// without an "Error" line. Returns 0 or a negative status.
 Status restoreObject(IXMLDOMNode& node, IADs* object);
 
-/// Prints the line of an object to be created. Returns 1 in a dry run, where it must not be created, else 0.
+/// Prints the line of an object to be created, to `errStream` in spite of the name. Returns 1 in a dry run, where
+/// it must not be created, else 0.
 int logCreateObject(const OLECHAR* objectText, const OLECHAR* className);
 
 /// The same for an object to be deleted.

@@ -44,6 +44,7 @@ Status warnOfIgnoredChildren(IADs& object, IXMLDOMNode& childrenNode) {
     return S_OK;
 }
 
+/// The first of two enumerations: the entries are allocated once, since the walk keeps pointers to them.
 Status countChildren(IADsContainer& container, std::size_t& count) {
     ChildEnumerator children;
     if (Status status = children.build(container); status < 0) return reported(status);
@@ -129,7 +130,8 @@ Status createAndRestore(IADs& parent, const FileObject& object, const ObjInfo& i
     return S_OK;
 }
 
-/// Creates an object of the file that the live tree lacks.
+/// Creates an object of the file that the live tree lacks. Only a real run prints a refusal; where an object
+/// is replaced, a dry run does, too.
 Status createMissing(IADs& parent, const FileObject& object) {
     if (logCreateObject(object.path, object.className) != 0) return S_OK;
     const ObjInfo& info = infoOf(object);
@@ -143,12 +145,12 @@ Status replaceChild(IADs& parent, const FileObject& object, ChildEntry& entry) {
     const bool dryRun = logDeleteObject(*entry.object) != 0;
     if (!entry.info->isDeletable()) {
         printDeleteRefusal(entry);
-        return S_OK;
+        return S_OK; // Not matched: deleteLeftovers prints both lines once more.
     }
     if (!dryRun) {
         if (Status status = entry.info->deleteFn(*entry.object); status < 0) return reported(status);
     }
-    logCreateObject(object.name, object.className);
+    logCreateObject(object.name, object.className); // The bare name; of a missing object the path.
     const ObjInfo& info = infoOf(object);
     if (!info.isCreatable()) {
         printCreateRefusal(object);

@@ -57,7 +57,7 @@ Status classSchemaLoad(ClassSchema& entry) {
     return S_OK;
 }
 
-/// Returns the entry of a schema path, or null.
+/// Returns the entry of a schema path, or null. A server has few classes: they are compared one by one.
 ClassSchema* findEntry(const SchemaCache& cache, BSTR schemaPath) {
     ClassSchema* entry = cache.newest.get();
     while (entry != nullptr &&

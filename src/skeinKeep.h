@@ -86,7 +86,8 @@ struct SourcePlace {
     }
 };
 
-/// A context text, which must be a literal, together with the place in the sources where it is written.
+/// A context text, which must be a literal and mostly has no line end, together with the place in the sources
+/// where it is written.
 template <class... Args> struct FailureText {
     template <std::size_t size>
     consteval FailureText(const char (&text)[size], SourcePlace caller = SourcePlace::current())

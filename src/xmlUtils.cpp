@@ -188,6 +188,7 @@ Status xmlGetOnlyChild(IXMLDOMNode& node, BSTR tag, ComPtr<IXMLDOMNode>& child) 
     LONG count = 0;
     if (Status status = matches->get_length(&count); status < 0) return reported(status);
     if (count != 1) {
+        // "has has" is on purpose: users' scripts search for the text.
         errPrintf("Node %S must have exactly one \"%S\" child node; it has has %d\n", xmlTagForMessage(node),
                   tag, count);
     }

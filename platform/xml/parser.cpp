@@ -243,8 +243,9 @@ bool Parser::attributeValue() {
     return true;
 }
 
-/// Skips white space between two tags, the most frequent text, without a node. False, at the same position,
-/// for other text and for white space that is the whole content of an element.
+/// Skips white space between two tags, the most frequent text, without a node: with one loadXML takes 22 %
+/// more instructions. False, at the same position, for other text and for white space that is the whole
+/// content of an element.
 bool Parser::skipIndentation() {
     const char16_t* next = at_;
     while (isWhite(*next)) ++next;

@@ -12,7 +12,8 @@
 namespace xml {
 
 /// Owns its items. The array grows and shrinks by realloc, in place where possible. Reserved capacity that
-/// was never written to uses no memory, so that the worst case may be reserved.
+/// was never written to uses no memory, so that the worst case may be reserved: with a std::vector loadXML
+/// takes 62 % more processor time and twice the memory.
 template <class T> class Pool {
     static_assert(std::is_trivially_copyable_v<T>);
 

@@ -86,7 +86,8 @@ private:
     BSTR text_ = nullptr;
 };
 
-/// A BSTR in static memory, which nobody allocates, changes or frees.
+/// A BSTR in static memory, which nobody allocates, changes or frees: before main has a handler for a lack of
+/// memory, nothing may be allocated.
 template <std::size_t size> class StaticBstr {
 public:
     consteval explicit StaticBstr(const OLECHAR (&text)[size]) {

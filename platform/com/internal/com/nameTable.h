@@ -30,7 +30,8 @@ private:
 
 /// Expects the names of a sequence in the order in which they came before: after each one, one of the two
 /// that followed it last. Attributes and properties come in much the same order again and again, and to
-/// compare an expected name costs a fraction of a lookup.
+/// compare an expected name costs a fraction of a lookup: without it loadXML takes 62 % more instructions, a
+/// backup and a restore 24 %.
 class NameSequence {
 public:
     /// Returns the expected name that `isNext(name)` is true for, and notes that it came; none if there is
