@@ -95,6 +95,8 @@ bool RecordReader::record(std::string_view line) {
 }
 
 bool RecordReader::headLine(std::string_view line) {
+    if (line.find("metabase 1\r") != std::string_view::npos)
+        return fail("the lines end in CR alone; save the file with LF line ends");
     if (lexer_.atEnd() || line.front() == '#') return true;
     if (line.starts_with("\xEF\xBB\xBF"))
         return fail("the file begins with a byte order mark; save it without");
@@ -125,7 +127,10 @@ bool RecordReader::property() {
     definition.nameText = tree_.keepText(std::move(nameText));
     definition.typeWord = lexer_.word();
     const std::optional<ValueForm> form = formOfType(definition.typeWord);
-    if (!form) return lexer_.failExpected("the type of a property", definition.typeWord);
+    if (!form) {
+        lexer_.failExpected("the type of a property", definition.typeWord);
+        return fail(error() + "; the types are " + typeWords());
+    }
     definition.form = *form;
     if (!oneOf("single", "list", definition.single)) return false;
     if (!oneOf("inheritable", "local", definition.inheritable)) return false;
@@ -163,12 +168,7 @@ bool RecordReader::propertyAndValue(PropertyId& property, std::string_view& text
 }
 
 bool RecordReader::propertyList(std::vector<PropertyId>& list) {
-    if (!lexer_.symbol('(')) return false;
-    if (lexer_.optionalSymbol(')')) return true;
-    do {
-        if (!propertyName(list.emplace_back())) return false;
-    } while (lexer_.optionalSymbol(','));
-    return lexer_.optionalSymbol(')') || lexer_.failExpected("\",\" or \")\"");
+    return lexer_.symbol('(') && lexer_.items(')', [&] { return propertyName(list.emplace_back()); });
 }
 
 bool RecordReader::classRecord() {
