@@ -28,8 +28,8 @@ constexpr SubList domainGrant = {u"DomainGrant", &IpSecValues::domainGrant, &IIS
 constexpr SubList domainDeny = {u"DomainDeny", &IpSecValues::domainDeny, &IISIPSecurity::get_DomainDeny,
                                 &IISIPSecurity::put_DomainDeny};
 
-/// The order of reads of the live object, and that of reads of a file and of writes to the object. They differ
-/// on purpose: other providers rely on both.
+/// The order of reads of the live object, and that of reads of a file and of writes to the object. They
+/// differ on purpose: other providers rely on both.
 constexpr SubList readOrder[] = {ipGrant, ipDeny, domainGrant, domainDeny};
 constexpr SubList writeOrder[] = {ipDeny, ipGrant, domainDeny, domainGrant};
 

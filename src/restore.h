@@ -20,8 +20,8 @@ Status validateBackup(IXMLDOMElement& documentElement);
 /// without an "Error" line. Returns 0 or a negative status.
 Status restoreObject(IXMLDOMNode& node, IADs* object);
 
-/// Prints the line of an object to be created, to `errStream` in spite of the name. Returns 1 in a dry run, where
-/// it must not be created, else 0.
+/// Prints the line of an object to be created, to `errStream` in spite of the name. Returns 1 in a dry run,
+/// where it must not be created, else 0.
 int logCreateObject(const OLECHAR* objectText, const OLECHAR* className);
 
 /// The same for an object to be deleted.

@@ -134,10 +134,21 @@ std::string Lexer::nextToken() {
 
 bool Lexer::failSymbol(char expected) { return failExpected(std::string("\"") + expected + '"'); }
 
+/// Fails after an item of a list in brackets.
+bool Lexer::failItems(char close) {
+    if (!atEnd()) return failExpected(std::string("\",\" or \"") + close + '"');
+    failSymbol(close);
+    return fail(error_ + "; a list is one line");
+}
+
 /// Fails for the text at `at`, which can't be in a string.
 bool Lexer::failCharacter(const char* at) {
     if (*at == '\\') {
         const std::string_view rest(at, static_cast<std::size_t>(end_ - at));
+        const std::size_t brace = rest.find('}');
+        if (rest.starts_with("\\u{") && brace != std::string_view::npos)
+            return fail(excerpt(rest.substr(0, brace + 1)) +
+                        " is no escape; write the character itself, or its 16-bit units as \\uXXXX");
         const bool isUnit = rest.starts_with("\\u");
         return fail(excerpt(rest.substr(0, isUnit ? 6 : 2)) + " is no escape; write a backslash as \\\\");
     }

@@ -71,6 +71,14 @@ public:
         return true;
     }
     bool symbol(char expected) { return optionalSymbol(expected) || failSymbol(expected); }
+    /// Parses items with commas between them, each by a call of `item`, up to the closing bracket.
+    template <class Item> bool items(char close, Item item) {
+        if (optionalSymbol(close)) return true;
+        do {
+            if (!atEnd() && !item()) return false;
+        } while (optionalSymbol(','));
+        return optionalSymbol(close) || failItems(close);
+    }
     /// Parses a name if it follows as `text`; sets no error.
     bool optionalName(std::string_view text) {
         skipBlanks();
@@ -101,6 +109,7 @@ public:
 
 private:
     bool failSymbol(char expected);
+    bool failItems(char close);
     bool failCharacter(const char* at);
     bool failUnclosed(const char* quote);
     void skipBlanks() { skip(blank); }

@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::string_view propertyNameTerm = "the name of a property";
 constexpr std::string_view classNameTerm = "the name of a class";
+constexpr std::string_view carriageReturnsText = "the lines end in CR alone; save the file with LF line ends";
 
 /// Parses the lines of a metabase file one after the other into a tree.
 class RecordReader {
@@ -103,6 +104,7 @@ bool RecordReader::headLine(std::string_view line) {
     if (line.find('\0') != std::string_view::npos)
         return fail("the file isn't text in UTF-8; it may be in UTF-16, or compressed");
     versionSeen_ = lexer_.word() == "metabase" && lexer_.word() == "1" && lexer_.atEnd();
+    if (!versionSeen_ && line.find('\r') != std::string_view::npos) return fail(carriageReturnsText);
     return versionSeen_ || fail("expected the version line \"metabase 1\", not \"" + excerpt(line) + '"');
 }
 
@@ -125,7 +127,10 @@ bool RecordReader::property() {
     definition.nameText = tree_.keepText(std::move(nameText));
     definition.typeWord = lexer_.word();
     const std::optional<ValueForm> form = formOfType(definition.typeWord);
-    if (!form) return lexer_.failExpected("the type of a property", definition.typeWord);
+    if (!form) {
+        lexer_.failExpected("the type of a property", definition.typeWord);
+        return fail(error() + "; the types are " + typeWords());
+    }
     definition.form = *form;
     if (!oneOf("single", "list", definition.single)) return false;
     if (!oneOf("inheritable", "local", definition.inheritable)) return false;
@@ -163,12 +168,7 @@ bool RecordReader::propertyAndValue(PropertyId& property, std::string_view& text
 }
 
 bool RecordReader::propertyList(std::vector<PropertyId>& list) {
-    if (!lexer_.symbol('(')) return false;
-    if (lexer_.optionalSymbol(')')) return true;
-    do {
-        if (!propertyName(list.emplace_back())) return false;
-    } while (lexer_.optionalSymbol(','));
-    return lexer_.optionalSymbol(')') || lexer_.failExpected("\",\" or \")\"");
+    return lexer_.symbol('(') && lexer_.items(')', [&] { return propertyName(list.emplace_back()); });
 }
 
 bool RecordReader::classRecord() {
@@ -311,7 +311,10 @@ bool readMetabase(std::string_view text, ObjectTree& tree, MetabaseText& result,
     reader.endValues();
     result.size = at;
     if (!reader.isHead()) return true;
-    error = "line " + std::to_string(number + 1) + ": the file ends before its version line \"metabase 1\"";
+    const bool hasOnlyReturns = result.head.find("\rmetabase 1\r") != std::string_view::npos;
+    error = hasOnlyReturns ? "line 1: " + std::string(carriageReturnsText)
+                           : "line " + std::to_string(number + 1) +
+                                 ": the file ends before its version line \"metabase 1\"";
     return false;
 }
 

@@ -61,7 +61,6 @@ private:
     bool ipSecurity(Variant* out);
     bool opaque(Variant* out);
     bool head(std::string_view word);
-    template <class Item> bool items(char close, Item item);
 
     Lexer& lexer_;
 };
@@ -114,6 +113,15 @@ bool ValueParser::scalarWord(Variant* out) {
     return true;
 }
 
+/// Advice for a word that isn't a scalar.
+std::string adviceFor(std::string_view token) {
+    VARIANT number{};
+    if (token.starts_with("date:")) return "a date looks like date:1998-07-14T08:30:00";
+    if (token.starts_with("0x")) return "write bytes as bytes:00FF, and a number in decimal";
+    if (parseScalar(token, VT_R8, number) == S_OK) return "write such a number as r8:" + excerpt(token);
+    return "a value looks like \"text\", 12, true or ui4:5";
+}
+
 /// Fails for a word that isn't a scalar.
 bool ValueParser::failScalar(HRESULT status, std::string_view token) {
     if (status == DISP_E_OVERFLOW) {
@@ -122,9 +130,7 @@ bool ValueParser::failScalar(HRESULT status, std::string_view token) {
         return lexer_.fail(excerpt(token) + " is out of the range of " + type);
     }
     lexer_.failExpected("a value", token);
-    const bool isDate = token.starts_with("date:");
-    return lexer_.fail(lexer_.error() + (isDate ? "; a date looks like date:1998-07-14T08:30:00"
-                                                : "; a value looks like \"text\", 12, true or ui4:5"));
+    return lexer_.fail(lexer_.error() + "; " + adviceFor(token));
 }
 
 bool ValueParser::bytes(std::string_view digits, Variant* out) {
@@ -145,20 +151,11 @@ bool ValueParser::bytes(std::string_view digits, Variant* out) {
     return true;
 }
 
-/// Items with commas between them, up to the closing bracket.
-template <class Item> bool ValueParser::items(char close, Item item) {
-    if (lexer_.optionalSymbol(close)) return true;
-    do {
-        if (!item()) return false;
-    } while (lexer_.optionalSymbol(','));
-    return lexer_.optionalSymbol(close) || lexer_.failExpected(std::string("\",\" or \"") + close + '"');
-}
-
 bool ValueParser::list(Variant* out) {
     if (!lexer_.symbol('[')) return false;
-    if (out == nullptr) return items(']', [this] { return scalar(nullptr); });
+    if (out == nullptr) return lexer_.items(']', [this] { return scalar(nullptr); });
     std::vector<Variant> elements;
-    if (!items(']', [&] { return scalar(&elements.emplace_back()); })) return false;
+    if (!lexer_.items(']', [&] { return scalar(&elements.emplace_back()); })) return false;
     *out = arrayOf(std::move(elements));
     return true;
 }
@@ -172,7 +169,7 @@ bool ValueParser::head(std::string_view word) {
 
 bool ValueParser::mimeMap(Variant* out) {
     if (!head("mime")) return false;
-    if (out == nullptr) return items(')', [this] { return string(nullptr) && string(nullptr); });
+    if (out == nullptr) return lexer_.items(')', [this] { return string(nullptr) && string(nullptr); });
     std::vector<Variant> entries;
     const auto entry = [&] {
         Bstr extension;
@@ -182,7 +179,7 @@ bool ValueParser::mimeMap(Variant* out) {
             Variant::ofDispatch(makeObject<MimeTypeObject>(std::move(extension), std::move(type))));
         return true;
     };
-    if (!items(')', entry)) return false;
+    if (!lexer_.items(')', entry)) return false;
     *out = arrayOf(std::move(entries));
     return true;
 }
@@ -351,6 +348,13 @@ std::optional<ValueForm> formOfType(std::string_view typeWord) {
     const bool isPlain = std::ranges::find(otherTypes, typeWord) != std::end(otherTypes) ||
                          std::ranges::find(scalarTypes, typeWord, &ScalarType::word) != std::end(scalarTypes);
     return isPlain ? std::optional(ValueForm::plain) : std::nullopt;
+}
+
+std::string typeWords() {
+    std::string words;
+    for (const std::string_view word : otherTypes) words.append(word).append(", ");
+    for (const ScalarType& type : scalarTypes) words.append(type.word).append(", ");
+    return words + "mime, ipsec and opaque";
 }
 
 bool parseValue(Lexer& lexer, ValueForm form, Variant& value) {

@@ -11,6 +11,8 @@ namespace metabase {
 
 /// The form of the values of a property whose type is `typeWord`; std::nullopt for a word that isn't a type.
 std::optional<ValueForm> formOfType(std::string_view typeWord);
+/// The words that are types, as a message lists them.
+std::string typeWords();
 
 /// Parses a property's value, as IADs::GetEx returns it. False, with the lexer's error set, for other text.
 bool parseValue(Lexer& lexer, ValueForm form, Variant& value);
