@@ -51,6 +51,7 @@ Status backupMain() {
         return E_FAIL;
     }
     outPrintf(file.stream(), "<?xml version=\"1.0\" ?>\n");
+    // Whether the file could be written and closed isn't looked at.
     const Status status = backupTree(file.stream(), runSettings.rootPath);
     return status < 0 ? reported(status) : S_OK;
 }

@@ -49,8 +49,8 @@ char32_t documentCharacter(const OLECHAR*& at) {
     return utf16::isHalf(character) || character == 0xFFFE || character == 0xFFFF ? 0xFFFD : character;
 }
 
-/// Whether a unit is printed as it is. NUL isn't: each text ends with one, so that a search for a unit that
-/// isn't plain needs no other bound.
+/// Whether a unit is printed as it is; quotes are in the text of an element. NUL isn't: each text ends with
+/// one, so that a search for a unit that isn't plain needs no other bound.
 template <OLECHAR special> bool isPlain(OLECHAR unit) {
     switch (unit) {
     case u'\0':
@@ -104,7 +104,7 @@ Status cmpVariants(const VARIANT& a, const VARIANT& b) {
     case VT_DISPATCH:
     case VT_UNKNOWN: return comparisonResult(a.punkVal == b.punkVal);
     case VT_UI1: return comparisonResult(a.bVal == b.bVal);
-    default: return comparedDifferent;
+    default: return comparedDifferent; // Also for equal ones: a restore writes them every time.
     }
 }
 
@@ -139,7 +139,7 @@ Status printVariant(OutStream& stream, const VARIANT& value) {
     case VT_BOOL: outPrintf(stream, "%s", value.boolVal == VARIANT_TRUE ? "true" : "false"); break;
     case VT_UNKNOWN: outPrintf(stream, "[VT_UNKNOWN]"); break;
     case VT_UI1: outPrintf(stream, "%d", value.bVal); break;
-    default: outPrintf(stream, "[unknown variant type %d]", value.vt); break;
+    default: outPrintf(stream, "[unknown variant type %d]", value.vt); break; // A backup has a text.
     }
     return S_OK;
 }

@@ -10,7 +10,8 @@ constexpr StaticBstr markerText(u"<unsupported/>");
 constexpr StaticBstr trueText(u"true");
 constexpr StaticBstr falseText(u"false");
 
-/// Returns whether VariantChangeType makes the text of values of the type.
+/// Returns whether VariantChangeType is asked for the text of values of the type. It refuses VT_VARIANT and
+/// VT_CLSID, which no value of this platform has; another one may convert them.
 bool isConverted(VARTYPE type) {
     switch (type) {
     case VT_I2:

@@ -54,7 +54,8 @@ struct BoolWord {
 constexpr BoolWord boolWords[] = {{u"true", true}, {u"false", false}, {u"t", true},  {u"1", true},
                                   {u"yes", true},  {u"f", false},     {u"0", false}, {u"no", false}};
 
-/// Parses the text of an attribute `type`: the VARTYPE is the low 16 bits of its number.
+/// Parses the text of an attribute `type`: the VARTYPE is the low 16 bits of its number. Where they are 0,
+/// the text must begin with that digit: "+0" and "65536" are refused.
 Status parseVarType(BSTR text, VARTYPE& type) {
     type = static_cast<VARTYPE>(leadingNumber(view(text)));
     if (type != 0 || (text != nullptr && text[0] == u'0')) return S_OK;

@@ -95,6 +95,7 @@ Status restoreObject(IXMLDOMNode& node, IADs* object) {
     return S_OK;
 }
 
+// These two print changes, which go to errStream, and not the lines of -debug.
 int logCreateObject(const OLECHAR* objectText, const OLECHAR* className) {
     errPrintf("CREATE OBJECT: %S (class %S)\n", objectText, className);
     return runSettings.dryRun ? 1 : 0;

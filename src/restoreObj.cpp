@@ -106,6 +106,7 @@ Status readFileObject(FileObject& object) {
     return E_FAIL;
 }
 
+// A refusal has no line end: what is printed next continues its line, as users' scripts expect.
 void printCreateRefusal(const FileObject& object) {
     errPrintf("[Can't create object %S (%S) -- creates not supported]", object.path, object.className);
 }
@@ -195,7 +196,7 @@ Status deleteLeftovers(const std::vector<ChildEntry>& entries) {
         if (entry.matched) continue;
         const bool dryRun = logDeleteObject(*entry.object) != 0;
         if (!entry.info->isDeletable()) {
-            printDeleteRefusal(entry);
+            printDeleteRefusal(entry); // For the second time after a class change.
         } else if (!dryRun) {
             if (Status status = entry.info->deleteFn(*entry.object); status < 0) return reported(status);
         }
@@ -215,7 +216,7 @@ Status reconcileChildren(IADs& object, IXMLDOMNode& childrenNode) {
     if (Status status = readChildren(*container, entries); status < 0) return status;
     ChildMap children;
     for (ChildEntry& entry : entries)
-        children.emplace(view(entry.name), &entry); // Keeps the first of a name.
+        children.emplace(view(entry.name), &entry); // The first of a name; others are leftovers.
     if (Status status = reconcileFileObjects(object, childrenNode, children); status < 0) return status;
     return deleteLeftovers(entries);
 }

@@ -101,6 +101,7 @@ Status reconcileProperties(IADs& object, IXMLDOMNode& propsNode) {
         if (!node) break;
         BackupProp& prop = props.emplace_back();
         if (Status status = backupPropBind(prop, *node); status < 0) return reported(status);
+        // A property without a name is one that the schema lacks.
         if (schemaNames.pair(view(prop.name))) {
             if (Status status = reconcileProperty(object, prop); status < 0) return reported(status);
         } else {

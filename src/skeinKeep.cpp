@@ -95,7 +95,7 @@ int runMode(Mode mode) {
     runSettings.schemaCache = nullptr;
     schemaCacheDestroy(schemaCache);
     CoUninitialize();
-    return status < 0 ? 2 : 0;
+    return status < 0 ? 2 : 0; // 0 also after a dry run that found differences.
 }
 
 using SystemText = std::unique_ptr<char, decltype(&LocalFree)>;

@@ -1,4 +1,5 @@
-// The entry point, the settings of a run, and the functions that print and report.
+// The entry point, the settings of a run, and the functions that print and report. What looks like a mistake
+// in src/ and is kept on purpose is listed in docs/architecture.md.
 #pragma once
 
 #include "com/status.h"
