@@ -146,9 +146,10 @@ bool Lexer::failCharacter(const char* at) {
     if (*at == '\\') {
         const std::string_view rest(at, static_cast<std::size_t>(end_ - at));
         const std::size_t brace = rest.find('}');
-        if (rest.starts_with("\\u{") && brace != std::string_view::npos)
+        if (rest.starts_with("\\u{") && brace != std::string_view::npos) {
             return fail(excerpt(rest.substr(0, brace + 1)) +
                         " is no escape; write the character itself, or its 16-bit units as \\uXXXX");
+        }
         const bool isUnit = rest.starts_with("\\u");
         return fail(excerpt(rest.substr(0, isUnit ? 6 : 2)) + " is no escape; write a backslash as \\\\");
     }
