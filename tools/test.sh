@@ -65,7 +65,7 @@ need_shell() { need shellcheck shellcheck --version; }
 stage_shell() {
     scripts=$(files '*.sh')
     # shellcheck disable=SC2086
-    quietly shellcheck -s sh -x $scripts .ci/run samples/graft-object samples/nightly/skeinkeep-nightly
+    quietly shellcheck -s sh -x $scripts .ci/run samples/nightly/skeinkeep-nightly
 }
 
 need_tidy() {
