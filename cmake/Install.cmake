@@ -15,31 +15,14 @@ compress(cmake/changelog changelog.gz)
 
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/skeinkeep)
 
-# install_page FILE FOLDER: installs a page as it reads there: the samples are the folder "examples" beside the README, and
-# the README lacks what only a clone can do.
-function(install_page file folder)
-  set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${file})
-  file(READ ${PROJECT_SOURCE_DIR}/${file} text)
-  string(REPLACE "samples" "examples" text "${text}")
-  string(REGEX REPLACE "In a clone, build it first[^\n]*\n\n[^\n]*\n\n" "" text "${text}")
-  string(REGEX REPLACE "\n## Install\n.*" "" text "${text}")
-  set(page ${PROJECT_BINARY_DIR}/pages/${file})
-  file(WRITE ${page} "${text}")
-  install(FILES ${page} DESTINATION ${folder})
-endfunction()
-
 install(TARGETS skeinKeep)
 install(FILES ${PROJECT_BINARY_DIR}/skeinKeep.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES tools/completion/skeinKeep.bash RENAME skeinKeep
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 install(FILES tools/completion/_skeinKeep DESTINATION ${SKEINKEEP_ZSH_DIR})
-install_page(README.md ${documents})
-foreach(page recipes backup-file metabase-file reliability performance)
-  install_page(docs/${page}.md ${documents}/docs)
-endforeach()
-install(FILES docs/backup.rng DESTINATION ${documents}/docs)
-install(FILES ${PROJECT_BINARY_DIR}/changelog.gz CHANGELOG.md DESTINATION ${documents})
+# The pages and what they name have the same places as in the sources, so that they are right in both.
+install(FILES README.md CHANGELOG.md ${PROJECT_BINARY_DIR}/changelog.gz DESTINATION ${documents})
+install(FILES docs/recipes.md docs/backup-file.md docs/metabase-file.md docs/reliability.md docs/performance.md
+  docs/backup.rng DESTINATION ${documents}/docs)
+install(DIRECTORY samples DESTINATION ${documents} USE_SOURCE_PERMISSIONS)
 install(FILES LICENSE RENAME copyright DESTINATION ${documents})
-install(FILES samples/metabase.txt DESTINATION ${documents}/examples)
-install(PROGRAMS samples/graft-object DESTINATION ${documents}/examples)
-install(DIRECTORY samples/nightly DESTINATION ${documents}/examples USE_SOURCE_PERMISSIONS)

@@ -3,23 +3,22 @@
 #include "tests/support/servers.h"
 
 #include <algorithm>
-#include <array>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <iomanip>
+#include <map>
 #include <set>
-#include <sstream>
 
 namespace {
 
 const std::string programFolder = std::filesystem::path(SKEINKEEP_PROGRAM).parent_path();
 
 /// Runs a line of the shell in a folder, with the built program and the folder's bin first in the PATH.
-Outcome shell(const Folder& folder, const std::string& line, const std::string& locale = "C.UTF-8") {
+Outcome shell(const Folder& folder, const std::string& line) {
     const std::string path = "PATH=" + folder.path("bin") + ":" + programFolder + ":$PATH; ";
     return runCommand(folder,
-                      {"env", "HOME=" + folder.path("home"), "LC_ALL=" + locale, "sh", "-c", path + line});
+                      {"env", "HOME=" + folder.path("home"), "LC_ALL=C.UTF-8", "sh", "-c", path + line});
 }
 
 /// A server with values of its own and with a site that inherits them.
@@ -28,28 +27,40 @@ std::string serverWith(const std::string& values) {
            "object \"localhost/1\" IIsWebServer\n  Text \"\xC3\xA9\"\n";
 }
 
-/// A server's folder and a folder of backups.
+/// A server's folder and a folder of nights, whose name looks like an option.
 class NightlyFolder : public Folder {
 public:
     explicit NightlyFolder(const std::string& metabase = serverWith("")) {
-        for (const char* name : {"server", "kept of it", "bin"})
+        for (const char* name : {"server", "-kept of it", "bin"})
             std::filesystem::create_directory(path(name));
         write("server/metabase.txt", metabase);
     }
-    /// Runs the script after `before`, as it would run on a day.
-    Outcome night(const std::string& day = "2002-02-02", const std::string& before = "",
-                  const std::string& locale = "C.UTF-8") const {
-        write("bin/date", "#!/bin/sh\necho " + day + "\n");
-        std::filesystem::permissions(path("bin/date"), std::filesystem::perms::owner_all);
-        return shell(*this, before + "sh " SKEINKEEP_SAMPLES "/nightly/skeinkeep-nightly server 'kept of it'",
-                     locale);
+    /// Puts a script in the place of a command.
+    void fake(const std::string& command, const std::string& lines) const {
+        write("bin/" + command, "#!/bin/sh\n" + lines + "\n");
+        std::filesystem::permissions(path("bin/" + command), std::filesystem::perms::owner_all);
     }
-    std::set<std::string> backups() const {
-        std::set<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(path("kept of it")))
-            names.insert(entry.path().filename());
-        return names;
+    /// Runs the script after `before`, as it would run at a time.
+    Outcome night(const std::string& time, const std::string& before = "") const {
+        fake("date", "echo " + time);
+        return shell(*this, before + script);
     }
+    void addNight(const std::string& name, const std::string& metabase, const std::string& backup) const {
+        std::filesystem::create_directory(nights / name);
+        write("-kept of it/" + name + "/metabase.txt", metabase);
+        write("-kept of it/" + name + "/backup.xml", backup);
+    }
+    /// All that is in the folder of nights; nothing if there is no such folder.
+    std::map<std::string, std::string> files() const {
+        std::map<std::string, std::string> found;
+        std::error_code ignored;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(nights, ignored))
+            if (!entry.is_directory())
+                found[entry.path().lexically_relative(nights)] = readBytes(entry.path());
+        return found;
+    }
+    const std::filesystem::path nights = path("-kept of it");
+    static constexpr auto script = "sh " SKEINKEEP_SAMPLES "/nightly/skeinkeep-nightly server '-kept of it'";
 };
 
 TEST(Nightly, acceptsWhatComesBackAndRejectsWhatDoesNot) {
@@ -58,29 +69,33 @@ TEST(Nightly, acceptsWhatComesBackAndRejectsWhatDoesNot) {
     const std::string text = "  Text \"\xC3\xA9\"\n";
     const std::pair<std::string, std::string> cases[] = {
         {text + "  Flag bool:1\n", "localhost:Flag property to false"},
-        {"  Text \"\xC3\xA9\\uFFFF\"\n", "localhost:Text property to \xE9?"},
         {"  Text \"\xC3\xA9\\uD800\"\n", "localhost:Text property to \xE9?"},
         {"  Text \"\xC3\xA9\\u0000.\"\n", "localhost:Text property to \xE9 ."},
         {"  Text \"\xC3\xA9\\r.\"\n", "localhost:Text property to \xE9\n."},
-        {text + "  List [\"a\", \"\xC3\xA9\\u0001\"]\n",
-         "List has a control character, which no backup can hold."},
+        {"object \"localhost/\xC3\xA9\" IIsWebServer\n  List [\"<a\", \"\xC3\xA9\\u0001\"]\n",
+         ": IIS://localhost/\xE9:List has a control character"},
         {"  MimeMap mime(\".\xC3\xA9\" \"a\\tb\")\n", "localhost:MimeMap property to <array>"},
-        {"  Text bytes:00FF\n", "The backup can't be restored."},
-        {text + "  Share r8:nan\n", ""},
+        {"  Text \"<unsupported/>\"\n  List [\"a\", bytes:00FF]\n",
+         ": IIS://localhost:List has a value that has no"},
+        {"object \"localhost/0\" IIsWebFile\n  IPSecurity 5\n",
+         ": IIS://localhost/0:IPSecurity has a value that ends the backup"},
         {"  List [\"\xC3\xA9\\n\", date:2004-11-01T02:30:00, \"\\n\"]\n", ""},
-        {text + "  Date date:2004-11-01T02:30:00\n  Count ui4:5\n", ""}};
-    for (const char* locale : {"C", "C.UTF-8"}) {
+        {text + "  Date date:2004-11-01T02:30:00\n  Count ui4:5\n  Share r8:nan\n", ""}};
+    for (const std::string locale : {"export LC_ALL=C; ", ""}) {
         for (const auto& [values, printed] : cases) {
             SCOPED_TRACE(values + locale);
-            const NightlyFolder folder(serverWith(values));
-            folder.night("2002-02-01", "", locale);
-            const Outcome run = folder.night("2002-02-02", "", locale);
+            const std::string metabase = serverWith(values);
+            const NightlyFolder folder(metabase);
+            const Outcome run = folder.night("2002-02-02.030000", locale);
             EXPECT_EQ(run.exitCode, printed.empty() ? 0 : 1) << run;
-            const std::set<std::string> accepted = {"2002-02-01.xml", "2002-02-02.xml"};
-            EXPECT_EQ(folder.backups(), printed.empty() ? accepted : std::set<std::string>{"rejected.xml"});
             EXPECT_EQ(run.out, "");
             EXPECT_EQ(run.err.empty(), printed.empty()) << run;
             EXPECT_TRUE(contains(run.err, printed)) << run;
+            const std::string kept = "2002-02-02.030000" + std::string(printed.empty() ? "" : ".rejected");
+            std::map<std::string, std::string> files = {{kept + "/metabase.txt", metabase}};
+            files[kept + "/backup.xml"] = backUp(metabase).made;
+            if (!printed.empty()) files[kept + "/why"] = run.err;
+            EXPECT_EQ(folder.files(), files);
         }
     }
 }
@@ -88,119 +103,103 @@ TEST(Nightly, acceptsWhatComesBackAndRejectsWhatDoesNot) {
 TEST(Nightly, reportsEachCauseInASentenceOfItsOwn) {
     const std::string limit = withoutCounts + "ulimit -f ";
     const std::pair<std::string, const char*> cases[] = {
-        {"rm server/metabase.txt; ", "The server's metabase can't be copied: cat: "},
+        {"rm server/metabase.txt; ", "The metabase can't be copied: cat: "},
         {"echo Wrong >>server/metabase.txt; ",
-         "metabase.txt can't be understood: Error 0x8007000D (metabase.txt, line 16: "},
-        {"rm -r server; ", "The server's folder server can't be entered."},
-        {"rmdir 'kept of it'; ", "The folder of the backups kept of it can't be entered."},
-        {"flock 'kept of it' ", "Another run is at work in "},
+         "can't be backed up: Error 0x8007000D (metabase.txt, line 18: "},
+        {"rm -r ./-*; ", "/-kept of it can't be read and written."},
+        {"flock './-kept of it' ", "Another run is at work in "},
+        {"echo 'mkdir -p ../2002-02-02.030000/x' >bin/sync; chmod +x bin/sync; ", "can't be written to "},
         {limit + "4; ", "The backup was cut off after 2048 bytes: the disk of "},
-        {limit + "1; ", "The server's metabase can't be copied"},
+        {limit + "1; ", "The metabase can't be copied"},
         {"PATH=/usr/bin:/bin; ", "The program skeinKeep isn't in the PATH"}};
     for (const auto& [before, sentence] : cases) {
         SCOPED_TRACE(before);
         const NightlyFolder folder(serverWith("  Text \"" + std::string(800, '&') + "\"\n"));
-        const Outcome run = folder.night("2002-02-02", before);
+        const Outcome run = folder.night("2002-02-02.030000", before);
         EXPECT_EQ(run.exitCode, 1) << run;
         EXPECT_TRUE(contains(run.err, sentence)) << run;
-        if (std::filesystem::exists(folder.path("kept of it"))) {
-            EXPECT_EQ(folder.backups(), std::set<std::string>());
-        }
+        EXPECT_TRUE(folder.files().empty());
     }
 }
 
-TEST(Nightly, keepsThirtyBackupsWhateverTheirDates) {
-    const NightlyFolder folder;
-    std::set<std::string> expected = {"notes.xml", "2002-02-02.xml"};
-    const auto add = [&](const std::string& name, bool stays) {
-        folder.write("kept of it/" + name, "");
-        if (stays) expected.insert(name);
+TEST(Nightly, rejectsAServerThatLostMoreThanATenthUntilThatIsAccepted) {
+    const auto serverOf = [](int objects) { // two more than these
+        std::string text = serverWith("  Text \"\\n<obj name=\"\n");
+        for (int i = 0; i < objects; ++i)
+            text += "object \"localhost/x" + std::to_string(i) + "\" IIsWebServer\n";
+        return text;
     };
-    add("notes.xml", true);
+    const NightlyFolder folder(serverOf(18));
+    EXPECT_EQ(folder.night("2002-02-02.030000"), Outcome());
+    folder.addNight("2099-01-01.030000", serverOf(98), backUp(serverOf(98)).made);
+    folder.write("server/metabase.txt", serverOf(16));
+    EXPECT_EQ(folder.night("2002-02-02.030001"), Outcome());
+    folder.write("server/metabase.txt", serverOf(14));
+    const Outcome run = folder.night("2002-02-03.030000");
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(contains(run.err, "it has 16 objects, 18 were in 2002-02-02.030001.")) << run;
+    std::filesystem::rename(folder.nights / "2002-02-03.030000.rejected",
+                            folder.nights / "2002-02-03.030000");
+    EXPECT_EQ(folder.night("2002-02-04.030000"), Outcome());
+}
+
+TEST(Nightly, keepsThirtyNightsAndThreeRejectedOnes) {
+    const NightlyFolder folder(serverWith("  Flag bool:1\n"));
+    std::set<std::string> expected = {"2002-02-02.030000.rejected", "2002-02-02.030001"};
     for (int day = 10; day < 42; ++day) {
-        add("2001-01-" + std::to_string(day) + ".xml", day >= 13);
-        add("2099-01-" + std::to_string(day) + ".xml", true);
-    }
-    EXPECT_EQ(folder.night(), Outcome());
-    EXPECT_EQ(folder.backups(), expected);
-}
-
-/// Names in the order of their 16-bit units: what a backup escapes, what a shell, awk or a regular expression
-/// might take for something else, and the places where other orders differ.
-const std::string trickyNames[] = {"%s",     "&amp;",   "10",  "1e1",    "2",      "R&D",        "R<D>",
-                                   "\\back", "a \"b\"", "a=b", "\u00E9", "\u0101", "\U0001F600", "\uFFFD"};
-
-/// The path of an object below localhost, as a metabase file has it.
-std::string writtenPath(const std::string& name) {
-    std::ostringstream path;
-    path << std::quoted("localhost/" + name);
-    return path.str();
-}
-
-/// A server with an object of each name, whose text looks like lines of a backup, and two objects below it.
-std::string trickyServer() {
-    std::string text = serverWith("");
-    for (const std::string& name : trickyNames) {
-        text += "object " + writtenPath(name) + " IIsWebServer\n  KeyType \"IIsWebServer\"\n" +
-                "  Text \"\\n          <children>\\n    <obj name=\\\"\\\">\\n      </obj>\\n      \"\n" +
-                "object " + writtenPath(name + "/a") + " IIsWebServer\n" + "object " +
-                writtenPath(name + "/b") + " IIsWebServer\n  Count ui4:1\n";
-    }
-    return text;
-}
-
-Outcome graft(const Folder& folder, const std::string& fresh, const std::string& old,
-              const std::string& path) {
-    const std::string script = SKEINKEEP_SAMPLES "/graft-object";
-    return runCommand(folder, {"env", "LC_ALL=C.UTF-8", script, fresh, old, path});
-}
-
-TEST(Graft, bringsBackOneObjectAndNothingElse) {
-    const Folder folder;
-    const std::string server = trickyServer();
-    const std::string old = backUp(server).made;
-    folder.write("old.xml", old);
-    for (const std::string& name : trickyNames) {
-        for (const char* below : {"", "/b"}) {
-            const std::string path = "IIS://localhost/" + name + below;
-            SCOPED_TRACE(path);
-            // A change in a value and an object more, both of today, must stay.
-            const std::string today =
-                server + "+set \"localhost\" Text \"today\"\n+create \"localhost/zz\" IIsWebServer\n";
-            folder.write("fresh.xml", backUp(today + "+delete " + writtenPath(name + below) + "\n").made);
-            EXPECT_EQ(graft(folder, "fresh.xml", "old.xml", path), (Outcome{0, backUp(today).made, ""}));
+        for (const bool isRejected : {false, true}) {
+            const std::string rest =
+                "-01-" + std::to_string(day) + ".030000" + (isRejected ? ".rejected" : "");
+            folder.addNight("2001" + rest, "", "");
+            if (day >= (isRejected ? 40 : 13)) expected.insert("2001" + rest);
+            folder.addNight("2099" + rest, "", "");
+            expected.insert("2099" + rest);
         }
     }
-    EXPECT_EQ(graft(folder, "old.xml", "old.xml", "IIS://localhost/\xE9").out, old) << "a path in Latin-1";
-    std::string changed = old;
-    changed.replace(changed.rfind(">1<"), 3, ">7<");
-    folder.write("changed.xml", changed);
-    EXPECT_EQ(graft(folder, "changed.xml", "old.xml", "IIS://localhost/\xEF\xBF\xBD").out, old)
-        << "a replaced object";
+    EXPECT_EQ(folder.night("2002-02-02.030000").exitCode, 1);
+    folder.write("server/metabase.txt", serverWith(""));
+    EXPECT_EQ(folder.night("2002-02-02.030001"), Outcome());
+    std::set<std::string> names;
+    for (const auto& [name, bytes] : folder.files()) names.insert(name.substr(0, name.find('/')));
+    EXPECT_EQ(names, expected);
 }
 
-TEST(Graft, refusesWhatItCannotDoAndPrintsNothing) {
-    const Folder folder;
-    const std::string old = backUp(trickyServer()).made;
-    folder.write("old.xml", old);
-    folder.write("site.xml", backUp(trickyServer(), {"-root", "IIS://localhost/1"}).made);
-    folder.write("cut.xml", old.substr(0, old.size() - 5));
-    folder.write("utf8.xml", "<?xml version=\"1.0\" encoding=\"utf-8\"?>" + old.substr(old.find('\n')));
-    // The fresh backup, the old one, the path and the message.
-    const std::array<std::string, 4> cases[] = {
-        {"old.xml", "old.xml", "IIS://localhost/none",
-         "There is no object IIS://localhost/none in old.xml.\n"},
-        {"old.xml", "old.xml", "localhost/1", "There is no object localhost/1 in old.xml.\n"},
-        {"site.xml", "old.xml", "IIS://localhost/2/b",
-         "The parent of the object, IIS://localhost/2, is not in site.xml.\n"},
-        {"none.xml", "old.xml", "IIS://localhost/1", "The file none.xml cannot be read.\n"},
-        {"old.xml", "cut.xml", "IIS://localhost/1",
-         "The file cut.xml is no complete backup in the form that skeinKeep writes.\n"},
-        {"old.xml", "utf8.xml", "IIS://localhost/1",
-         "The file utf8.xml has another encoding than Latin-1.\n"}};
-    for (const auto& [fresh, from, path, message] : cases) {
-        EXPECT_EQ(graft(folder, fresh, from, path), (Outcome{2, "", "graft-object: " + message}));
+TEST(Nightly, makesEachRunOfASecondANightOfItsOwn) {
+    const NightlyFolder folder;
+    for (int run = 0; run < 3; ++run) EXPECT_EQ(shell(folder, NightlyFolder::script), Outcome());
+    EXPECT_EQ(folder.files().size(), 6U);
+}
+
+TEST(Nightly, leavesNoHalfNightWhereverItIsKilled) {
+    const std::string server = serverWith("");
+    const std::string backup = backUp(server).made;
+    const NightlyFolder folder(server);
+    for (int night = 10; night < 41; ++night)
+        folder.addNight("2001-01-01.0300" + std::to_string(night), server, backup);
+    folder.fake("rm", "for f; do /bin/rm -f -- \"$f\"/*.txt; done; sleep 0.03; /bin/rm \"$@\""); // slow
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(folder.night("2002-02-02.030009"), Outcome());
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
+    int finished = 0;
+    for (int run = 1; run <= 20; ++run) {
+        const std::string delay = std::to_string(seconds.count() * run / 20);
+        SCOPED_TRACE(delay);
+        // The lock is free when all processes of the run before have ended.
+        finished += folder.night("2002-02-02.0301" + std::to_string(run + 9),
+                                 "flock ./-* true; timeout -s KILL " + delay + " ") == Outcome();
+        size_t count = 0;
+        for (const auto& [name, bytes] : folder.files()) {
+            if (name.starts_with(".tonight/")) continue;
+            EXPECT_EQ(bytes, name.ends_with("/backup.xml") ? backup : server) << name;
+            ++count;
+        }
+        EXPECT_GE(count, 2 * 30U);
+        EXPECT_EQ(count % 2, 0U) << "half a night";
+        EXPECT_EQ(folder.read("server/metabase.txt"), server);
     }
+    EXPECT_LT(finished, 20) << "no run was killed";
+    EXPECT_EQ(folder.night("2002-02-03.030000"), Outcome());
+    EXPECT_EQ(folder.files().size(), 2 * 30U);
 }
 
 TEST(Pages, showSessionsThatCanBeTyped) {

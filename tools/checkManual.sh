@@ -1,6 +1,7 @@
 #!/bin/sh
-# Checks docs/skeinKeep.1 with mandoc: it has no fault of form, and each text that it shows as printed by the program is,
-# as a reader sees it, a text of the sources: the lines of a restore and the messages, between their variable parts.
+# Checks docs/skeinKeep.1 with mandoc: it has no fault of form, its footer has the version, and each text that it shows
+# as printed by the program is, as a reader sees it, a text of the sources: the lines of a restore and the messages,
+# between their variable parts.
 set -eu
 cd "$(dirname "$0")/.."
 work=$(mktemp -d)
@@ -12,6 +13,13 @@ if [ -s "$work/faults" ]; then
     cat "$work/faults" >&2
     exit 1
 fi
+
+# Its footer has the version.
+version=$(sed -n 's/^project(skeinKeep VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+grep -qx "\.Os skeinKeep $version" docs/skeinKeep.1 || {
+    echo "The manual's line .Os doesn't name the version $version." >&2
+    exit 1
+}
 
 # The texts of the sources: string literals, joined where one follows another, with their escapes.
 cat src/*.cpp src/*.h platform/*/*.cpp | tr -s '\n ' ' ' | sed 's/" *u*"//g; s/\\"/"/g' >"$work/sources"

@@ -10,7 +10,7 @@
 #     tests       the tests
 #     clang       everything builds with clang, the benchmarks too
 #     tidy        the sources are clean under clang-tidy
-#     pages       the manual page and the schema of the backup file are true, the completion offers what it should
+#     pages       the manual, the links of the installed pages, the schema of the backup file, the completion
 #     valgrind    the demo is clean under valgrind
 #     growth      the work for an item doesn't grow with the number of items
 #     fuzz        each fuzz target runs for a minute
@@ -65,7 +65,7 @@ need_shell() { need shellcheck shellcheck --version; }
 stage_shell() {
     scripts=$(files '*.sh')
     # shellcheck disable=SC2086
-    quietly shellcheck -s sh -x $scripts .ci/run samples/graft-object samples/nightly/skeinkeep-nightly
+    quietly shellcheck -s sh -x $scripts .ci/run samples/nightly/skeinkeep-nightly
 }
 
 need_tidy() {
@@ -89,6 +89,7 @@ stage_pages() {
     build clang
     quietly sh tools/checkSchema.sh build/clang
     quietly sh tools/checkManual.sh
+    quietly sh tools/checkPages.sh build/clang
     quietly zsh tools/checkCompletion.zsh
 }
 
