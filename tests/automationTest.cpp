@@ -8,6 +8,7 @@
 #include "tests/support/processes.h"
 #include "tests/support/seed.h"
 #include "tests/support/tables.h"
+#include "text/utf16.h"
 #include "tools/generator/randomMetabase.h"
 
 #include <array>
@@ -179,6 +180,13 @@ TEST(Values, arePrintedInReadableForm) {
 /// Expects that a call returns a status and prints nothing but the message.
 void expectRefused(const std::function<Status()>& call, HRESULT status, const std::string& message) {
     EXPECT_EQ(folded(runHere(Folder(), call), hex(status)), (Outcome{status, "", message}));
+}
+
+TEST(Text, aHalfOfAPairAtTheEndIsACharacterOfItsOwn) {
+    const std::u16string_view pair = u"\xD83D\xDE00";
+    const char16_t* at = pair.data();
+    EXPECT_EQ(utf16::decodeCharacter(at, at + 1), 0xD83DU);
+    EXPECT_EQ(at, pair.data() + 1);
 }
 
 TEST(PropertyTable, hasHandlersThatNoPassCalls) {
