@@ -306,4 +306,18 @@ TEST(Restore, keepsWhatAnEditorAppendsMeanwhile) {
     EXPECT_GT(detected, 0);
 }
 
+TEST(Backup, leavesAMetabaseThatIsCreatedMeanwhile) {
+    for (const auto& [name, number] : {std::pair("metabase.txt", 1), {"link", 1}, {"link", 2}}) {
+        const Folder folder;
+        std::filesystem::create_symlink("metabase.txt", folder.path("link"));
+        const auto createBeforeOpen = [&, left = number](const SystemCall& call) mutable {
+            if (call.name == "open" && --left == 0) folder.write("metabase.txt", sampleMetabase());
+            return 0;
+        };
+        const SystemCallStop stop(1, createBeforeOpen, true);
+        EXPECT_EQ(runHere(folder, {"-backup", "-file", name}).exitCode, 2);
+        EXPECT_TRUE(folder.read("metabase.txt") == sampleMetabase()) << name << " " << number;
+    }
+}
+
 } // namespace
