@@ -12,19 +12,9 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
-
-const Arguments restoring = {"-restore", "-file", "f"};
-
-/// The state of the server in a folder, whatever the form of its metabase file.
-std::string stateOf(const Folder& folder) {
-    const Outcome run = runHere(folder, {"-backup", "-file", "state"});
-    EXPECT_EQ(run.exitCode, 0) << run;
-    return folder.read("state");
-}
 
 /// The metabase file after a restore that leaves a line for each change.
 std::string restoreIntoLines(const Server& server, std::string* out = nullptr) {
@@ -146,15 +136,6 @@ TEST(Crash, leavesTheChangesThatWereMadeWhereverItHappens) {
     }
 }
 
-TEST(Crash, canTearTheLastLineAnywhere) {
-    const std::string& whole = undisturbed().metabaseText;
-    for (std::size_t size = sweptMetabase.size(); size <= whole.size(); ++size) {
-        const SweptServer server(whole.substr(0, size));
-        SCOPED_TRACE("cut off after " + std::to_string(size) + " bytes");
-        expectCompletable(server);
-    }
-}
-
 TEST(Restore, endsAtTheChangeThatTheSystemCannotMake) {
     const std::pair<int, const char*> errors[] = {
         {ENOSPC, "Error 0x80070070 (metabase.txt: can't be written: No space left on device)"},
@@ -212,54 +193,20 @@ TEST(Restore, continuesAWriteThatASignalInterrupts) {
     EXPECT_EQ(stateOf(server), undisturbed().states.back());
 }
 
-TEST(Crash, aFileThatCannotBeCutOffIsReported) {
-    const SweptServer server(sweptMetabase + "+set \"localhost\" Tit");
-    server.write("made", "");
-    const SystemCallStop stop(
-        1, [](const SystemCall& call) { return call.name == "ftruncate" ? EIO : 0; }, true);
-    const std::string torn = runHere(server, restoring).out;
-    EXPECT_TRUE(contains(torn, "(metabase.txt: can't be written: Input/output error)")) << torn;
-    EXPECT_EQ(runHere(server, {"-backup", "-file", "made"}).err,
-              "Can't open output file \"made\": Input/output error\n");
-}
-
-/// What the descriptor of a sync leads to.
-std::string syncTarget(const SystemCall& call, ino_t metabaseFile) {
-    struct stat info {};
-    EXPECT_EQ(::fstat(call.descriptor, &info), 0);
-    if (call.name == "syncfs") return " file system";
-    return S_ISDIR(info.st_mode) ? " folder" : info.st_ino == metabaseFile ? " metabase" : " new";
-}
-
-TEST(Restore, endsWithItsChangesOnTheDisk) {
-    // The call that fails, after the one before it, and what is synchronised.
-    const std::pair<std::string, std::string> cases[] = {{"none", " new folder"},
-                                                         {"a second name", " metabase"},
-                                                         {"unlink open", " metabase"},
-                                                         {"fstat fchmod", " metabase"},
-                                                         {"fchmod fsync", " metabase"},
-                                                         {"stat rename", " new metabase"},
-                                                         {"rename open", " new file system"}};
-    for (const auto& [failing, expected] : cases) {
-        SCOPED_TRACE(failing);
-        const SweptServer server;
-        if (failing == "a second name")
-            std::filesystem::create_hard_link(server.path("metabase.txt"), server.path("second"));
-        struct stat info {};
-        ASSERT_EQ(::stat(server.path("metabase.txt").c_str(), &info), 0);
-        std::string before;
-        std::string synced;
-        const auto watch = [&, failing = failing](const SystemCall& call) {
-            const std::string calls = before + " " + std::string(call.name);
-            before = call.name;
-            if (calls == failing) return EIO;
-            // What is written after a sync needs another one.
-            if (call.bytes.starts_with('+')) synced.clear();
-            if (contains(call.name, "sync")) synced += syncTarget(call, info.st_ino);
-            return 0;
-        };
-        EXPECT_EQ(restoreWith(server, 1, watch, true).exitCode, 0);
-        EXPECT_EQ(synced, expected);
+TEST(Crash, aFileThatCannotBeCutOffOrSynchronisedIsReported) {
+    const std::string text = sweptMetabase + "+set \"localhost\" Tit";
+    for (const char* failing : {"ftruncate", "fsync"}) {
+        const SweptServer server(text);
+        server.write("made", "");
+        const SystemCallStop stop(
+            1, [&](const SystemCall& call) { return call.name == failing ? EIO : 0; }, true);
+        const std::string torn = runHere(server, restoring).out;
+        EXPECT_TRUE(contains(torn, "(metabase.txt: can't be written: Input/output error)")) << torn;
+        EXPECT_TRUE(text.starts_with(server.metabase()));
+        EXPECT_EQ(runHere(server, {"-backup", "-file", "made"}).err,
+                  failing == std::string("ftruncate")
+                      ? "Can't open output file \"made\": Input/output error\n"
+                      : "");
     }
 }
 
@@ -357,6 +304,20 @@ TEST(Restore, keepsWhatAnEditorAppendsMeanwhile) {
     };
     atEachCall<Contest>(edit, check);
     EXPECT_GT(detected, 0);
+}
+
+TEST(Backup, leavesAMetabaseThatIsCreatedMeanwhile) {
+    for (const auto& [name, number] : {std::pair("metabase.txt", 1), {"link", 1}, {"link", 2}}) {
+        const Folder folder;
+        std::filesystem::create_symlink("metabase.txt", folder.path("link"));
+        const auto createBeforeOpen = [&, left = number](const SystemCall& call) mutable {
+            if (call.name == "open" && --left == 0) folder.write("metabase.txt", sampleMetabase());
+            return 0;
+        };
+        const SystemCallStop stop(1, createBeforeOpen, true);
+        EXPECT_EQ(runHere(folder, {"-backup", "-file", name}).exitCode, 2);
+        EXPECT_TRUE(folder.read("metabase.txt") == sampleMetabase()) << name << " " << number;
+    }
 }
 
 } // namespace

@@ -90,7 +90,7 @@ void ChangeLog::setValidText(std::string_view text) {
 HRESULT ChangeLog::append(std::string_view line) {
     if (HRESULT status = lock(); status < 0) return status;
     if (HRESULT status = checkUnaltered(); status < 0) return status;
-    if (HRESULT status = cutTornLine(); status < 0) return status;
+    if (HRESULT status = prepareEnd(); status < 0) return status;
     return writeLine(line);
 }
 
@@ -114,28 +114,34 @@ HRESULT ChangeLog::checkUnaltered() const {
     return FileState::of(path_) == knownState_ ? S_OK : failAltered();
 }
 
-HRESULT ChangeLog::cutTornLine() {
-    if (std::cmp_equal(knownState_.size, validLength_)) return S_OK;
-    if (::ftruncate(file_.get(), static_cast<off_t>(validLength_)) != 0)
+/// Ends the file with a whole line, on the disk too: after a loss of power no change must be there without
+/// what is before it, and no line that was cut off come back after a change.
+HRESULT ChangeLog::prepareEnd() {
+    if (isPrepared_) return S_OK;
+    const bool isCut = std::cmp_equal(knownState_.size, validLength_) ||
+                       ::ftruncate(file_.get(), static_cast<off_t>(validLength_)) == 0;
+    if (!isCut || (!lastLineEnds_ && !writeAll(file_.get(), "\n")))
         return failSystem(errno, "can't be written");
+    if (!std::exchange(lastLineEnds_, true)) ++validLength_;
     knownState_ = FileState::of(file_.get()).value_or(knownState_);
-    return S_OK;
+    if (::fsync(file_.get()) != 0) return failSystem(errno, "can't be written");
+    isPrepared_ = true;
+    // The sync takes a while.
+    return checkUnaltered();
 }
 
 HRESULT ChangeLog::writeLine(std::string_view line) {
-    std::string text = lastLineEnds_ ? "" : "\n";
-    text += line;
     // Mostly one write takes the whole line; after one that is cut short, a second one returns the reason.
-    if (!writeAll(file_.get(), text)) {
+    if (!writeAll(file_.get(), line)) {
         const int error = errno;
+        isPrepared_ = false;
         const bool isCut = ::ftruncate(file_.get(), static_cast<off_t>(validLength_)) == 0;
         // A part of the line that can't be cut off lacks its end: it is a torn line, which no reading counts.
         const std::optional<FileState> now = FileState::of(file_.get());
         if (now && (!isCut || std::cmp_equal(now->size, validLength_))) knownState_ = *now;
         return failSystem(error, isCut ? "can't be written" : "can't be written, nor the line be cut off");
     }
-    validLength_ += text.size();
-    lastLineEnds_ = true;
+    validLength_ += line.size();
     stage_ = Stage::changed;
     // If someone else's bytes are in the file the known state stays the old one, and no further change is
     // made.
@@ -144,11 +150,11 @@ HRESULT ChangeLog::writeLine(std::string_view line) {
     return S_OK;
 }
 
-void ChangeLog::replaceContents(const std::function<void(const WritePiece&)>& writeContents) {
+bool ChangeLog::replaceContents(const std::function<void(const WritePiece&)>& writeContents) {
     const std::string path = realPathOf(path_);
     if (!path.empty() && checkUnaltered() == S_OK)
         replacement_ = replaceFile(path, file_, writeContents, [this] { return checkUnaltered() == S_OK; });
-    if (!replacement_.isOpen()) ::fsync(file_.get());
+    return replacement_.isOpen() ? syncFolderOf(path, replacement_) : ::fsync(file_.get()) == 0;
 }
 
 } // namespace metabase

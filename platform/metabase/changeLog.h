@@ -33,12 +33,13 @@ public:
     /// HRESULT_FROM_WIN32 if the system can't read it; ERROR_FILE_INVALID if it changes during the reading.
     HRESULT readSnapshot(Snapshot& snapshot);
 
-    /// Sets the part of the snapshot that is valid, its beginning. What follows, the torn line of a process
-    /// that died, is cut off before the first change.
+    /// Sets the part of the snapshot that is valid, its beginning. What follows, as a process that died or a
+    /// loss of power left it, is cut off before the first change.
     void setValidText(std::string_view text);
 
     /// Appends a line, which ends in LF, with one write; if that fails the part that was written is cut off,
-    /// or, if that fails too, stays as a torn line. The first call locks the file until the log is destroyed.
+    /// or, if that fails too, stays as a torn line. The first call locks the file until the log is destroyed,
+    /// and syncs to the disk what precedes the line.
     ///
     /// HRESULT_FROM_WIN32 of ERROR_LOCK_VIOLATION: another process has the lock. ERROR_FILE_INVALID: the file
     /// at the path differs from what this log read and appended. E_ACCESSDENIED, ERROR_DISK_FULL,
@@ -48,8 +49,9 @@ public:
     bool isChanged() const { return stage_ == Stage::changed; }
 
     /// Replaces the contents of a changed log by the pieces that `writeContents` writes (see replaceFile). If
-    /// a step fails the file stays as it is, and its appended lines are synced to the disk.
-    void replaceContents(const std::function<void(const WritePiece&)>& writeContents);
+    /// a step fails the file stays as it is, and its appended lines are synced to the disk. False,
+    /// with errno set, if the changes can't be synced.
+    bool replaceContents(const std::function<void(const WritePiece&)>& writeContents);
 
 private:
     enum class Stage { unread, read, locked, changed };
@@ -58,7 +60,7 @@ private:
     HRESULT checkUnaltered() const;
     HRESULT failAltered() const;
     HRESULT failMissing() const;
-    HRESULT cutTornLine();
+    HRESULT prepareEnd();
     HRESULT writeLine(std::string_view line);
     HRESULT fail(HRESULT status, std::string_view what) const;
     HRESULT failSystem(int error, std::string_view what, DWORD usual = ERROR_WRITE_FAULT) const;
@@ -70,6 +72,8 @@ private:
     /// The file's bytes up to here are whole lines, apart from a last one whose end may be missing.
     std::size_t validLength_ = 0;
     bool lastLineEnds_ = true;
+    /// Whether the file ends there, with a whole line, and a line can follow.
+    bool isPrepared_ = false;
     /// Open from the stage locked on.
     Descriptor file_;
     /// The file that replaced this one; open only to keep its lock.

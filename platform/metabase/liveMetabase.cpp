@@ -70,9 +70,9 @@ HRESULT LiveMetabase::remove(ObjectNode& node) {
     return S_OK;
 }
 
-void LiveMetabase::close() {
-    if (!log_.isChanged()) return;
-    log_.replaceContents([this](const WritePiece& write) { writeMetabase(tree_, text_.head, write); });
+bool LiveMetabase::close() {
+    if (!log_.isChanged()) return true;
+    return log_.replaceContents([this](const WritePiece& write) { writeMetabase(tree_, text_.head, write); });
 }
 
 } // namespace metabase

@@ -29,8 +29,9 @@ public:
     /// Removes an object and all below it. Also E_ADS_BAD_PATHNAME for the topmost object.
     HRESULT remove(ObjectNode& node);
 
-    /// Replaces the log by the canonical text of the tree, if anything was changed.
-    void close();
+    /// Replaces the log by the canonical text of the tree, if anything was changed. False, with errno set, if
+    /// the changes can't be synced to the disk.
+    bool close();
 
 private:
     ChangeLog log_{fileName};

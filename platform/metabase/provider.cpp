@@ -2,9 +2,13 @@
 
 #include "com/runtime.h"
 #include "directoryObject.h"
+#include "os/file.h"
+#include "os/print.h"
 #include "os/reservedFile.h"
 #include "schemaClass.h"
 #include "valueObjects.h"
+
+#include <cerrno>
 
 namespace metabase {
 
@@ -32,7 +36,10 @@ public:
     }
 
     void close() {
-        if (metabase_) metabase_->close();
+        if (metabase_ && !metabase_->close()) {
+            printTo(standardError(), "%s: can't be synchronised to the disk: %s\n", LiveMetabase::fileName,
+                    errorText(errno));
+        }
         metabase_.reset();
     }
 

@@ -288,6 +288,19 @@ bool RecordReader::change() {
     return true;
 }
 
+/// Whether a process that died or a loss of power can have left these lines: the first one lacks its end or
+/// holds bytes that never reached the disk, which read as zeros, and all begin as changes or with such bytes.
+bool isTorn(std::string_view lines) {
+    const auto canBegin = [](char c) { return c == '+' || c == '\0'; };
+    if (!canBegin(lines.front())) return false;
+    constexpr std::size_t none = std::string_view::npos;
+    std::size_t end = lines.find('\n');
+    if (end != none && lines.substr(0, end).find('\0') == none) return false;
+    for (; end < lines.size() - 1; end = lines.find('\n', end + 1))
+        if (!canBegin(lines[end + 1])) return false;
+    return true;
+}
+
 } // namespace
 
 bool readMetabase(std::string_view text, ObjectTree& tree, MetabaseText& result, std::string& error) {
@@ -297,7 +310,7 @@ bool readMetabase(std::string_view text, ObjectTree& tree, MetabaseText& result,
     while (at < text.size()) {
         const std::size_t lineEnd = text.find('\n', at);
         std::string_view line = text.substr(at, lineEnd - at);
-        if (lineEnd == std::string_view::npos && line.starts_with('+')) break;
+        if (!reader.isHead() && isTorn(text.substr(at))) break;
         if (line.ends_with('\r')) line.remove_suffix(1);
 
         ++number;

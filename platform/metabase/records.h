@@ -13,8 +13,9 @@ namespace metabase {
 struct MetabaseText {
     /// The lines before the version line.
     std::string_view head;
-    /// The length of the valid part. A change line at the end that lacks its LF, which a dying process left,
-    /// is not part of it.
+    /// The length of the valid part. It ends before the first line that lacks its LF or holds a zero byte, if
+    /// that line and all later ones begin with `+` or a zero byte: a process that died or a loss of power
+    /// left them.
     std::size_t size = 0;
 };
 

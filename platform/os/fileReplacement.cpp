@@ -28,12 +28,6 @@ bool copyModeAndOwner(const Descriptor& oldFile, const Descriptor& newFile) {
            ::fchmod(newFile.get(), oldInfo.st_mode & 07777) == 0;
 }
 
-/// Syncs the folder of `file`; where that fails, as in a folder that can't be read, the file system.
-void syncFolder(const std::string& folder, const Descriptor& file) {
-    const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!opened.isOpen() || ::fsync(opened.get()) != 0) ::syncfs(file.get());
-}
-
 } // namespace
 
 std::string realPathOf(const char* path) {
@@ -45,8 +39,7 @@ Descriptor replaceFile(const std::string& path, const Descriptor& oldFile,
                        const std::function<void(const WritePiece&)>& writeContents,
                        const std::function<bool()>& isWanted) {
     const std::size_t nameStart = path.rfind('/') + 1;
-    const std::string folder = path.substr(0, nameStart);
-    const std::string newPath = folder + "." + path.substr(nameStart) + ".rewrite";
+    const std::string newPath = path.substr(0, nameStart) + "." + path.substr(nameStart) + ".rewrite";
 
     ::unlink(newPath.c_str());
     Descriptor newFile(::open(newPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
@@ -58,6 +51,11 @@ Descriptor replaceFile(const std::string& path, const Descriptor& oldFile,
         ::unlink(newPath.c_str());
         return Descriptor();
     }
-    syncFolder(folder, newFile);
     return newFile;
+}
+
+bool syncFolderOf(const std::string& path, const Descriptor& file) {
+    const std::string folder = path.substr(0, path.rfind('/') + 1);
+    const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return (opened.isOpen() && ::fsync(opened.get()) == 0) || ::syncfs(file.get()) == 0;
 }

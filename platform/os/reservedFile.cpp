@@ -1,9 +1,7 @@
 #include "os/reservedFile.h"
 
-#include "os/fileReplacement.h"
 #include "os/fileState.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
@@ -23,29 +21,22 @@ ReservedFile::ReservedFile(std::string path) : path_(std::move(path)) { reserved
 
 ReservedFile::~ReservedFile() { std::erase(reservedFiles(), this); }
 
-bool ReservedFile::exists() const { return FileState::of(path_.c_str()).has_value(); }
-
 bool ReservedFile::isOpenAs(int descriptor) const {
     const std::optional<FileState> reserved = FileState::of(path_.c_str());
     const std::optional<FileState> opened = reserved ? FileState::of(descriptor) : std::nullopt;
     return opened && opened->device == reserved->device && opened->inode == reserved->inode;
 }
 
-void ReservedFile::remove() const {
-    const std::string real = realPathOf(path_.c_str());
-    if (!real.empty()) ::unlink(real.c_str());
-}
-
 int openUnreserved(const char* path) {
-    std::vector<const ReservedFile*> missing = reservedFiles();
-    std::erase_if(missing, [](const ReservedFile* file) { return file->exists(); });
-    const int descriptor = ::open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    constexpr int flags = O_WRONLY | O_CREAT | O_CLOEXEC;
+    int descriptor = ::open(path, flags | O_EXCL, 0666);
+    const bool isNew = descriptor >= 0;
+    if (!isNew && errno == EEXIST) descriptor = ::open(path, flags, 0666);
     if (descriptor < 0) return descriptor;
-    // Only the open file shows which one it is, links and all: an open that created a reserved file is
-    // undone.
+    // Only the open file shows which one it is, links and all.
     for (const ReservedFile* file : reservedFiles()) {
         if (!file->isOpenAs(descriptor)) continue;
-        if (std::ranges::find(missing, file) != missing.end()) file->remove();
+        if (isNew) ::unlink(path);
         ::close(descriptor);
         errno = EBUSY;
         return -1;

@@ -37,6 +37,13 @@ std::string backupFile(const std::string& children, const std::string& props) {
            "</props><children>" + children + "</children></obj></metabase>";
 }
 
+const Arguments restoring = {"-restore", "-file", "f"};
+
+std::string stateOf(const Folder& folder) {
+    const Outcome run = runHere(folder, {"-backup", "-file", "state"});
+    return run.exitCode == 0 ? folder.read("state") : run.out + run.err;
+}
+
 ServerRun runOn(const Server& server, const Arguments& arguments, const FaultPlan& plan) {
     const FaultInjection injection(plan);
     const Outcome run = runHere(server, arguments);

@@ -36,6 +36,13 @@ struct SweptServer : Server {
         : Server(text, testData("sweep-backup.xml")) {}
 };
 
+/// The command line that restores the backup file `f`.
+extern const Arguments restoring;
+
+/// The state of the server in a folder, whatever the form of its metabase file; the reason, if a backup
+/// fails.
+std::string stateOf(const Folder& folder);
+
 /// What a run on a server left, with the metabase and the backup file `made`.
 struct ServerRun : Outcome {
     std::string metabase;

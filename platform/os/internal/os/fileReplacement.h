@@ -17,9 +17,9 @@ std::string realPathOf(const char* path);
 /// that `writeContents` writes.
 ///
 /// The new file is written beside the old one as .NAME.rewrite and locked (flock) from its creation on; it
-/// gets the mode and the owner of the old one, is synced to the disk and renamed to `path`, and the folder is
-/// synced. `isWanted` is called before the rename. Where a step fails, `isWanted` returns false, or the old
-/// file has a second name, the old file stays and the new one is removed.
+/// gets the mode and the owner of the old one, is synced to the disk and renamed to `path`; syncFolderOf then
+/// makes the new name last. `isWanted` is called before the rename. Where a step fails, `isWanted` returns
+/// false, or the old file has a second name, the old file stays and the new one is removed.
 ///
 /// Only the holder of the old file's lock may call this: an existing .NAME.rewrite is removed, as the remains
 /// of a process that died. Returns the descriptor of the new file, whose lock lasts until it is closed; not
@@ -27,3 +27,7 @@ std::string realPathOf(const char* path);
 Descriptor replaceFile(const std::string& path, const Descriptor& oldFile,
                        const std::function<void(const WritePiece&)>& writeContents,
                        const std::function<bool()>& isWanted);
+
+/// Syncs the folder of the file at `path`, of which `file` is an open descriptor, to the disk; where that
+/// fails, as in a folder that can't be read, the file system. False, with errno set, if that fails too.
+bool syncFolderOf(const std::string& path, const Descriptor& file);

@@ -12,17 +12,14 @@ public:
     ReservedFile& operator=(const ReservedFile&) = delete;
     ~ReservedFile();
 
-    /// Whether there is a file at the path at present.
-    bool exists() const;
     /// Whether the descriptor is one of the file at the path.
     bool isOpenAs(int descriptor) const;
-    /// Removes the file that the path leads to.
-    void remove() const;
 
 private:
     std::string path_;
 };
 
 /// Opens `path` for writing without emptying it; creates it if it doesn't exist. Returns a descriptor, which
-/// the caller owns, or -1 with errno set: EBUSY for a reserved file, which isn't created either.
+/// the caller owns, or -1 with errno set: EBUSY for a reserved file. A reserved file that is missing isn't
+/// created, but for one case: if `path` is a link to it, an empty file stays.
 int openUnreserved(const char* path);
