@@ -134,9 +134,3 @@ HRESULT SafeArrayGetElement(const SAFEARRAY* array, const LONG* indices, void* e
     VariantInit(static_cast<VARIANT*>(element));
     return VariantCopy(static_cast<VARIANT*>(element), reinterpret_cast<const VARIANT*>(source));
 }
-
-SafeArray::SafeArray(std::size_t count) : array_(nullptr) {
-    if (count > std::numeric_limits<std::int32_t>::max()) return;
-    const SAFEARRAYBOUND bound{static_cast<ULONG>(count), 0};
-    array_ = SafeArrayCreate(VT_VARIANT, 1, &bound);
-}
