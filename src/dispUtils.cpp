@@ -33,7 +33,7 @@ Status printArray(OutStream& stream, const VARIANT& value) {
     ArrayBounds bounds;
     if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
     const bool single = bounds.lower == bounds.upper;
-    if (!single) outPrintf(stream, "SAFEARRAY: %d elements: ", bounds.upper - bounds.lower + 1);
+    if (!single) outPrintf(stream, "SAFEARRAY: %d elements: ", std::int64_t{bounds.upper} - bounds.lower + 1);
     for (LONG i = bounds.lower; i <= bounds.upper; ++i) {
         Variant element;
         if (Status status = getArrayElement(value, i, element); status < 0) return reported(status);

@@ -108,7 +108,7 @@ HRESULT SafeArrayGetLBound(const SAFEARRAY* array, UINT dimension, LONG* bound) 
 
 HRESULT SafeArrayGetUBound(const SAFEARRAY* array, UINT dimension, LONG* bound) {
     if (HRESULT status = SafeArrayGetLBound(array, dimension, bound); status < 0) return status;
-    *bound += static_cast<LONG>(array->rgsabound[dimension - 1].cElements) - 1;
+    *bound = static_cast<LONG>(std::int64_t{*bound} + array->rgsabound[dimension - 1].cElements - 1);
     return S_OK;
 }
 
