@@ -84,7 +84,6 @@ HRESULT DirectoryObject::findProperty(BSTR name, PropertyId& property) const {
 }
 
 HRESULT DirectoryObject::findShown(BSTR name) {
-    if (HRESULT status = checkBound(); status < 0) return status;
     const std::uint64_t revision = metabase_->revision();
     if (shownRevision_ == revision && equal(name, definitionOf(shownProperty_).name)) return S_OK;
     if (HRESULT status = findProperty(name, shownProperty_); status < 0) return status;

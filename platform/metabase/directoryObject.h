@@ -54,7 +54,7 @@ private:
     std::vector<PendingValue> pending_;
 
     // A walk asks for the attributes of a property and then for its value: the last result of findShown is
-    // valid until the metabase changes.
+    // valid until the metabase changes, as it does when this object is deleted.
     PropertyId shownProperty_ = 0;
     EffectiveValue shown_{};
     std::uint64_t shownRevision_ = 0;
