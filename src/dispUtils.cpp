@@ -34,7 +34,7 @@ Status printArray(OutStream& stream, const VARIANT& value) {
     ArrayBounds bounds;
     if (Status status = getArrayBounds(value, bounds); status < 0) return reported(status);
     const bool single = bounds.lower == bounds.upper;
-    if (!single) outPrintf(stream, "SAFEARRAY: %d elements: ", bounds.upper - bounds.lower + 1);
+    if (!single) outPrintf(stream, "SAFEARRAY: %d elements: ", std::int64_t{bounds.upper} - bounds.lower + 1);
     return visitElements(value, bounds, [&](const Variant& element, LONG index) {
         if (index != bounds.lower) outPrintf(stream, ", ");
         const Status status = printVariant(stream, element.get());

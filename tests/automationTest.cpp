@@ -17,6 +17,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>
+#include <optional>
 
 namespace {
 
@@ -217,8 +218,25 @@ TEST(Values, ofTypesThatNoProviderGivesAreRefused) {
     element.vt = type;
     const VARIANT noList = ofType(VT_ARRAY | VT_VARIANT, 0);
     EXPECT_EQ(VariantCopy(copy.out(), &noList), S_OK);
-    const SAFEARRAYBOUND tooFar{2, INT32_MAX};
-    EXPECT_EQ(SafeArrayCreate(VT_VARIANT, 1, &tooFar), nullptr);
+    // The elements, the lower bound, and the upper one if it is accepted: a loop over all indices must end.
+    const std::tuple<ULONG, LONG, std::optional<LONG>> dimensions[] = {
+        {2, INT32_MAX, std::nullopt}, {1, INT32_MAX, std::nullopt},
+        {0, INT32_MIN, std::nullopt}, {1, INT32_MAX - 1, INT32_MAX - 1},
+        {1, INT32_MIN, INT32_MIN},    {UINT32_MAX, INT32_MIN, INT32_MAX - 1},
+        {0x80000000, INT32_MIN, -1}};
+    for (const auto& [count, lower, upper] : dimensions) {
+        const SAFEARRAYBOUND withoutElements[] = {{0, 0}, {count, lower}};
+        SAFEARRAY* made = SafeArrayCreate(VT_VARIANT, 2, withoutElements);
+        LONG bound = 0;
+        EXPECT_EQ(SafeArrayGetUBound(made, 2, &bound), upper ? S_OK : E_INVALIDARG);
+        EXPECT_EQ(bound, upper.value_or(0)) << count << " from " << lower;
+        EXPECT_EQ(SafeArrayDestroy(made), S_OK);
+    }
+    SAFEARRAYBOUND widest{UINT32_MAX, INT32_MIN};
+    SAFEARRAY untyped{1, VT_EMPTY, 0, nullptr, &widest};
+    VARIANT unreadable = ofType(VT_ARRAY | VT_VARIANT, 0);
+    unreadable.parray = &untyped;
+    EXPECT_EQ(printed(unreadable), "SAFEARRAY: 4294967295 elements: ");
     const std::pair<VARIANT, std::string> cases[] = {
         {ofType(VT_BYREF | VT_I4, 0),
          "{dispUtils}Can't handle variant with extended type 0x4000 (full type 0x4003)"},

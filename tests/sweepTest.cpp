@@ -3,14 +3,17 @@
 
 #include "tests/support/errorLines.h"
 #include "tests/support/servers.h"
+#include "tests/support/systemCalls.h"
 #include "tests/support/tables.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fnmatch.h>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <map>
 #include <set>
+#include <sstream>
 
 namespace {
 
@@ -22,6 +25,8 @@ const Scenario scenarios[] = {{"backup", {"-backup", "-file", "made"}},
                               {"restore", {"-restore", "-debug", "5", "-file", "f"}},
                               {"dryRun", {"-restore", "-n", "-debug", "5", "-file", "f"}},
                               {"failingRestore", {"-restore", "-file", "none"}}};
+
+const Names changesAtOnce = {"IADsContainer::Create", "IADsContainer::Delete", "IADsDeleteOps::DeleteObject"};
 
 struct SweptRun : ServerRun {
     ErrorChain errors = errorChain(out + err);
@@ -101,8 +106,6 @@ void expectOneKindEach(const ReportPlaces& places) {
 
 /// Whether the run continues after the failed call: its result doesn't count, or a text takes its place.
 bool isPassedOver(const SweptRun& run) {
-    static const Names changes = {"IADsContainer::Create", "IADsContainer::Delete",
-                                  "IADsDeleteOps::DeleteObject"};
     const std::string call(run.log.failed);
     const ErrorLine first = run.errors.lines.empty() ? ErrorLine() : run.errors.lines[0];
     const std::string stem = first.stem();
@@ -110,7 +113,7 @@ bool isPassedOver(const SweptRun& run) {
     const auto prints = [&](const char* text) { return contains(run.out, text); };
     return contains(call, "IISBaseObject") || call == "VarBstrCmp" ||
            contains(call, "IISPropertyAttribute") || call == "FormatMessageA" ||
-           (call == "IADs::SetInfo" && changes.contains(std::string(run.log.before))) ||
+           (call == "IADs::SetInfo" && changesAtOnce.contains(std::string(run.log.before))) ||
            (call == "ADsFreeEnumerator" && stem != "restoreObj") ||
            (call == "IADs::get_ADsPath" && prints("\"<unknown name: get_ADsPath failed>\"")) ||
            (call == "IADs::get_ADsPath" && prints("DELETE OBJECT: <unknown name: get_ADsPath failed> (")) ||
@@ -241,6 +244,35 @@ TEST_P(Sweep, aSuccessThatDeliversNothingIsSurvived) {
         EXPECT_TRUE(run.exitCode == 0 || run.exitCode == 2);
         EXPECT_TRUE(run.metabase.starts_with(sweptMetabase));
     });
+}
+
+// A function that only its own object file calls isn't wrapped: there the linker resolves the call itself.
+TEST(Calls, thatAreWrappedAllComeToTheirWrappers) {
+    Names reached;
+    const auto watch = [&, previous = std::string()](const SystemCall& call) mutable {
+        reached.emplace(call.name);
+        // Without its folder a new file is synchronised with the whole file system.
+        return std::exchange(previous, call.name) == "rename" && call.name == "open" ? EIO : 0;
+    };
+    for (const Scenario& scenario : scenarios) {
+        const SystemCallStop stop(1, watch, true);
+        const ServerRun run = runOn(SweptServer(), scenario.second, {.call = "*", .number = 0});
+        reached.insert(run.log.counted.begin(), run.log.counted.end());
+    }
+    std::istringstream wrapped(SKEINKEEP_WRAPPED);
+    for (std::string name; wrapped >> name;) EXPECT_TRUE(reached.contains(name)) << name;
+}
+
+// A provider may keep a change until the object that made it is committed.
+TEST(Calls, thatChangeAreFollowedByACommit) {
+    const auto calls = runWith(scenarios[1], {.call = "*", .number = 0}).log.counted;
+    Names changed;
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        if (!changesAtOnce.contains(std::string(calls[i]))) continue;
+        changed.emplace(calls[i]);
+        EXPECT_EQ(calls.at(i + 1), "IADs::SetInfo") << calls[i];
+    }
+    EXPECT_EQ(changed, changesAtOnce);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Sweep, testing::ValuesIn(scenarios),

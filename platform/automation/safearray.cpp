@@ -108,7 +108,7 @@ HRESULT SafeArrayGetLBound(const SAFEARRAY* array, UINT dimension, LONG* bound) 
 
 HRESULT SafeArrayGetUBound(const SAFEARRAY* array, UINT dimension, LONG* bound) {
     if (HRESULT status = SafeArrayGetLBound(array, dimension, bound); status < 0) return status;
-    *bound += static_cast<LONG>(array->rgsabound[dimension - 1].cElements) - 1;
+    *bound = static_cast<LONG>(std::int64_t{*bound} + array->rgsabound[dimension - 1].cElements - 1);
     return S_OK;
 }
 
@@ -133,10 +133,4 @@ HRESULT SafeArrayGetElement(const SAFEARRAY* array, const LONG* indices, void* e
     }
     VariantInit(static_cast<VARIANT*>(element));
     return VariantCopy(static_cast<VARIANT*>(element), reinterpret_cast<const VARIANT*>(source));
-}
-
-SafeArray::SafeArray(std::size_t count) : array_(nullptr) {
-    if (count > std::numeric_limits<std::int32_t>::max()) return;
-    const SAFEARRAYBOUND bound{static_cast<ULONG>(count), 0};
-    array_ = SafeArrayCreate(VT_VARIANT, 1, &bound);
 }

@@ -47,7 +47,8 @@ struct FaultPlan {
     bool lastWithEnd = false;
     /// How many calls of the enumerator deliver no child before each child.
     int emptyAnswers = 0;
-    /// The number of the enumeration, counted from 1, that lacks the first child; 0 for none.
+    /// The number of the enumeration, counted from 1, that lacks the first child; 0 for none. One without
+    /// children can't lack it: a std::logic_error.
     int withoutFirstChild = 0;
     /// Called with the value of each property that is read, which it may change.
     std::function<void(const std::u16string& property, VARIANT& value)> onRead = {};

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <concepts>
 #include <deque>
+#include <stdexcept>
 
 bool isProgramCalling = false;
 
@@ -160,7 +161,9 @@ public:
             replaceByFront(&child.get());
             children_.push_back(std::move(child));
         }
-        if (++enumerations == plan.withoutFirstChild) children_.pop_front();
+        if (++enumerations != plan.withoutFirstChild) return;
+        if (children_.empty()) throw std::logic_error("an enumeration without children can't lack the first");
+        children_.pop_front();
     }
     HRESULT Next(ULONG, VARIANT* element, ULONG* fetched) override {
         *fetched = 0;

@@ -4,6 +4,8 @@
 #include "automation/variant.h"
 
 #include <cassert>
+#include <cstdint>
+#include <limits>
 
 struct SAFEARRAYBOUND {
     ULONG cElements;
@@ -53,7 +55,11 @@ class SafeArray {
 public:
     /// Allocates a one-dimensional array of `count` empty VARIANTs, from lower bound 0; null if `count` is
     /// too large for an array.
-    explicit SafeArray(std::size_t count);
+    explicit SafeArray(std::size_t count) : array_(nullptr) {
+        if (count > std::numeric_limits<std::int32_t>::max()) return;
+        const SAFEARRAYBOUND bound{static_cast<ULONG>(count), 0};
+        array_ = SafeArrayCreate(VT_VARIANT, 1, &bound);
+    }
     SafeArray(SafeArray&& other) noexcept : array_(std::exchange(other.array_, nullptr)) {}
     SafeArray& operator=(SafeArray&&) = delete;
     ~SafeArray() { (void)SafeArrayDestroy(array_); } // An owned array can be freed.
