@@ -105,8 +105,7 @@ bool ObjectTree::addClass(ClassDefinition definition) {
 std::string_view ObjectTree::whyNotAddable(const ObjectNode& parent, std::u16string_view name) const {
     if (!isAddressable(name)) return "this can't be the name of an object";
     if (&parent == root() && name == u"schema") return "schema is the place of the classes";
-    if (&parent == &aboveRoot_ && (root() != nullptr || name != u"localhost"))
-        return "the topmost object is localhost";
+    if (&parent == &aboveRoot_ && name != u"localhost") return "the topmost object is localhost";
     if (parent.definition != nullptr && !parent.definition->container)
         return "an object of this class has no children";
     if (parent.depth >= maxDepth) return "the tree has more than 256 levels";
