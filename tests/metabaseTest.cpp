@@ -71,7 +71,7 @@ std::string canonical(const std::string& text, std::string& error) {
     // What is after the text would end an escape or a string.
     const std::string longer = text + "n000\"";
     if (metabase::readMetabase({longer.data(), text.size()}, read, result, error))
-        metabase::writeMetabase(read, result.head, [&](std::string_view piece) { written += piece; });
+        metabase::writeMetabase(read, result.preamble, [&](std::string_view piece) { written += piece; });
     return written;
 }
 

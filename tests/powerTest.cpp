@@ -41,9 +41,10 @@ struct Disk {
 
 void Disk::make(const SystemCall& call) {
     const auto link = "/proc/self/fd/" + std::to_string(call.descriptor);
-    const std::filesystem::path target =
-        call.descriptor < 0 ? call.path : std::filesystem::read_symlink(link).string();
     const std::filesystem::path folder = std::filesystem::current_path();
+    const std::filesystem::path target = call.name == "syncfs" ? folder / "metabase.txt"
+                                         : call.descriptor < 0 ? std::filesystem::path(call.path)
+                                                               : std::filesystem::read_symlink(link);
     if (target == folder || call.name == "syncfs") folders.erase(folders.begin(), folders.end() - 1);
     if (target.parent_path() != folder) return;
     Names names = folders.back();

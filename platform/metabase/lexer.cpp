@@ -51,10 +51,10 @@ void appendUtf8(std::string& out, char32_t character) {
 }
 
 /// A token as a message quotes it. A string that is shortened keeps its closing quote.
-std::string shownToken(std::string_view token) {
-    std::string shown = excerpt(token);
-    if (shown.starts_with('"') && shown.ends_with("...")) shown.push_back('"');
-    return shown;
+std::string quotedToken(std::string_view token) {
+    std::string quoted = excerpt(token);
+    if (quoted.starts_with('"') && quoted.ends_with("...")) quoted.push_back('"');
+    return quoted;
 }
 
 } // namespace
@@ -129,7 +129,7 @@ std::string Lexer::nextToken() {
         StringToken token{};
         if (*begin != '"' || !stringToken(token)) at_ = begin + 1;
     }
-    return shownToken(textSince(begin));
+    return quotedToken(textSince(begin));
 }
 
 bool Lexer::failSymbol(char expected) { return failExpected(std::string("\"") + expected + '"'); }
@@ -171,16 +171,16 @@ bool Lexer::failUnclosed(const char* quote) {
                 (text.ends_with("\\\"") ? "; \\\" is a quote inside it, write a backslash as \\\\" : ""));
 }
 
-std::string shownName(std::u16string_view name) {
+std::string quotedName(std::u16string_view name) {
     std::string token;
     formatName(token, name);
-    return shownToken(token);
+    return quotedToken(token);
 }
 
-std::string shownString(std::u16string_view text) {
+std::string quotedString(std::u16string_view text) {
     std::string token;
     formatString(token, text);
-    return shownToken(token);
+    return quotedToken(token);
 }
 
 void formatName(std::string& out, std::u16string_view name) {

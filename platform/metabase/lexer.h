@@ -127,8 +127,8 @@ private:
 };
 
 /// A name and a string as a message quotes them: as the file has them, shortened.
-std::string shownName(std::u16string_view name);
-std::string shownString(std::u16string_view text);
+std::string quotedName(std::u16string_view name);
+std::string quotedString(std::u16string_view text);
 
 /// Appends a name, without quotes if Lexer::name then parses it.
 void formatName(std::string& out, std::u16string_view name);

@@ -21,7 +21,7 @@ HRESULT failWithDetail(HRESULT status, std::u16string_view text) {
 
 HRESULT LiveMetabase::open(ComPtr<LiveMetabase>& opened) {
     const auto metabase = makeObject<LiveMetabase>();
-    if (HRESULT status = metabase->log_.readSnapshot(metabase->snapshot_); status < 0) return status;
+    if (HRESULT status = metabase->file_.readSnapshot(metabase->snapshot_); status < 0) return status;
     const std::string_view text = metabase->snapshot_.text();
     std::string error;
     if (!readMetabase(text, metabase->tree_, metabase->text_, error)) {
@@ -29,13 +29,13 @@ HRESULT LiveMetabase::open(ComPtr<LiveMetabase>& opened) {
         setStatusDetail(invalid, std::string(fileName) + ", " + error);
         return invalid;
     }
-    metabase->log_.setValidText(text.substr(0, metabase->text_.size));
+    metabase->file_.setValidText(text.substr(0, metabase->text_.size));
     opened = metabase;
     return S_OK;
 }
 
 HRESULT LiveMetabase::set(ObjectNode& node, std::span<const PendingValue> values) {
-    if (HRESULT status = log_.append(setLine(tree_, node, values)); status < 0) return status;
+    if (HRESULT status = file_.append(setLine(tree_, node, values)); status < 0) return status;
     for (const PendingValue& value : values)
         ObjectTree::setValue(node, value.property, tree_.keepText(value.text));
     return S_OK;
@@ -56,7 +56,7 @@ HRESULT LiveMetabase::create(ObjectNode& parent, std::u16string_view className, 
         return failWithDetail(exists ? E_ADS_OBJECT_EXISTS : E_ADS_BAD_PATHNAME,
                               std::u16string(adsRoot) + path + u": " + wideReason);
     }
-    if (HRESULT status = log_.append(createLine(path, *definition)); status < 0) return status;
+    if (HRESULT status = file_.append(createLine(path, *definition)); status < 0) return status;
     created = &tree_.addObject(parent, name, *definition);
     tree_.setKeyType(*created);
     return S_OK;
@@ -65,14 +65,15 @@ HRESULT LiveMetabase::create(ObjectNode& parent, std::u16string_view className, 
 HRESULT LiveMetabase::remove(ObjectNode& node) {
     if (&node == tree_.root())
         return failWithDetail(E_ADS_BAD_PATHNAME, u"The topmost object can't be deleted");
-    if (HRESULT status = log_.append(deleteLine(node)); status < 0) return status;
+    if (HRESULT status = file_.append(deleteLine(node)); status < 0) return status;
     ObjectTree::remove(node);
     return S_OK;
 }
 
 bool LiveMetabase::close() {
-    if (!log_.isChanged()) return true;
-    return log_.replaceContents([this](const WritePiece& write) { writeMetabase(tree_, text_.head, write); });
+    if (!file_.isChanged()) return true;
+    return file_.replaceContents(
+        [this](const WritePiece& write) { writeMetabase(tree_, text_.preamble, write); });
 }
 
 } // namespace metabase

@@ -1,8 +1,8 @@
-// The live metabase: the tree, and the change log that every change is written to first.
+// The live metabase: the tree, and the file that every change is written to first.
 #pragma once
 
-#include "changeLog.h"
 #include "com/unknown.h"
+#include "metabaseFile.h"
 #include "records.h"
 
 namespace metabase {
@@ -13,14 +13,14 @@ public:
     /// The file of the server's metabase, in the working directory.
     static constexpr const char* fileName = "metabase.txt";
 
-    /// Reads the metabase into `opened`. Statuses as of ChangeLog::readSnapshot, and
+    /// Reads the metabase into `opened`. Statuses as of MetabaseFile::readSnapshot, and
     /// HRESULT_FROM_WIN32(ERROR_INVALID_DATA) for a text that can't be parsed.
     static HRESULT open(ComPtr<LiveMetabase>& opened);
 
     const ObjectTree& tree() const { return tree_; }
 
-    /// Changes: each is appended to the log, and then made in the tree. Statuses as of ChangeLog::append; if
-    /// it fails the tree stays as it is.
+    /// Changes: each is appended to the file, and then made in the tree. Statuses as of MetabaseFile::append;
+    /// if it fails the tree stays as it is.
     HRESULT set(ObjectNode& node, std::span<const PendingValue> values);
     /// Also E_ADS_SCHEMA_VIOLATION for an unknown class, E_ADS_OBJECT_EXISTS, and E_ADS_BAD_PATHNAME for a
     /// name that `parent` can't get.
@@ -29,12 +29,12 @@ public:
     /// Removes an object and all below it. Also E_ADS_BAD_PATHNAME for the topmost object.
     HRESULT remove(ObjectNode& node);
 
-    /// Replaces the log by the canonical text of the tree, if anything was changed. False, with errno set, if
-    /// the changes can't be synced to the disk.
+    /// Replaces the file by the canonical text of the tree, if anything was changed. False, with errno set,
+    /// if the changes can't be synced to the disk.
     bool close();
 
 private:
-    ChangeLog log_{fileName};
+    MetabaseFile file_{fileName};
     /// The values in the tree are parts of its text.
     Snapshot snapshot_;
     MetabaseText text_;

@@ -25,7 +25,7 @@ public:
     /// Sorts the values of the object, which may come in any order. Must be called after its last one.
     void endValues();
     /// Whether the version line is still to come.
-    bool isHead() const { return !versionSeen_; }
+    bool isBeforeVersion() const { return !versionSeen_; }
     const std::string& error() const { return lexer_.error(); }
 
 private:
@@ -33,7 +33,7 @@ private:
     bool failName(std::string_view kind, std::u16string_view name, std::string_view fault);
     bool failPath(std::string_view fault, std::u16string_view path);
 
-    bool headLine(std::string_view line);
+    bool lineBeforeVersion(std::string_view line);
     bool property();
     bool propertyName(PropertyId& property);
     bool valueText(ValueForm form, std::string_view& text);
@@ -63,7 +63,7 @@ private:
 bool RecordReader::record(std::string_view line) {
     if (line.size() > std::numeric_limits<std::uint32_t>::max()) return fail("the line is longer than 4 GB");
     lexer_.start(line);
-    if (!versionSeen_) return headLine(line);
+    if (!versionSeen_) return lineBeforeVersion(line);
     if (lexer_.atEnd()) return true;
     lexer_.start(line);
 
@@ -95,7 +95,7 @@ bool RecordReader::record(std::string_view line) {
     return parsed && (lexer_.atEnd() || lexer_.failExpected("the end of the line"));
 }
 
-bool RecordReader::headLine(std::string_view line) {
+bool RecordReader::lineBeforeVersion(std::string_view line) {
     if (lexer_.atEnd() || line.front() == '#') return true;
     if (line.starts_with("\xEF\xBB\xBF"))
         return fail("the file begins with a byte order mark; save it without");
@@ -201,13 +201,13 @@ bool RecordReader::aboveRecord() {
 }
 
 bool RecordReader::failName(std::string_view kind, std::u16string_view name, std::string_view fault) {
-    return fail(std::string(kind) + shownName(name) + std::string(fault));
+    return fail(std::string(kind) + quotedName(name) + std::string(fault));
 }
 
 /// Fails for a path that no object has.
 bool RecordReader::failPath(std::string_view fault, std::u16string_view path) {
     const bool isWhole = path == u"localhost" || path.starts_with(u"localhost/");
-    return fail(std::string(fault) + shownString(path) + (isWhole ? "" : "; paths begin with localhost"));
+    return fail(std::string(fault) + quotedString(path) + (isWhole ? "" : "; paths begin with localhost"));
 }
 
 /// Parses the rest of a line that adds an object: its path and its class.
@@ -215,7 +215,7 @@ bool RecordReader::addObject(ObjectNode*& node) {
     std::u16string_view text;
     if (!lexer_.string(text)) return false;
     const std::u16string path(text);
-    if (path.ends_with(u'/')) return fail("the path " + shownString(path) + " ends in a slash");
+    if (path.ends_with(u'/')) return fail("the path " + quotedString(path) + " ends in a slash");
     const ClassDefinition* definition = nullptr;
     if (!className(definition)) return false;
 
@@ -226,7 +226,7 @@ bool RecordReader::addObject(ObjectNode*& node) {
     if (parent == nullptr) return failPath("before this object there is no parent ", parentPath);
     const std::u16string name = topmost ? path : path.substr(slash + 1);
     if (const std::string_view reason = tree_.whyNotAddable(*parent, name); !reason.empty())
-        return fail(shownString(path) + ": " + std::string(reason));
+        return fail(quotedString(path) + ": " + std::string(reason));
     node = &tree_.addObject(*parent, name, *definition);
     return true;
 }
@@ -310,7 +310,7 @@ bool readMetabase(std::string_view text, ObjectTree& tree, MetabaseText& result,
     while (at < text.size()) {
         const std::size_t lineEnd = text.find('\n', at);
         std::string_view line = text.substr(at, lineEnd - at);
-        if (!reader.isHead() && isTorn(text.substr(at))) break;
+        if (!reader.isBeforeVersion() && isTorn(text.substr(at))) break;
         if (line.ends_with('\r')) line.remove_suffix(1);
 
         ++number;
@@ -319,12 +319,12 @@ bool readMetabase(std::string_view text, ObjectTree& tree, MetabaseText& result,
             return false;
         }
         at = lineEnd == std::string_view::npos ? text.size() : lineEnd + 1;
-        if (reader.isHead()) result.head = text.substr(0, at);
+        if (reader.isBeforeVersion()) result.preamble = text.substr(0, at);
     }
     reader.endValues();
     result.size = at;
-    if (!reader.isHead()) return true;
-    const bool hasOnlyReturns = result.head.find("\rmetabase 1\r") != std::string_view::npos;
+    if (!reader.isBeforeVersion()) return true;
+    const bool hasOnlyReturns = result.preamble.find("\rmetabase 1\r") != std::string_view::npos;
     error = hasOnlyReturns ? "line 1: " + std::string(carriageReturnsText)
                            : "line " + std::to_string(number + 1) +
                                  ": the file ends before its version line \"metabase 1\"";

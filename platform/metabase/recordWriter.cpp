@@ -83,10 +83,10 @@ std::string changeLine(std::string_view kind, std::u16string_view path) {
 
 } // namespace
 
-void writeMetabase(const ObjectTree& tree, std::string_view head,
+void writeMetabase(const ObjectTree& tree, std::string_view preamble,
                    const std::function<void(std::string_view)>& write) {
     LineWriter out(write);
-    out.word(head).word("metabase 1").end();
+    out.word(preamble).word("metabase 1").end();
     if (!tree.properties().empty()) out.end();
     for (const PropertyDefinition& property : tree.properties()) writeProperty(out, property);
     if (!tree.classes().empty()) out.end();

@@ -12,7 +12,7 @@ namespace metabase {
 /// Properties of a parsed text that the tree doesn't have.
 struct MetabaseText {
     /// The lines before the version line.
-    std::string_view head;
+    std::string_view preamble;
     /// The length of the valid part. It ends before the first line that lacks its LF or holds a zero byte, if
     /// that line and all later ones begin with `+` or a zero byte: a process that died or a loss of power
     /// left them.
@@ -23,8 +23,8 @@ struct MetabaseText {
 /// can't be parsed; `error` then has its number and the reason.
 bool readMetabase(std::string_view text, ObjectTree& tree, MetabaseText& result, std::string& error);
 
-/// Formats the tree as canonical text after `head`, and passes it to `write` in pieces.
-void writeMetabase(const ObjectTree& tree, std::string_view head,
+/// Formats the tree as canonical text after `preamble`, and passes it to `write` in pieces.
+void writeMetabase(const ObjectTree& tree, std::string_view preamble,
                    const std::function<void(std::string_view)>& write);
 
 /// A value that is to be committed, as text.

@@ -60,7 +60,7 @@ private:
     bool mimeMap(Variant* out);
     bool ipSecurity(Variant* out);
     bool opaque(Variant* out);
-    bool head(std::string_view word);
+    bool opening(std::string_view word);
 
     Lexer& lexer_;
 };
@@ -161,14 +161,14 @@ bool ValueParser::list(Variant* out) {
 }
 
 /// The word and the bracket at the beginning of an object.
-bool ValueParser::head(std::string_view word) {
+bool ValueParser::opening(std::string_view word) {
     if (const std::string_view found = lexer_.word(); found != word)
         return lexer_.failExpected(std::string(word) + "(...), the form of this property's values", found);
     return lexer_.symbol('(');
 }
 
 bool ValueParser::mimeMap(Variant* out) {
-    if (!head("mime")) return false;
+    if (!opening("mime")) return false;
     if (out == nullptr) return lexer_.items(')', [this] { return string(nullptr) && string(nullptr); });
     std::vector<Variant> entries;
     const auto entry = [&] {
@@ -185,7 +185,7 @@ bool ValueParser::mimeMap(Variant* out) {
 }
 
 bool ValueParser::ipSecurity(Variant* out) {
-    if (!head("ipsec")) return false;
+    if (!opening("ipsec")) return false;
     const auto rules = makeObject<IpSecurityObject>();
 
     Variant grant;
@@ -208,7 +208,7 @@ bool ValueParser::ipSecurity(Variant* out) {
 
 bool ValueParser::opaque(Variant* out) {
     Bstr text;
-    if (!head("opaque") || !string(&text) || !lexer_.symbol(')')) return false;
+    if (!opening("opaque") || !string(&text) || !lexer_.symbol(')')) return false;
     if (out != nullptr) *out = Variant::ofDispatch(makeObject<OpaqueObject>(std::move(text)));
     return true;
 }

@@ -4,14 +4,13 @@
 
 #include <cstdlib>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-bool writeAndLock(const Descriptor& file, const std::function<void(const WritePiece&)>& writeContents) {
-    bool good = ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
+bool write(const Descriptor& file, const std::function<void(const WritePiece&)>& writeContents) {
+    bool good = true;
     writeContents([&](std::string_view piece) { good = good && writeAll(file.get(), piece); });
     return good;
 }
@@ -35,23 +34,20 @@ std::string realPathOf(const char* path) {
     return real ? real.get() : "";
 }
 
-Descriptor replaceFile(const std::string& path, const Descriptor& oldFile,
-                       const std::function<void(const WritePiece&)>& writeContents,
-                       const std::function<bool()>& isWanted) {
+bool replaceFile(const std::string& path, const Descriptor& oldFile,
+                 const std::function<void(const WritePiece&)>& writeContents,
+                 const std::function<bool()>& isWanted) {
     const std::size_t nameStart = path.rfind('/') + 1;
     const std::string newPath = path.substr(0, nameStart) + "." + path.substr(nameStart) + ".rewrite";
 
     ::unlink(newPath.c_str());
-    Descriptor newFile(::open(newPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (!newFile.isOpen()) return newFile;
-    const bool replaced = writeAndLock(newFile, writeContents) && copyModeAndOwner(oldFile, newFile) &&
+    const Descriptor newFile(::open(newPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!newFile.isOpen()) return false;
+    const bool replaced = write(newFile, writeContents) && copyModeAndOwner(oldFile, newFile) &&
                           ::fsync(newFile.get()) == 0 && isWanted() &&
                           ::rename(newPath.c_str(), path.c_str()) == 0;
-    if (!replaced) {
-        ::unlink(newPath.c_str());
-        return Descriptor();
-    }
-    return newFile;
+    if (!replaced) ::unlink(newPath.c_str());
+    return replaced;
 }
 
 bool syncFolderOf(const std::string& path, const Descriptor& file) {

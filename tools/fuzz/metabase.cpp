@@ -11,9 +11,9 @@ std::string canonical(const std::string& text, std::string& error) {
     metabase::ObjectTree tree;
     metabase::MetabaseText result;
     if (!metabase::readMetabase(text, tree, result, error)) return "";
-    require(result.size <= text.size() && text.starts_with(result.head));
+    require(result.size <= text.size() && text.starts_with(result.preamble));
     std::string written;
-    metabase::writeMetabase(tree, result.head, [&](std::string_view piece) { written += piece; });
+    metabase::writeMetabase(tree, result.preamble, [&](std::string_view piece) { written += piece; });
     return written;
 }
 

@@ -1,5 +1,5 @@
-// The change log: the file of the metabase on disk. It is read once as a snapshot, extended by one line for
-// each change under a lock, and replaced at the end.
+// The file of the metabase on disk. It is read once as a snapshot, extended by one line for each change under
+// a lock, and replaced at the end.
 #pragma once
 
 #include "com/status.h"
@@ -21,13 +21,13 @@ struct Snapshot {
     std::string_view text() const { return {bytes.get(), size}; }
 };
 
-/// The states that a log passes through, in this order: unread; read, by readSnapshot; locked, by the first
+/// The states that it passes through, in this order: unread; read, by readSnapshot; locked, by the first
 /// append; changed, by the first append that succeeds. Every failure has a detail text (setStatusDetail) that
 /// names the file.
-class ChangeLog {
+class MetabaseFile {
 public:
-    /// `path` must outlive the log.
-    explicit ChangeLog(const char* path) : path_(path) {}
+    /// `path` must outlive this.
+    explicit MetabaseFile(const char* path) : path_(path) {}
 
     /// Reads the whole file, without a lock. ERROR_FILE_NOT_FOUND, ERROR_READ_FAULT and others of
     /// HRESULT_FROM_WIN32 if the system can't read it; ERROR_FILE_INVALID if it changes during the reading.
@@ -38,19 +38,19 @@ public:
     void setValidText(std::string_view text);
 
     /// Appends a line, which ends in LF, with one write; if that fails the part that was written is cut off,
-    /// or, if that fails too, stays as a torn line. The first call locks the file until the log is destroyed,
+    /// or, if that fails too, stays as a torn line. The first call locks the file until this is destroyed,
     /// and syncs to the disk what precedes the line.
     ///
     /// HRESULT_FROM_WIN32 of ERROR_LOCK_VIOLATION: another process has the lock. ERROR_FILE_INVALID: the file
-    /// at the path differs from what this log read and appended. E_ACCESSDENIED, ERROR_DISK_FULL,
+    /// at the path differs from what this read and appended. E_ACCESSDENIED, ERROR_DISK_FULL,
     /// ERROR_FILE_TOO_LARGE, ERROR_WRITE_FAULT: the system can't write.
     HRESULT append(std::string_view line);
 
     bool isChanged() const { return stage_ == Stage::changed; }
 
-    /// Replaces the contents of a changed log by the pieces that `writeContents` writes (see replaceFile). If
-    /// a step fails the file stays as it is, and its appended lines are synced to the disk. False,
-    /// with errno set, if the changes can't be synced.
+    /// Replaces the contents of a changed file by the pieces that `writeContents` writes (see replaceFile).
+    /// If a step fails the file stays as it is, and its appended lines are synced to the disk. False, with
+    /// errno set, if the changes can't be synced.
     bool replaceContents(const std::function<void(const WritePiece&)>& writeContents);
 
 private:
@@ -67,7 +67,7 @@ private:
 
     const char* path_;
     Stage stage_ = Stage::unread;
-    /// The file as this log last read or wrote it.
+    /// The file as this last read or wrote it.
     FileState knownState_;
     /// The file's bytes up to here are whole lines, apart from a last one whose end may be missing.
     std::size_t validLength_ = 0;
@@ -76,8 +76,6 @@ private:
     bool isPrepared_ = false;
     /// Open from the stage locked on.
     Descriptor file_;
-    /// The file that replaced this one; open only to keep its lock.
-    Descriptor replacement_;
 };
 
 } // namespace metabase

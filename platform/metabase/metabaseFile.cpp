@@ -1,4 +1,4 @@
-#include "changeLog.h"
+#include "metabaseFile.h"
 
 #include "os/transfer.h"
 
@@ -30,20 +30,20 @@ HRESULT statusOfSystemError(int error, DWORD usual) {
 
 } // namespace
 
-HRESULT ChangeLog::fail(HRESULT status, std::string_view what) const {
+HRESULT MetabaseFile::fail(HRESULT status, std::string_view what) const {
     setStatusDetail(status, std::string(path_) + ": " + std::string(what));
     return status;
 }
 
-HRESULT ChangeLog::failSystem(int error, std::string_view what, DWORD usual) const {
+HRESULT MetabaseFile::failSystem(int error, std::string_view what, DWORD usual) const {
     return fail(statusOfSystemError(error, usual), std::string(what) + ": " + std::strerror(error));
 }
 
-HRESULT ChangeLog::failAltered() const {
+HRESULT MetabaseFile::failAltered() const {
     return fail(HRESULT_FROM_WIN32(ERROR_FILE_INVALID), "has been changed by someone else since it was read");
 }
 
-HRESULT ChangeLog::failMissing() const {
+HRESULT MetabaseFile::failMissing() const {
     constexpr HRESULT notFound = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
     char target[PATH_MAX];
     if (const ssize_t length = ::readlink(path_, target, sizeof target); length > 0) {
@@ -54,7 +54,7 @@ HRESULT ChangeLog::failMissing() const {
     return notFound;
 }
 
-HRESULT ChangeLog::readSnapshot(Snapshot& snapshot) {
+HRESULT MetabaseFile::readSnapshot(Snapshot& snapshot) {
     const Descriptor file(::open(path_, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!file.isOpen() && errno == ENOENT) return failMissing();
     if (!file.isOpen()) return failSystem(errno, "can't be opened", ERROR_READ_FAULT);
@@ -82,19 +82,19 @@ HRESULT ChangeLog::readSnapshot(Snapshot& snapshot) {
     return fail(HRESULT_FROM_WIN32(ERROR_FILE_INVALID), "is being changed while it is read");
 }
 
-void ChangeLog::setValidText(std::string_view text) {
+void MetabaseFile::setValidText(std::string_view text) {
     validLength_ = text.size();
     lastLineEnds_ = text.empty() || text.back() == '\n';
 }
 
-HRESULT ChangeLog::append(std::string_view line) {
+HRESULT MetabaseFile::append(std::string_view line) {
     if (HRESULT status = lock(); status < 0) return status;
     if (HRESULT status = checkUnaltered(); status < 0) return status;
     if (HRESULT status = prepareEnd(); status < 0) return status;
     return writeLine(line);
 }
 
-HRESULT ChangeLog::lock() {
+HRESULT MetabaseFile::lock() {
     if (stage_ >= Stage::locked) return S_OK;
     Descriptor file(::open(path_, O_RDWR | O_APPEND | O_NONBLOCK | O_CLOEXEC));
     if (!file.isOpen()) return failSystem(errno, "can't be opened for a change");
@@ -109,14 +109,14 @@ HRESULT ChangeLog::lock() {
     return S_OK;
 }
 
-/// The file at the path must be the locked one, in the state that this log knows.
-HRESULT ChangeLog::checkUnaltered() const {
+/// The file at the path must be the locked one, in the state that is known.
+HRESULT MetabaseFile::checkUnaltered() const {
     return FileState::of(path_) == knownState_ ? S_OK : failAltered();
 }
 
 /// Ends the file with a whole line, on the disk too: after a loss of power no change must be there without
 /// what is before it, and no line that was cut off come back after a change.
-HRESULT ChangeLog::prepareEnd() {
+HRESULT MetabaseFile::prepareEnd() {
     if (isPrepared_) return S_OK;
     const bool isCut = std::cmp_equal(knownState_.size, validLength_) ||
                        ::ftruncate(file_.get(), static_cast<off_t>(validLength_)) == 0;
@@ -130,7 +130,7 @@ HRESULT ChangeLog::prepareEnd() {
     return checkUnaltered();
 }
 
-HRESULT ChangeLog::writeLine(std::string_view line) {
+HRESULT MetabaseFile::writeLine(std::string_view line) {
     // Mostly one write takes the whole line; after one that is cut short, a second one returns the reason.
     if (!writeAll(file_.get(), line)) {
         const int error = errno;
@@ -150,11 +150,12 @@ HRESULT ChangeLog::writeLine(std::string_view line) {
     return S_OK;
 }
 
-bool ChangeLog::replaceContents(const std::function<void(const WritePiece&)>& writeContents) {
+bool MetabaseFile::replaceContents(const std::function<void(const WritePiece&)>& writeContents) {
     const std::string path = realPathOf(path_);
-    if (!path.empty() && checkUnaltered() == S_OK)
-        replacement_ = replaceFile(path, file_, writeContents, [this] { return checkUnaltered() == S_OK; });
-    return replacement_.isOpen() ? syncFolderOf(path, replacement_) : ::fsync(file_.get()) == 0;
+    const auto isUnaltered = [this] { return checkUnaltered() == S_OK; };
+    const bool isReplaced =
+        !path.empty() && isUnaltered() && replaceFile(path, file_, writeContents, isUnaltered);
+    return isReplaced ? syncFolderOf(path, file_) : ::fsync(file_.get()) == 0;
 }
 
 } // namespace metabase
