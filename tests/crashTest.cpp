@@ -210,6 +210,35 @@ TEST(Crash, aFileThatCannotBeCutOffOrSynchronisedIsReported) {
     }
 }
 
+// The file that is locked for the first change isn't the one that was read, which is back at its path
+// afterwards.
+TEST(Crash, aFileThatIsExchangedWhileItIsLockedIsNotChanged) {
+    const SweptServer server;
+    server.write("other", sweptMetabase);
+    const auto exchange = [&] {
+        std::filesystem::rename(server.path("metabase.txt"), server.path("third"));
+        std::filesystem::rename(server.path("other"), server.path("metabase.txt"));
+        std::filesystem::rename(server.path("third"), server.path("other"));
+    };
+    int calls = 0;
+    int lockNumber = 0;
+    restoreWith(
+        SweptServer(), 1,
+        [&](const SystemCall& call) {
+            ++calls;
+            if (call.name == "flock") lockNumber = calls;
+            return 0;
+        },
+        true);
+    const auto exchangeTwice = [&](const SystemCall& call) {
+        if (call.name == "open" || call.name == "stat") exchange();
+        return 0;
+    };
+    const Outcome run = restoreWith(server, lockNumber - 1, exchangeTwice, true);
+    EXPECT_TRUE(contains(run.out, "has been changed by someone else")) << run;
+    EXPECT_EQ(server.metabase() + server.read("other"), sweptMetabase + sweptMetabase);
+}
+
 TEST(OutOfMemory, endsTheRunWithAMessageAndKeepsItsChanges) {
     if (isSanitized) GTEST_SKIP() << "a sanitizer reserves the address space";
     const std::string before = metabaseWith("IIsWebDirectory");
