@@ -7,8 +7,10 @@
 #include "metabase/records.h"
 #include "tests/support/errorLines.h"
 #include "tests/support/servers.h"
+#include "tests/support/systemCalls.h"
 #include "tests/support/tables.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
@@ -230,6 +232,21 @@ TEST(Metabase, detectsEditsThatLeaveTheSize) {
             EXPECT_EQ(live.metabase(), edited) << isAfterAChange;
         }
     }
+}
+
+TEST(Metabase, mendsItsEndAfterAChangeThatFailed) {
+    const Live live(tree);
+    const auto box = open(u"IIS://localhost/b/c");
+    for (const bool isCut : {false, true}) {
+        const auto writePart = [&](const SystemCall& call) {
+            if (call.name == "write") live.write("metabase.txt", live.metabase() + "+set \"loc");
+            return call.name == "write" || (call.name == "ftruncate" && !isCut) ? EIO : 0;
+        };
+        const SystemCallStop stop(1, writePart, true);
+        EXPECT_EQ(change(*box), HRESULT_FROM_WIN32(ERROR_WRITE_FAULT));
+    }
+    EXPECT_EQ(change(*box), S_OK);
+    EXPECT_EQ(live.metabase(), tree + "+set \"localhost/b/c\" Title \"t\"\n");
 }
 
 TEST(Metabase, rewritesTheFileOfALinkWithItsMode) {
