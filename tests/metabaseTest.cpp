@@ -237,14 +237,17 @@ TEST(Metabase, detectsEditsThatLeaveTheSize) {
 TEST(Metabase, mendsItsEndAfterAChangeThatFailed) {
     const Live live(tree);
     const auto box = open(u"IIS://localhost/b/c");
-    for (const bool isCut : {false, true}) {
+    int syncs = 0;
+    for (const bool isCut : {true, false}) {
         const auto writePart = [&](const SystemCall& call) {
+            syncs += call.name == "fsync" ? 1 : 0;
             if (call.name == "write") live.write("metabase.txt", live.metabase() + "+set \"loc");
             return call.name == "write" || (call.name == "ftruncate" && !isCut) ? EIO : 0;
         };
         const SystemCallStop stop(1, writePart, true);
         EXPECT_EQ(change(*box), HRESULT_FROM_WIN32(ERROR_WRITE_FAULT));
     }
+    EXPECT_EQ(syncs, 2);
     EXPECT_EQ(change(*box), S_OK);
     EXPECT_EQ(live.metabase(), tree + "+set \"localhost/b/c\" Title \"t\"\n");
 }
