@@ -44,7 +44,6 @@ INSTANTIATE_TEST_SUITE_P(, Damaged, testing::ValuesIn(damages),
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST_P(Damaged, filesHaveTheEffectOfTheirTextOrNone) {
-    const Arguments restoring = {"-restore", "-file", "f"};
     const std::string before = metabaseWith("IIsWebServer A:IIsWebServer V:IIsWebDirectory V/F:IIsWebFile");
     const std::string whole = backUp(damagedServer).made;
     const Server server(before);

@@ -7,8 +7,10 @@
 #include "metabase/records.h"
 #include "tests/support/errorLines.h"
 #include "tests/support/servers.h"
+#include "tests/support/systemCalls.h"
 #include "tests/support/tables.h"
 
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -272,6 +274,24 @@ TEST(Metabase, detectsEachKindOfEdit) {
             EXPECT_EQ(live.metabase(), edited) << isAfterAChange;
         }
     }
+}
+
+TEST(Metabase, mendsItsEndAfterAChangeThatFailed) {
+    const Live live(tree);
+    const auto box = open(u"IIS://localhost/b/c");
+    int syncs = 0;
+    for (const bool isCut : {true, false}) {
+        const auto writePart = [&](const SystemCall& call) {
+            syncs += call.name == "fsync" ? 1 : 0;
+            if (call.name == "write") live.write("metabase.txt", live.metabase() + "+set \"loc");
+            return call.name == "write" || (call.name == "ftruncate" && !isCut) ? EIO : 0;
+        };
+        const SystemCallStop stop(1, writePart, true);
+        EXPECT_EQ(change(*box), HRESULT_FROM_WIN32(ERROR_WRITE_FAULT));
+    }
+    EXPECT_EQ(syncs, 2);
+    EXPECT_EQ(change(*box), S_OK);
+    EXPECT_EQ(live.metabase(), tree + "+set \"localhost/b/c\" Title \"t\"\n");
 }
 
 TEST(Metabase, rewritesTheFileOfALinkWithItsModeAndOwner) {

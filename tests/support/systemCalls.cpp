@@ -49,16 +49,12 @@ WRAP_CALL(off_t, lseek, (int descriptor, off_t offset, int whence), (descriptor,
 WRAP_CALL(int, fstat, (int descriptor, struct stat* info), (descriptor, info))
 WRAP_CALL(int, stat, (const char* path, struct stat* info), (path, info))
 WRAP_CALL(int, flock, (int descriptor, int operation), (descriptor, operation))
+WRAP_CALL(int, ftruncate, (int descriptor, off_t size), (descriptor, size))
 WRAP_CALL(int, fchmod, (int descriptor, mode_t mode), (descriptor, mode))
+WRAP_CALL(int, rename, (const char* from, const char* to), (from, to))
+WRAP_CALL(int, unlink, (const char* path), (path))
 WRAP_CALL(int, open, (const char* path, int flags, mode_t mode), (path, flags, mode))
 
-WRAP(int, rename, (const char* from, const char* to)) {
-    return fails({"rename", -1, {}, 0, from, to}) ? -1 : real_rename(from, to);
-}
-WRAP(int, unlink, (const char* path)) { return fails({"unlink", -1, {}, 0, path}) ? -1 : real_unlink(path); }
-WRAP(int, ftruncate, (int descriptor, off_t size)) {
-    return fails({"ftruncate", descriptor, {}, size}) ? -1 : real_ftruncate(descriptor, size);
-}
 WRAP(int, fsync, (int descriptor)) { return fails({"fsync", descriptor}) ? -1 : real_fsync(descriptor); }
 WRAP(int, syncfs, (int descriptor)) { return fails({"syncfs", descriptor}) ? -1 : real_syncfs(descriptor); }
 WRAP(ssize_t, write, (int descriptor, const void* bytes, size_t count)) {

@@ -4,18 +4,13 @@
 
 #include <functional>
 #include <string_view>
-#include <sys/types.h>
 
 /// A call that is about to be made.
 struct SystemCall {
     std::string_view name;
-    /// Of a write, a cut or a sync: where; of a write: what; of a cut: to which size.
+    /// Of a write or a sync: where; of a write: what.
     int descriptor = -1;
     std::string_view bytes = {};
-    off_t size = 0;
-    /// Of an unlink and a rename: which file; of a rename: to what.
-    const char* path = "";
-    const char* newPath = "";
 };
 
 /// What a test does before a call. Returns 0 to have the call made, or the error number with which it
