@@ -14,6 +14,7 @@
 #     valgrind    the demo is clean under valgrind
 #     growth      the work for an item doesn't grow with the number of items
 #     fuzz        each fuzz target runs for a minute
+#     coverage    the tests reach nearly all of the code, and the lines that they don't reach are known
 #     sanitized   the tests under AddressSanitizer, LeakSanitizer and UndefinedBehaviorSanitizer
 #
 # The first failure ends the script.
@@ -22,7 +23,7 @@ cd "$(dirname "$0")/.."
 . tools/packages.sh
 . tools/build.sh
 
-stages="format shell tests clang tidy pages valgrind growth fuzz sanitized"
+stages="format shell tests clang tidy pages valgrind growth fuzz coverage sanitized"
 [ $# -gt 0 ] || set -- tests
 # shellcheck disable=SC2086 # one word for each stage
 [ "$*" != "--all" ] || set -- $stages
@@ -108,6 +109,13 @@ stage_growth() { quietly sh bench/growth.sh --check; }
 
 need_fuzz() { need_presets fuzz; }
 stage_fuzz() { sh tools/fuzz.sh 60; }
+
+need_coverage() {
+    need_presets coverage
+    need libxml2-utils xmllint --version
+    need gcovr gcovr --version
+}
+stage_coverage() { quietly sh tools/coverage.sh; }
 
 for stage in "$@"; do
     case " $stages " in
