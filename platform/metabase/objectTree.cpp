@@ -32,7 +32,7 @@ bool isAddressable(std::u16string_view name) {
 
 std::optional<PropertyId> ObjectTree::findProperty(std::u16string_view name) const {
     const auto isNext = [&](PropertyId id) { return equal(properties_[id].name, name); };
-    if (const PropertyId expected = askedFor_.find(isNext); expected != NameTable::none) return expected;
+    if (const PropertyId guessed = askedFor_.find(isNext); guessed != NameTable::none) return guessed;
     const PropertyId found = propertyNames_.find(name);
     if (found == NameTable::none) return std::nullopt;
     askedFor_.came(found);

@@ -63,7 +63,7 @@ private:
     bool reference();
     bool characterReference();
     NameTable::Number name(NameSequence& sequence);
-    [[gnu::noinline]] NameTable::Number unexpectedName(NameSequence& sequence, const char16_t* start);
+    [[gnu::noinline]] NameTable::Number otherName(NameSequence& sequence, const char16_t* start);
 
     template <UnitClass plain> char16_t copy(char lineEnd);
     bool copyUntil(std::u16string_view terminator);
@@ -329,16 +329,16 @@ bool Parser::characterReference() {
 
 NameTable::Number Parser::name(NameSequence& sequence) {
     const char16_t* const start = at_;
-    const NameTable::Number expected = sequence.find([&](NameTable::Number number) {
+    const NameTable::Number guessed = sequence.find([&](NameTable::Number number) {
         at_ = start;
         return accept(tree_.names[number]) && restOfNameEnd(at_) == at_;
     });
-    return expected != NameTable::none ? expected : unexpectedName(sequence, start);
+    return guessed != NameTable::none ? guessed : otherName(sequence, start);
 }
 
-/// Parses a name that the sequence doesn't expect. Inlined into name() it would take 3 % of the instructions
+/// Parses a name that was not guessed. Inlined into name() it would take 3 % of the instructions
 /// of loadXML.
-NameTable::Number Parser::unexpectedName(NameSequence& sequence, const char16_t* start) {
+NameTable::Number Parser::otherName(NameSequence& sequence, const char16_t* start) {
     at_ = nameEnd(start);
     if (at_ == start) return NameTable::none;
     const NameTable::Number number = tree_.names.add({start, static_cast<std::size_t>(at_ - start)});

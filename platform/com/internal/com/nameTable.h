@@ -28,14 +28,12 @@ private:
     std::vector<std::u16string_view> names_;
 };
 
-/// Expects the names of a sequence in the order in which they came before: after each one, one of the two
-/// that followed it last. Attributes and properties come in much the same order again and again, and to
-/// compare an expected name costs a fraction of a lookup: without it loadXML takes 62 % more instructions, a
-/// backup and a restore 24 %.
+/// Guesses the next name of a sequence: one of the two that last followed the name before. Attributes and
+/// properties come in much the same order again and again, and to compare a guess costs a fraction of a
+/// lookup: without it loadXML takes 62 % more instructions, a backup and a restore 24 %.
 class NameSequence {
 public:
-    /// Returns the expected name that `isNext(name)` is true for, and notes that it came; none if there is
-    /// no such name.
+    /// Returns the guess that `isNext(name)` is true for, and notes that it came; none if it is for neither.
     template <class IsNext> NameTable::Number find(IsNext isNext) {
         if (last_ >= followers_.size()) return NameTable::none;
         auto& [first, second] = followers_[last_];
@@ -45,7 +43,7 @@ public:
         }
         return last_ = first;
     }
-    /// Notes that a name came although it wasn't expected.
+    /// Notes that a name came that wasn't guessed.
     void came(NameTable::Number number) {
         if (last_ >= followers_.size()) followers_.resize(last_ + 1);
         Followers& followers = followers_[last_];
