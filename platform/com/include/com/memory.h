@@ -24,6 +24,7 @@ struct FreeBlock {
 inline std::array<FreeBlock*, sizeClasses + 1> freeLists{};
 
 constexpr std::size_t sizeClassOf(std::size_t size) { return (size + classStep - 1) / classStep; }
+static_assert(sizeClassOf(classStep) == 1 && sizeClassOf(classStep + 1) == 2);
 
 /// Allocates a block of at least `size` bytes; free() frees it. Out of memory: see exhausted().
 ///
