@@ -134,28 +134,28 @@ TEST(Power, lossLeavesTheFirstChangesOfARestoreAndAllAfterItsEnd) {
             cases.push_back({swept, 50 * stride, "", 0, failing, lasting});
     }
     std::set<std::string> tried;
-    for (const auto& [backup, step, end, killedBefore, failing, lasting] : cases) {
-        SCOPED_TRACE(failing + (lasting ? ", lasting" : "") + end.substr(0, 20));
-        const SweptServer server(sweptMetabase + end);
-        server.write("f", backup);
-        Disk disk{server, step, {sweptMetabase}};
-        if (killedBefore > 0)
-            disk.restore([calls = killedBefore](const auto&) mutable { return --calls > 0 ? 0 : EIO; });
-        if (failing == "link")
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.failing + (test.lasting ? ", lasting" : "") + test.end.substr(0, 20));
+        const SweptServer server(sweptMetabase + test.end);
+        server.write("f", test.backup);
+        Disk disk{server, test.stride, {sweptMetabase}};
+        if (test.killedBefore > 0)
+            disk.restore([calls = test.killedBefore](const auto&) mutable { return --calls > 0 ? 0 : EIO; });
+        if (test.failing == "link")
             std::filesystem::create_hard_link(server.path("metabase.txt"), server.path("second"));
         std::string calls;
         bool hasFailed = false;
         const Outcome run = disk.restore([&](const SystemCall& call) {
             calls.append(" ").append(call.name);
-            const bool fails = contains(failing, " ") && calls.ends_with(" " + failing);
+            const bool fails = contains(test.failing, " ") && calls.ends_with(" " + test.failing);
             hasFailed = hasFailed || fails;
-            return fails || (hasFailed && lasting && call.descriptor != STDERR_FILENO) ? EIO : 0;
+            return fails || (hasFailed && test.lasting && call.descriptor != STDERR_FILENO) ? EIO : 0;
         });
         EXPECT_EQ(run.exitCode, 0);
-        EXPECT_EQ(hasFailed, contains(failing, " "));
+        EXPECT_EQ(hasFailed, contains(test.failing, " "));
         const bool isSynced = !run.err.ends_with("metabase.txt: can't be synchronised to the disk: "
                                                  "Input/output error\n");
-        EXPECT_EQ(isSynced, !hasFailed || !lasting);
+        EXPECT_EQ(isSynced, !hasFailed || !test.lasting);
         if (isSynced) disk.fewest = disk.changed.size() - 1;
         disk.look();
 
@@ -163,7 +163,7 @@ TEST(Power, lossLeavesTheFirstChangesOfARestoreAndAllAfterItsEnd) {
         for (const std::string& text : disk.changed) expected.push_back(stateOf(SweptServer(text)));
         for (const auto& [text, range] : disk.left) {
             const SweptServer found(text);
-            found.write("f", backup);
+            found.write("f", test.backup);
             const auto from = expected.begin() + std::ptrdiff_t(range.first);
             const auto to = expected.begin() + std::ptrdiff_t(range.second) + 1;
             ASSERT_NE(std::find(from, to, stateOf(found)), to) << stateOf(found) << text;
