@@ -190,6 +190,14 @@ TEST(Text, aHalfOfAPairAtTheEndIsACharacterOfItsOwn) {
     EXPECT_EQ(at, pair.data() + 1);
 }
 
+TEST(PropertyTable, hasEightWordsForBooleans) {
+    for (const char16_t* word : {u"true", u"t", u"1", u"yes", u"false", u"f", u"0", u"no"}) {
+        bool value = false;
+        EXPECT_EQ(parseBoolWord(word, value), S_OK);
+        EXPECT_EQ(value, std::u16string_view(u"t1y").find(word[0]) != std::u16string_view::npos);
+    }
+}
+
 TEST(PropertyTable, hasHandlersThatNoPassCalls) {
     const Variant live = Variant::ofString(Bstr(u"live"));
     BackupProp prop;
@@ -232,6 +240,13 @@ TEST(Values, ofTypesThatNoProviderGivesAreRefused) {
         EXPECT_EQ(bound, upper.value_or(0)) << count << " from " << lower;
         EXPECT_EQ(SafeArrayDestroy(made), S_OK);
     }
+    for (const DECIMAL wrong : {DECIMAL{0, 29, 0, 0, 1}, DECIMAL{0, 0, 1, 0, 1}}) {
+        VARIANT number{};
+        setDecimal(number, wrong);
+        EXPECT_EQ(VariantChangeType(&number, &number, 0, VT_BSTR), DISP_E_BADVARTYPE);
+    }
+    EXPECT_EQ(SafeArrayCreate(VT_I4, 1, bounds), nullptr);
+    EXPECT_EQ(SafeArrayGetDim(nullptr), 0U);
     SAFEARRAYBOUND widest{UINT32_MAX, INT32_MIN};
     SAFEARRAY untyped{1, VT_EMPTY, 0, nullptr, &widest};
     VARIANT unreadable = ofType(VT_ARRAY | VT_VARIANT, 0);

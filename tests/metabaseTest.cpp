@@ -166,6 +166,9 @@ TEST(Metabase, refusesWithAStatusAndATextOfItsOwn) {
     SafeArray list(1);
     list[0] = Variant::ofString(Bstr(u"p")).detach();
     const Variant noEntries = Variant::ofArray(list.detach());
+    SafeArray objects(1);
+    objects[0] = Variant::ofDispatch(top).detach();
+    const Variant noMimeTypes = Variant::ofArray(objects.detach());
     LONG second = 1;
     const auto create = [&](const char16_t* className, std::u16string_view objectName) {
         return root->Create(Bstr(className), Bstr(objectName), made.out());
@@ -187,6 +190,9 @@ TEST(Metabase, refusesWithAStatusAndATextOfItsOwn) {
         {E_ADS_CANT_CONVERT_DATATYPE,
          "A value of this kind can't be stored in MimeMap, which has the type mime: \"p\"",
          [&] { return top->Put(Bstr(u"MimeMap"), noEntries.get()); }},
+        {E_ADS_CANT_CONVERT_DATATYPE,
+         "A value of this kind can't be stored in MimeMap, which has the type mime",
+         [&] { return top->Put(Bstr(u"MimeMap"), noMimeTypes.get()); }},
         {E_ADS_UNKNOWN_OBJECT, "IIS://localhost has no child x of the class Box",
          [&] { return root->Delete(Bstr(u"Box"), Bstr(u"x")); }},
         {E_ADS_SCHEMA_VIOLATION, "The schema has no class No", [&] { return create(u"No", u"n"); }},

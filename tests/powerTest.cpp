@@ -112,11 +112,11 @@ TEST(Power, lossLeavesTheFirstChangesOfARestoreAndAllAfterItsEnd) {
         std::string backup;
         std::size_t stride;
         /// What another run left at the end of the metabase.
-        std::string end = "";
+        std::string end = {};
         /// The call before which a first run is killed; 0 for no first run.
         int killedBefore = 0;
         /// The call that fails, after the one before it, and whether all after it fail too.
-        std::string failing = "";
+        std::string failing = {};
         bool lasting = false;
     };
     const std::size_t stride = isSanitized ? 200 : 1;

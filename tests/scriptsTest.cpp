@@ -54,9 +54,10 @@ public:
     std::map<std::string, std::string> files() const {
         std::map<std::string, std::string> found;
         std::error_code ignored;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(nights, ignored))
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(nights, ignored)) {
             if (!entry.is_directory())
                 found[entry.path().lexically_relative(nights)] = readBytes(entry.path());
+        }
         return found;
     }
     const std::filesystem::path nights = path("-kept of it");

@@ -114,7 +114,8 @@ bool isPassedOver(const SweptRun& run) {
     return contains(call, "IISBaseObject") || call == "VarBstrCmp" ||
            contains(call, "IISPropertyAttribute") || call == "FormatMessageA" ||
            (call == "IADs::SetInfo" && changesAtOnce.contains(std::string(run.log.before))) ||
-           (call == "ADsFreeEnumerator" && stem != "restoreObj") ||
+           (call == "ADsFreeEnumerator" && stem != "restoreObj" &&
+            (run.made != Folder::noFile || prints("DELETE OBJECT"))) ||
            (call == "IADs::get_ADsPath" && prints("\"<unknown name: get_ADsPath failed>\"")) ||
            (call == "IADs::get_ADsPath" && prints("DELETE OBJECT: <unknown name: get_ADsPath failed> (")) ||
            (call == "IADs::get_Class" && prints(" (class <unknown class: get_Class failed>)\n")) ||
