@@ -115,7 +115,7 @@ bool isPassedOver(const SweptRun& run) {
            contains(call, "IISPropertyAttribute") || call == "FormatMessageA" ||
            (call == "IADs::SetInfo" && changesAtOnce.contains(std::string(run.log.before))) ||
            (call == "ADsFreeEnumerator" && stem != "restoreObj" &&
-            (run.made != Folder::noFile || prints("DELETE OBJECT"))) ||
+            (run.made != Folder::noFile || contains(run.metabase, "+delete"))) ||
            (call == "IADs::get_ADsPath" && prints("\"<unknown name: get_ADsPath failed>\"")) ||
            (call == "IADs::get_ADsPath" && prints("DELETE OBJECT: <unknown name: get_ADsPath failed> (")) ||
            (call == "IADs::get_Class" && prints(" (class <unknown class: get_Class failed>)\n")) ||
