@@ -8,6 +8,7 @@
 #include "tests/support/processes.h"
 #include "tests/support/seed.h"
 #include "tests/support/tables.h"
+#include "text/codePage.h"
 #include "text/utf16.h"
 #include "tools/generator/randomMetabase.h"
 
@@ -183,11 +184,15 @@ void expectRefused(const std::function<Status()>& call, HRESULT status, const st
     EXPECT_EQ(folded(runHere(Folder(), call), hex(status)), (Outcome{status, "", message}));
 }
 
-TEST(Text, aHalfOfAPairAtTheEndIsACharacterOfItsOwn) {
+TEST(Text, endsWhereItsLengthSays) {
     const std::u16string_view pair = u"\xD83D\xDE00";
     const char16_t* at = pair.data();
     EXPECT_EQ(utf16::decodeCharacter(at, at + 1), 0xD83DU);
     EXPECT_EQ(at, pair.data() + 1);
+    char16_t unit = 0;
+    EXPECT_EQ(MultiByteToWideChar(CP_THREAD_ACP, 0, "a", -1, nullptr, 0), 2);
+    EXPECT_EQ(MultiByteToWideChar(CP_THREAD_ACP, 0, "a", 1, &unit, 1), 1);
+    EXPECT_EQ(unit, u'a');
 }
 
 TEST(PropertyTable, hasEightWordsForBooleans) {

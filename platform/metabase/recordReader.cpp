@@ -65,7 +65,6 @@ bool RecordReader::record(std::string_view line) {
     lexer_.start(line);
     if (!versionSeen_) return lineBeforeVersion(line);
     if (lexer_.atEnd()) return true;
-    lexer_.start(line);
 
     const char first = line.front();
     bool parsed = false;

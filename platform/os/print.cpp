@@ -45,10 +45,7 @@ void printFloat(OutStream& stream, const Piece& piece, double value) {
 }
 
 void printWide(OutStream& stream, const Piece& piece, const char16_t* text) {
-    const std::size_t limit =
-        piece.precision == none ? std::u16string_view::npos : static_cast<std::size_t>(piece.precision);
-    std::size_t length = 0;
-    while (text != nullptr && length < limit && text[length] != u'\0') ++length;
+    std::size_t length = text == nullptr ? 0 : std::u16string_view(text).size();
     pad(stream, piece, length);
     for (std::size_t count = 0; length != 0; length -= count, text += count) {
         count = std::min(length, OutStream::maxReserve);

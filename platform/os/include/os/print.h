@@ -21,7 +21,6 @@ struct Piece {
     std::uint16_t literalLength = 0;
     char conversion = 0;
     int width = none;
-    int precision = none;
 };
 
 template <class T>
@@ -59,7 +58,6 @@ inline void pad(OutStream& stream, const Piece& piece, std::size_t length) {
 }
 
 inline void printNarrow(OutStream& stream, const Piece& piece, std::string_view text) {
-    if (piece.precision != none) text = text.substr(0, static_cast<std::size_t>(piece.precision));
     pad(stream, piece, text.size());
     stream.write(text);
 }
@@ -106,10 +104,7 @@ public:
                 add(star, piece, count);
                 parsed.literalLength = 0;
                 ++at;
-            } else {
-                parsed.width = number(format, at);
             }
-            if (format[at] == '.') parsed.precision = number(format, ++at);
             parsed.conversion = format[at++];
             add(parsed, piece, count);
             literal = at;
@@ -131,12 +126,6 @@ private:
         if (!tests[index](piece.conversion)) throw "a conversion that doesn't suit its argument";
         pieces_[index++] = piece;
     }
-    template <std::size_t size> static consteval int number(const char (&format)[size], std::size_t& at) {
-        if (format[at] < '0' || format[at] > '9') return none;
-        int value = 0;
-        while (format[at] >= '0' && format[at] <= '9') value = value * 10 + (format[at++] - '0');
-        return value;
-    }
 
     std::string_view text_;
     std::string_view tail_;
@@ -149,10 +138,9 @@ private:
 template <class... Args> using Format = printing::Format<std::type_identity_t<Args>...>;
 
 /// Prints to a stream. Conversions: %d (signed), %X (32 bits, capitals), %f, %s, and %S for a wide string,
-/// which is narrowed unit by unit up to its first NUL; null prints nothing. Each conversion may have a width
-/// (blanks to its left; `*` takes it from the arguments), and %s and %S a precision, the most units that are
-/// printed. "%1.1S" thus prints one unit, and a blank for NUL. %S also prints an object that has a function
-/// print(stream), without width and precision.
+/// which is narrowed unit by unit up to its first NUL; null prints nothing. `*` gives a conversion a width,
+/// of blanks to its left, which it takes from the arguments. %S also prints an object that has a function
+/// print(stream), without a width.
 template <class... Args>
 void printTo(OutStream& stream, const Format<Args...>& format, const Args&... arguments) {
     std::size_t index = 0;
