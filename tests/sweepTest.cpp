@@ -264,6 +264,15 @@ TEST(Calls, thatAreWrappedAllComeToTheirWrappers) {
     for (std::string name; wrapped >> name;) EXPECT_TRUE(reached.contains(name)) << name;
 }
 
+TEST(Calls, readTheSchemaOfEachClassOnce) {
+    const SweptRun run = runWith(scenarios[0], {.call = "*", .number = 0});
+    Names classes;
+    for (std::size_t at = 0; (at = run.made.find(" class=", at)) != std::string::npos; ++at)
+        classes.insert(run.made.substr(at, run.made.find(" path=", at) - at));
+    EXPECT_GT(classes.size(), 3U);
+    EXPECT_EQ(std::ranges::count(run.log.counted, "IADsClass::get_MandatoryProperties"), std::ssize(classes));
+}
+
 // A provider may keep a change until the object that made it is committed.
 TEST(Calls, thatChangeAreFollowedByACommit) {
     const auto calls = runWith(scenarios[1], {.call = "*", .number = 0}).log.counted;
