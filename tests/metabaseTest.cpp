@@ -71,7 +71,7 @@ std::string canonical(const std::string& text, std::string& error) {
     metabase::MetabaseText result;
     std::string written;
     // What is after the text would end an escape or a string.
-    const std::string longer = text + "n000\"";
+    const std::string longer = text + (text.ends_with('\\') ? "n\"" : "00\"");
     if (metabase::readMetabase({longer.data(), text.size()}, read, result, error))
         metabase::writeMetabase(read, result.preamble, [&](std::string_view piece) { written += piece; });
     return written;
